@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds and runs every test.
+#   LV_BUILD_DIR   build folder (default: build)
+#   LV_SANITIZE=ON build with AddressSanitizer and UndefinedBehaviorSanitizer
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+lv_install_packages
+build_dir=${LV_BUILD_DIR:-$LV_SOURCE_DIR/build}
+lv_build "$build_dir" -DLV_SANITIZE="${LV_SANITIZE:-OFF}"
+cd "$build_dir"
+ctest --output-on-failure -j"$(nproc)" --timeout 600

@@ -1,0 +1,240 @@
+#include "VMPropertyList.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QTimeZone>
+
+#include <plist/plist.h>
+
+#include <limits>
+#include <memory>
+
+namespace {
+
+// libplist keeps dates as seconds since the Mac's reference date.
+const QDateTime& referenceDate()
+{
+    static const QDateTime date(QDate(2001, 1, 1), QTime(0, 0), QTimeZone::utc());
+    return date;
+}
+
+constexpr int kMaxDepth = 512;
+
+struct PlistDeleter
+{
+    void operator()(plist_t node) const { plist_free(node); }
+};
+using PlistPtr = std::unique_ptr<void, PlistDeleter>;
+
+QVariant toVariant(plist_t node, int depth)
+{
+    if (!node || depth > kMaxDepth)
+        return {};
+    switch (plist_get_node_type(node)) {
+    case PLIST_BOOLEAN: {
+        uint8_t value = 0;
+        plist_get_bool_val(node, &value);
+        return bool(value);
+    }
+    case PLIST_UINT: {
+        uint64_t value = 0;
+        plist_get_uint_val(node, &value);
+        return static_cast<qint64>(value);
+    }
+    case PLIST_REAL: {
+        double value = 0;
+        plist_get_real_val(node, &value);
+        return value;
+    }
+    case PLIST_STRING:
+    case PLIST_KEY: {
+        char* value = nullptr;
+        if (plist_get_node_type(node) == PLIST_KEY)
+            plist_get_key_val(node, &value);
+        else
+            plist_get_string_val(node, &value);
+        QString text = value ? QString::fromUtf8(value) : QString(QLatin1String(""));
+        free(value);
+        return text;
+    }
+    case PLIST_DATA: {
+        char* value = nullptr;
+        uint64_t length = 0;
+        plist_get_data_val(node, &value, &length);
+        QByteArray bytes(value, static_cast<qsizetype>(length));
+        free(value);
+        return bytes;
+    }
+    case PLIST_DATE: {
+        int32_t sec = 0, usec = 0;
+        plist_get_date_val(node, &sec, &usec);
+        return referenceDate().addMSecs(qint64(sec) * 1000 + usec / 1000);
+    }
+    case PLIST_UID: {
+        uint64_t value = 0;
+        plist_get_uid_val(node, &value);
+        return QVariant::fromValue<quint64>(value);
+    }
+    case PLIST_ARRAY: {
+        QVariantList list;
+        const uint32_t count = plist_array_get_size(node);
+        list.reserve(count);
+        for (uint32_t i = 0; i < count; ++i)
+            list.append(toVariant(plist_array_get_item(node, i), depth + 1));
+        return list;
+    }
+    case PLIST_DICT: {
+        QVariantMap map;
+        plist_dict_iter it = nullptr;
+        plist_dict_new_iter(node, &it);
+        if (!it)
+            return map;
+        for (;;) {
+            char* key = nullptr;
+            plist_t value = nullptr;
+            plist_dict_next_item(node, it, &key, &value);
+            if (!value) {
+                free(key);
+                break;
+            }
+            if (key)
+                map.insert(QString::fromUtf8(key), toVariant(value, depth + 1));
+            free(key);
+        }
+        free(it);
+        return map;
+    }
+    default:
+        return {};
+    }
+}
+
+plist_t fromVariant(const QVariant& value, int depth)
+{
+    if (depth > kMaxDepth)
+        return nullptr;
+    switch (value.typeId()) {
+    case QMetaType::Bool:
+        return plist_new_bool(value.toBool());
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+        return plist_new_uint(static_cast<uint64_t>(value.toLongLong()));
+    case QMetaType::Double:
+    case QMetaType::Float:
+        return plist_new_real(value.toDouble());
+    case QMetaType::QString:
+        return plist_new_string(value.toString().toUtf8().constData());
+    case QMetaType::QByteArray: {
+        const QByteArray bytes = value.toByteArray();
+        return plist_new_data(bytes.constData(), static_cast<uint64_t>(bytes.size()));
+    }
+    case QMetaType::QDateTime: {
+        const qint64 ms = referenceDate().msecsTo(value.toDateTime());
+        return plist_new_date(static_cast<int32_t>(ms / 1000), static_cast<int32_t>((ms % 1000) * 1000));
+    }
+    case QMetaType::QVariantList:
+    case QMetaType::QStringList: {
+        plist_t array = plist_new_array();
+        for (const QVariant& item : value.toList()) {
+            plist_t child = fromVariant(item, depth + 1);
+            if (!child) {
+                plist_free(array);
+                return nullptr;
+            }
+            plist_array_append_item(array, child);
+        }
+        return array;
+    }
+    case QMetaType::QVariantMap: {
+        plist_t dict = plist_new_dict();
+        const QVariantMap map = value.toMap();
+        for (auto it = map.begin(); it != map.end(); ++it) {
+            plist_t child = fromVariant(it.value(), depth + 1);
+            if (!child) {
+                plist_free(dict);
+                return nullptr;
+            }
+            plist_dict_set_item(dict, it.key().toUtf8().constData(), child);
+        }
+        return dict;
+    }
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace
+
+namespace VMPropertyList {
+
+QVariant fromData(const QByteArray& data, QString* errorString)
+{
+    auto fail = [errorString](const QString& why) {
+        if (errorString)
+            *errorString = why;
+        return QVariant();
+    };
+    if (data.isEmpty())
+        return fail(QStringLiteral("The data is empty."));
+    if (data.size() > std::numeric_limits<int32_t>::max())
+        return fail(QStringLiteral("The data is too large for a property list."));
+
+    plist_t root = nullptr;
+    const auto length = static_cast<uint32_t>(data.size());
+    if (plist_is_binary(data.constData(), length))
+        plist_from_bin(data.constData(), length, &root);
+    else
+        plist_from_xml(data.constData(), length, &root);
+    PlistPtr guard(root);
+    if (!root)
+        return fail(QStringLiteral("The data couldn't be read because it isn't in the correct format."));
+    QVariant result = toVariant(root, 0);
+    if (!result.isValid())
+        return fail(QStringLiteral("The property list holds nothing that can be read."));
+    return result;
+}
+
+QVariant fromFile(const QString& path, QString* errorString)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (errorString)
+            *errorString = QStringLiteral("The file \"%1\" couldn't be opened: %2").arg(path, file.errorString());
+        return {};
+    }
+    return fromData(file.readAll(), errorString);
+}
+
+QByteArray toXmlData(const QVariant& value)
+{
+    PlistPtr root(fromVariant(value, 0));
+    if (!root)
+        return {};
+    char* xml = nullptr;
+    uint32_t length = 0;
+    plist_to_xml(root.get(), &xml, &length);
+    QByteArray bytes(xml, static_cast<qsizetype>(length));
+    plist_to_xml_free(xml);
+    return bytes;
+}
+
+QByteArray toBinaryData(const QVariant& value)
+{
+    PlistPtr root(fromVariant(value, 0));
+    if (!root)
+        return {};
+    char* bin = nullptr;
+    uint32_t length = 0;
+    plist_to_bin(root.get(), &bin, &length);
+    QByteArray bytes(bin, static_cast<qsizetype>(length));
+    plist_to_bin_free(bin);
+    return bytes;
+}
+
+} // namespace VMPropertyList

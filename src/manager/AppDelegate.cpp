@@ -1,0 +1,53 @@
+#include "AppDelegate.h"
+
+#include "LVAppearance.h"
+#include "LVPreferencesWindow.h"
+#include "VMLoggerWindow.h"
+#include "foundation/LVPreferences.h"
+#include "foundation/VMNotificationCenter.h"
+#include "platform/Platform.h"
+
+#include <QApplication>
+
+AppDelegate::AppDelegate(QObject* parent) : QObject(parent) {}
+
+AppDelegate::~AppDelegate()
+{
+    VMLogger::sharedLogger()->setView(nullptr);
+}
+
+void AppDelegate::configureApplication()
+{
+    QCoreApplication::setOrganizationName(QStringLiteral("Quarnet"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("quarnet.com"));
+    QCoreApplication::setApplicationName(QStringLiteral("Lumivane Manager"));
+    if (auto* app = qobject_cast<QApplication*>(QCoreApplication::instance()))
+        LVAppearance::applyToApplication(*app);
+}
+
+void AppDelegate::applicationDidFinishLaunching()
+{
+    configureApplication();
+    // From here on the log window and the system log are the application's only outputs.
+    Platform::standardStreams().silence();
+
+    _loggerWindow = std::make_unique<VMLoggerWindow>();
+    VMLogger::sharedLogger()->setView(_loggerWindow.get());
+    _preferencesWindow = std::make_unique<LVPreferencesWindow>();
+
+    VMNotificationCenter::defaultCenter().addObserver(
+        this, QLatin1String(LVPreferences::LVPrefsUseExtendedLogging),
+        [this](const VMNotification& note) { useExtendedLoggingChanged(note.object.toBool()); });
+
+    _loggerWindow->showLog();
+    _preferencesWindow->show();
+    VMLogger::logMessage(QStringLiteral("Lumivane Manager started"));
+}
+
+void AppDelegate::useExtendedLoggingChanged(bool enabled)
+{
+    if (enabled)
+        VMLogger::sharedLogger()->show();
+    else
+        VMLogger::sharedLogger()->hide();
+}

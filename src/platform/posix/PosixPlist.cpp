@@ -1,0 +1,45 @@
+#include "PosixPlist.h"
+
+#include <QFile>
+
+#include <plist/plist.h>
+
+namespace PosixPlist {
+
+QVariantMap readStrings(const QString& path)
+{
+    QVariantMap values;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return values;
+    const QByteArray data = file.read(16 * 1024 * 1024);
+    plist_t root = nullptr;
+    plist_from_memory(data.constData(), static_cast<uint32_t>(data.size()), &root);
+    if (!root)
+        return values;
+    if (plist_get_node_type(root) == PLIST_DICT) {
+        plist_dict_iter it = nullptr;
+        plist_dict_new_iter(root, &it);
+        for (; it;) {
+            char* key = nullptr;
+            plist_t value = nullptr;
+            plist_dict_next_item(root, it, &key, &value);
+            if (!value) {
+                free(key);
+                break;
+            }
+            if (key && plist_get_node_type(value) == PLIST_STRING) {
+                char* text = nullptr;
+                plist_get_string_val(value, &text);
+                values.insert(QString::fromUtf8(key), QString::fromUtf8(text ? text : ""));
+                free(text);
+            }
+            free(key);
+        }
+        free(it);
+    }
+    plist_free(root);
+    return values;
+}
+
+} // namespace PosixPlist
