@@ -1,6 +1,8 @@
 #include "AppDelegate.h"
 
+#include "LVAlert.h"
 #include "LVAppearance.h"
+#include "LVInstallManager.h"
 #include "LVPreferencesWindow.h"
 #include "VMLoggerWindow.h"
 #include "foundation/LVPreferences.h"
@@ -13,6 +15,7 @@ AppDelegate::AppDelegate(QObject* parent) : QObject(parent) {}
 
 AppDelegate::~AppDelegate()
 {
+    LVInstallManager::releaseSharedInstallManager();
     VMLogger::sharedLogger()->setView(nullptr);
 }
 
@@ -21,6 +24,7 @@ void AppDelegate::configureApplication()
     QCoreApplication::setOrganizationName(QStringLiteral("Quarnet"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("quarnet.com"));
     QCoreApplication::setApplicationName(QStringLiteral("Lumivane Manager"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(LV_VERSION));
     if (auto* app = qobject_cast<QApplication*>(QCoreApplication::instance()))
         LVAppearance::applyToApplication(*app);
 }
@@ -39,8 +43,14 @@ void AppDelegate::applicationDidFinishLaunching()
         this, QLatin1String(LVPreferences::LVPrefsUseExtendedLogging),
         [this](const VMNotification& note) { useExtendedLoggingChanged(note.object.toBool()); });
 
-    _loggerWindow->showLog();
-    _preferencesWindow->show();
+    // The main window comes up detached and centred; showing it loads the catalogue.
+    LVInstallManager* installManager = LVInstallManager::sharedInstallManager();
+    installManager->setDelegate(this);
+    installManager->setAttachedToStatusItem(false);
+    installManager->show();
+
+    if (LVPreferences::sharedPreferences()->usesExtendedLogging())
+        _loggerWindow->showLog();
     VMLogger::logMessage(QStringLiteral("Lumivane Manager started"));
 }
 
@@ -50,4 +60,25 @@ void AppDelegate::useExtendedLoggingChanged(bool enabled)
         VMLogger::sharedLogger()->show();
     else
         VMLogger::sharedLogger()->hide();
+}
+
+void AppDelegate::configDataLoaded(LVInstallManager*) {}
+
+void AppDelegate::quitApplication()
+{
+    QCoreApplication::quit();
+}
+
+void AppDelegate::openAbout()
+{
+    LVAlert alert(QStringLiteral("Lumivane Manager"),
+                  QStringLiteral("Version %1\nInstalls and updates Lumivane effects for FCP X and Motion.")
+                      .arg(QCoreApplication::applicationVersion()));
+    alert.setAlertStyle(LVAlert::Informational);
+    LVInstallManager::sharedInstallManager()->showAlert(alert);
+}
+
+void AppDelegate::openPreferences()
+{
+    _preferencesWindow->show();
 }

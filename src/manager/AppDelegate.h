@@ -1,13 +1,15 @@
 #pragma once
 
+#include "LVInstallManagerDelegate.h"
+
 #include <QObject>
 #include <memory>
 
 class VMLoggerWindow;
 class LVPreferencesWindow;
 
-// Starts the application: identity, appearance, the log and the preferences.
-class AppDelegate : public QObject
+// Starts the application: identity, appearance, the log, the preferences and the main window.
+class AppDelegate : public QObject, public LVInstallManagerDelegate
 {
     Q_OBJECT
 public:
@@ -18,6 +20,11 @@ public:
     static void configureApplication();
 
     void applicationDidFinishLaunching();
+
+    void configDataLoaded(LVInstallManager* manager) override;
+    void quitApplication() override;
+    void openAbout() override;
+    void openPreferences() override;
 
     VMLoggerWindow* loggerWindow() const { return _loggerWindow.get(); }
     LVPreferencesWindow* preferencesWindow() const { return _preferencesWindow.get(); }

@@ -1,0 +1,65 @@
+// Serves the demo catalogue and its images on 127.0.0.1 until it is stopped. Prints
+// "LV_SERVER_URL=http://127.0.0.1:<port>" once it listens, so a script can point the app at it.
+#include "DemoCatalogue.h"
+#include "LocalHttpServer.h"
+
+#include <QCommandLineParser>
+#include <QDateTime>
+#include <QGuiApplication>
+#include <QSocketNotifier>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <csignal>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+int signalPipe[2] = {-1, -1};
+void onSignal(int)
+{
+    const char byte = 1;
+    [[maybe_unused]] const auto written = ::write(signalPipe[1], &byte, 1);
+}
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QGuiApplication application(argc, argv); // QPainter text needs the GUI side
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Serves the Lumivane Manager demo catalogue."));
+    parser.addHelpOption();
+    QCommandLineOption portOption(QStringLiteral("port"), QStringLiteral("Port on 127.0.0.1 (0: any free one)."),
+                                  QStringLiteral("port"), QStringLiteral("0"));
+    QCommandLineOption productsOption(QStringLiteral("generated-products"),
+                                      QStringLiteral("Extra generated products in the catalogue."),
+                                      QStringLiteral("count"), QStringLiteral("0"));
+    parser.addOption(portOption);
+    parser.addOption(productsOption);
+    parser.process(application);
+
+    // The server must listen first: the catalogue's URLs carry its port.
+    LocalHttpServer server(quint16(parser.value(portOption).toUInt()));
+    if (!server.isListening()) {
+        QTextStream(stderr) << "lv-demo-server: can't listen on 127.0.0.1\n";
+        return 1;
+    }
+    QTemporaryDir site;
+    QUrl base = server.url(QStringLiteral("/"));
+    base.setPath(QString());
+    if (!site.isValid() ||
+        !DemoCatalogue::writeSite(site.path(), base, QDateTime::currentDateTime(),
+                                  parser.value(productsOption).toInt())) {
+        QTextStream(stderr) << "lv-demo-server: can't write the demo site\n";
+        return 1;
+    }
+    server.serveDirectory("/", site.path());
+
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) == 0) {
+        auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, &application);
+        QObject::connect(notifier, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
+        std::signal(SIGTERM, onSignal);
+        std::signal(SIGINT, onSignal);
+    }
+    QTextStream(stdout) << "LV_SERVER_URL=" << base.toString() << Qt::endl;
+    return application.exec();
+}

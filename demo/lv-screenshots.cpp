@@ -1,0 +1,67 @@
+// Starts the main window on a catalogue server (LV_SERVER_URL), waits until the catalogue, news
+// images and help are in place and saves one picture of the window per tab into a folder.
+#include "catalogue/LVServers.h"
+#include "manager/AppDelegate.h"
+#include "manager/LVInstallManager.h"
+#include "manager/LVOutlineView.h"
+#include "newshelp/LVNewsInfoView.h"
+#include "newshelp/LVNewsItem.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QTextStream>
+#include <QThread>
+#include <QTimer>
+
+namespace {
+void waitFor(const std::function<bool()>& condition, int timeoutMs)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition() && timer.elapsed() < timeoutMs)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+}
+
+void settle(int ms)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < ms)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+}
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QApplication application(argc, argv);
+    const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("screens");
+    QDir().mkpath(folder);
+    AppDelegate::configureApplication();
+
+    LVInstallManager manager;
+    manager.setAttachedToStatusItem(false);
+    manager.show();
+    waitFor([&] { return manager.lastUpdateDate().isValid() && !manager.isUpdating(); }, 20000);
+    waitFor([&] {
+        const auto rows = manager.newsItems();
+        return !rows.isEmpty() && !rows.first()->newsInfoView()->image().isNull();
+    }, 10000);
+    settle(300);
+
+    const QStringList names{"installs-bundles", "news", "help", "tools"};
+    for (int tab = 0; tab < 4; ++tab) {
+        manager.selectMainTabViewAtIndex(tab);
+        settle(200);
+        manager.window()->grab().save(QDir(folder).filePath(QStringLiteral("%1.png").arg(names.at(tab))));
+    }
+    manager.selectMainTabViewAtIndex(0);
+    manager.selectInstallsTabViewAtIndex(1);
+    settle(200);
+    manager.window()->grab().save(QDir(folder).filePath(QStringLiteral("installs-products.png")));
+    manager.beginUpdate();
+    settle(300);
+    manager.window()->grab().save(QDir(folder).filePath(QStringLiteral("loading.png")));
+    QTextStream(stdout) << "Saved screenshots in " << folder << Qt::endl;
+    return 0;
+}

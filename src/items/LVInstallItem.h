@@ -1,0 +1,82 @@
+#pragma once
+
+#include "engines/LVDownloaderDelegate.h"
+#include "manager/LVOutlineItem.h"
+
+#include <QObject>
+#include <QPointer>
+#include <memory>
+
+class LVDownloader;
+class LVInstaller;
+class LVUninstaller;
+class LVInstallItemTitleField;
+class LVInstallManager;
+class VMProductItem;
+class VMVersionItem;
+class QMenu;
+class QMouseEvent;
+class QEvent;
+
+// The base of every install row (product, bundle, bundle member, "update all"). It owns the row's
+// install status and is the one place that reports a change of it to the install list; all other
+// answers are neutral defaults that the concrete rows override.
+class LVInstallItem : public QObject, public LVOutlineItem, public LVDownloaderDelegate
+{
+    Q_OBJECT
+public:
+    // One numbering shared by every row.
+    enum InstallStatus : uint {
+        StatusNotComputed = 0,
+        StatusNotInstalled = 1,
+        StatusLatestInstalled = 2,
+        StatusUpdateAvailable = 3,
+        StatusBundlePartlyInstalled = 4,
+        StatusDownloading = 5,
+        StatusInstalling = 6,
+        StatusWaitingForBundle = 7,
+    };
+
+    explicit LVInstallItem(QObject* parent = nullptr);
+    ~LVInstallItem() override;
+
+    // The stored status; a status still to be computed is computed first.
+    uint installStatus();
+    // Stores a different status and reports it to the install manager; an equal one does nothing.
+    void setInstallStatus(uint status);
+    // Recomputes the status and refreshes the view; nothing in the base.
+    virtual void updateStatus() {}
+    virtual bool discontinued() const { return false; }
+    // The product (or bundle) the row stands for; none in the base.
+    virtual std::shared_ptr<VMProductItem> productItem() const { return nullptr; }
+
+    LVInstallManager* installManager() const;
+    void setInstallManager(LVInstallManager* manager) override;
+
+    virtual void doubleClicked(QMouseEvent* event);
+    virtual void downloadVersion(const std::shared_ptr<VMVersionItem>& version);
+    virtual void populateContextMenu(QMenu* menu, QEvent* event);
+    // Fills a pull-down menu anew each time it opens: its first entry only titles the button.
+    virtual void menuWillOpen(QMenu* menu);
+    virtual void menuDidClose(QMenu* menu);
+
+    // Clicks on a row's title field.
+    virtual void singleClicked(QMouseEvent* event, LVInstallItemTitleField* titleField);
+    virtual void doubleClicked(QMouseEvent* event, LVInstallItemTitleField* titleField);
+
+    // Engine callbacks; each row overrides the ones it uses.
+    void downloadStarted(LVDownloader* downloader) override;
+    void downloadProgress(double progress, LVDownloader* downloader) override;
+    void downloadCompleted(LVDownloader* downloader) override;
+    void downloadFailed(LVDownloader* downloader) override;
+    virtual void installStarted(LVInstaller* installer);
+    virtual void installCompleted(LVInstaller* installer);
+    virtual void installFailed(LVInstaller* installer);
+    virtual void uninstallStarted(LVUninstaller* uninstaller);
+    virtual void uninstallCompleted(LVUninstaller* uninstaller);
+    virtual void uninstallFailed(LVUninstaller* uninstaller);
+
+private:
+    uint _installStatus = StatusNotComputed;
+    QPointer<LVInstallManager> _installManager;
+};

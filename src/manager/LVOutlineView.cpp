@@ -1,0 +1,194 @@
+#include "LVOutlineView.h"
+
+#include "LVOutlineItem.h"
+#include "LVOutlineModel.h"
+
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPointer>
+#include <QStyledItemDelegate>
+
+namespace {
+// Index widgets belong to the rows. The default delegate deletes them when the view lets go of
+// them (on every model reset); this one only hides them and gives them back.
+class RowViewDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    void destroyEditor(QWidget* editor, const QModelIndex&) const override
+    {
+        editor->hide();
+        editor->setParent(nullptr);
+    }
+
+    void paint(QPainter*, const QStyleOptionViewItem&, const QModelIndex&) const override
+    {
+        // The row's own widget draws the row.
+    }
+
+    QSize sizeHint(const QStyleOptionViewItem&, const QModelIndex& index) const override
+    {
+        return index.data(Qt::SizeHintRole).toSize();
+    }
+};
+} // namespace
+
+LVOutlineView::LVOutlineView(QWidget* parent) : QTreeView(parent)
+{
+    setHeaderHidden(true);
+    setItemDelegate(new RowViewDelegate(this));
+    setUniformRowHeights(false);
+    setItemsExpandable(false); // expansion goes through the rows' own answers
+    setExpandsOnDoubleClick(false);
+    setRootIsDecorated(false);
+    setIndentation(0);
+    setAnimated(true);
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFrameShape(QFrame::NoFrame);
+    setFocusPolicy(Qt::NoFocus);
+    connect(this, &QTreeView::expanded, this, [this](const QModelIndex& index) { placeViews(index); });
+}
+
+void LVOutlineView::setOutlineModel(LVOutlineModel* model)
+{
+    _model = model;
+    setModel(model);
+    if (model)
+        connect(model, &QAbstractItemModel::modelReset, this, [this] { placeViews(QModelIndex()); });
+    placeViews(QModelIndex());
+}
+
+void LVOutlineView::reloadData()
+{
+    if (_model)
+        _model->reload();
+}
+
+void LVOutlineView::placeView(const QModelIndex& index)
+{
+    LVOutlineItem* item = _model ? _model->itemForIndex(index) : nullptr;
+    QWidget* view = item ? item->view() : nullptr;
+    if (!view || indexWidget(index) == view)
+        return;
+    view->setAutoFillBackground(false);
+    setIndexWidget(index, view);
+    view->show();
+}
+
+void LVOutlineView::placeViews(const QModelIndex& parent)
+{
+    if (!_model)
+        return;
+    const int rows = _model->rowCount(parent);
+    for (int row = 0; row < rows; ++row) {
+        const QModelIndex index = _model->index(row, 0, parent);
+        placeView(index);
+        if (isExpanded(index))
+            placeViews(index);
+    }
+}
+
+void LVOutlineView::rowsInserted(const QModelIndex& parent, int start, int end)
+{
+    QTreeView::rowsInserted(parent, start, end);
+    for (int row = start; row <= end; ++row)
+        placeView(_model->index(row, 0, parent));
+}
+
+void LVOutlineView::expandItem(LVOutlineItem* item)
+{
+    const QModelIndex index = _model ? _model->indexForItem(item) : QModelIndex();
+    if (!index.isValid() || isExpanded(index) || !item->shouldExpand())
+        return;
+    expand(index);
+}
+
+void LVOutlineView::collapseItem(LVOutlineItem* item)
+{
+    const QModelIndex index = _model ? _model->indexForItem(item) : QModelIndex();
+    if (!index.isValid() || !isExpanded(index) || !item->shouldCollapse())
+        return;
+    collapse(index);
+}
+
+void LVOutlineView::toggleItem(LVOutlineItem* item)
+{
+    if (isItemExpanded(item))
+        collapseItem(item);
+    else
+        expandItem(item);
+}
+
+bool LVOutlineView::isItemExpanded(LVOutlineItem* item) const
+{
+    const QModelIndex index = _model ? _model->indexForItem(item) : QModelIndex();
+    return index.isValid() && isExpanded(index);
+}
+
+bool LVOutlineView::selectItem(LVOutlineItem* item)
+{
+    const QModelIndex index = _model ? _model->indexForItem(item) : QModelIndex();
+    if (!index.isValid()) {
+        if (!item)
+            clearSelection();
+        return false;
+    }
+    scrollTo(index);
+    selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect);
+    return true;
+}
+
+LVOutlineItem* LVOutlineView::selectedItem() const
+{
+    const QModelIndexList selected = selectionModel() ? selectionModel()->selectedIndexes() : QModelIndexList();
+    return selected.isEmpty() ? nullptr : _model->itemForIndex(selected.first());
+}
+
+void LVOutlineView::noteHeightsChanged()
+{
+    scheduleDelayedItemsLayout();
+}
+
+void LVOutlineView::mousePressEvent(QMouseEvent* event)
+{
+    // Clicks on a row's disclosure area toggle it through the row's own answers.
+    const QModelIndex index = indexAt(event->position().toPoint());
+    if (index.isValid() && _model && _model->hasChildren(index)) {
+        const int depth = [&] {
+            int d = 0;
+            for (QModelIndex p = index.parent(); p.isValid(); p = p.parent())
+                ++d;
+            return d;
+        }();
+        const int branchRight = (depth + (rootIsDecorated() ? 1 : 0)) * indentation();
+        if (event->position().x() < branchRight) {
+            toggleItem(_model->itemForIndex(index));
+            return;
+        }
+    }
+    QTreeView::mousePressEvent(event);
+}
+
+void LVOutlineView::keyPressEvent(QKeyEvent* event)
+{
+    LVOutlineItem* item = _model ? _model->itemForIndex(currentIndex()) : nullptr;
+    if (item && event->key() == Qt::Key_Right) {
+        expandItem(item);
+        return;
+    }
+    if (item && event->key() == Qt::Key_Left) {
+        collapseItem(item);
+        return;
+    }
+    QTreeView::keyPressEvent(event);
+}
+
+void LVOutlineView::resizeEvent(QResizeEvent* event)
+{
+    QTreeView::resizeEvent(event);
+    header()->setStretchLastSection(true);
+}

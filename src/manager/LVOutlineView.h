@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QTreeView>
+
+class LVOutlineItem;
+class LVOutlineModel;
+
+// A tree view of row controllers: each row is its controller's own widget (placed as the index
+// widget), as high as that widget. Rows decide themselves whether they may be selected, expanded
+// or collapsed. The widgets stay owned by their rows: resetting the model only takes them out.
+class LVOutlineView : public QTreeView
+{
+    Q_OBJECT
+public:
+    explicit LVOutlineView(QWidget* parent = nullptr);
+
+    void setOutlineModel(LVOutlineModel* model);
+    LVOutlineModel* outlineModel() const { return _model; }
+
+    // Reloads the rows from the model's provider and puts their views back in place.
+    void reloadData();
+
+    // Expands (asking the row first) or collapses (likewise) the row; animated.
+    void expandItem(LVOutlineItem* item);
+    void collapseItem(LVOutlineItem* item);
+    void toggleItem(LVOutlineItem* item);
+    bool isItemExpanded(LVOutlineItem* item) const;
+
+    // Makes the row the only selected one and scrolls to it; false when the row is not listed.
+    bool selectItem(LVOutlineItem* item);
+    LVOutlineItem* selectedItem() const;
+
+    // Re-measures the rows, e.g. after a row's view changed its height.
+    void noteHeightsChanged();
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void rowsInserted(const QModelIndex& parent, int start, int end) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void placeViews(const QModelIndex& parent);
+    void placeView(const QModelIndex& index);
+
+    LVOutlineModel* _model = nullptr;
+};

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "manager/LVOutlineItem.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <memory>
+
+class LVHelpTitleTextField;
+class QMouseEvent;
+class VMHelpItem;
+
+// A row of the help tab: a title that opens its page on the support site.
+class LVHelpItem : public QObject, public LVOutlineItem
+{
+    Q_OBJECT
+public:
+    // Null, and "vmHelpItem = nil" logged, for a null record.
+    static LVHelpItem* helpItemWithVMHelpItem(const std::shared_ptr<VMHelpItem>& helpItem);
+    static LVHelpItem* initWithVMNewsItem(const std::shared_ptr<VMHelpItem>& helpItem);
+    ~LVHelpItem() override;
+
+    std::shared_ptr<VMHelpItem> helpItem() const { return _helpItem; }
+    QString helpURL() const { return _helpURL; }
+    void setHelpURL(const QString& url) { _helpURL = url; }
+
+    QString title() const override;
+    QWidget* view() override;
+    QList<LVOutlineItem*> childItems() override { return {}; }
+    bool shouldExpand() override { return false; }
+    bool shouldCollapse() override { return false; }
+    bool shouldSelect() override { return true; }
+    void setInstallManager(LVInstallManager*) override {}
+
+    void textFieldClicked(QMouseEvent* event, LVHelpTitleTextField* textField);
+    void helpButtonAction();
+
+    LVHelpTitleTextField* headlineView() const;
+
+private:
+    explicit LVHelpItem(const std::shared_ptr<VMHelpItem>& helpItem);
+
+    QPointer<LVHelpTitleTextField> _headlineView;
+    std::shared_ptr<VMHelpItem> _helpItem;
+    QString _helpURL;
+};

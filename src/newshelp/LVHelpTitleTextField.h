@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QPointer>
+#include <QWidget>
+
+class LVHelpItem;
+
+// The clickable title of a help row: a dot and the title, lighter while pressed; a click that ends
+// inside the field goes to the row.
+class LVHelpTitleTextField : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit LVHelpTitleTextField(QWidget* parent = nullptr);
+
+    static QColor normalColor();
+    static QColor pressedColor();
+
+    LVHelpItem* delegate() const { return _delegate; }
+    void setDelegate(LVHelpItem* delegate) { _delegate = delegate; }
+    QFont textFont() const { return _textFont; }
+    void setTextFont(const QFont& font);
+    QColor textColor() const { return _textColor; }
+    void setTextColor(const QColor& color);
+    QString string() const { return _string; }
+    void setString(const QString& string);
+
+    // Where the text goes: 12 in from the left (past the dot), 4 in from top and bottom.
+    QRect textFrame() const;
+    // Grows the field to fit its text; it never shrinks.
+    void resizeToFit();
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QPointer<LVHelpItem> _delegate;
+    QFont _textFont;
+    QColor _textColor;
+    QString _string;
+    bool _tracking = false;
+};

@@ -1,0 +1,180 @@
+#include "LVNewsItem.h"
+#include "ui_LVNewsItem.h"
+
+#include "LVMoreInfoNewsItem.h"
+#include "LVNewsInfoView.h"
+#include "LVNewsItemHeaderView.h"
+#include "catalogue/VMNewsItem.h"
+#include "engines/LVDownloader.h"
+#include "foundation/VMLog.h"
+#include "foundation/VMNotificationCenter.h"
+#include "manager/LVInstallManager.h"
+#include "platform/Platform.h"
+
+#include <QLocale>
+#include <QMouseEvent>
+#include <QPushButton>
+
+LVNewsItem::LVNewsItem(const std::shared_ptr<VMNewsItem>& newsItem)
+    : _newsItem(newsItem), _newsImageURL(newsItem->newsImageURL()),
+      _moreInfoItem(std::make_unique<LVMoreInfoNewsItem>(this))
+{
+}
+
+LVNewsItem::~LVNewsItem()
+{
+    delete _headlineView;
+    delete _moreInfoView;
+    delete _panel;
+}
+
+LVNewsItem* LVNewsItem::initWithVMNewsItem(const std::shared_ptr<VMNewsItem>& newsItem)
+{
+    if (!newsItem) {
+        VM_LOG_MESSAGE(QStringLiteral("newsItem = nil"));
+        return nullptr;
+    }
+    return new LVNewsItem(newsItem);
+}
+
+LVNewsItem* LVNewsItem::newsItemWithVMNewsItem(const std::shared_ptr<VMNewsItem>& newsItem)
+{
+    return initWithVMNewsItem(newsItem);
+}
+
+LVInstallManager* LVNewsItem::installManager() const
+{
+    return _installManager;
+}
+
+void LVNewsItem::setInstallManager(LVInstallManager* manager)
+{
+    _installManager = manager;
+}
+
+QString LVNewsItem::title() const
+{
+    return _newsItem->title();
+}
+
+void LVNewsItem::loadView()
+{
+    _ui = std::make_unique<Ui::LVNewsItem>();
+    _panel = new QWidget;
+    _ui->setupUi(_panel);
+    // The panel holds the two row views; each row takes its own out of it.
+    _headlineView = _ui->_headlineView;
+    _moreInfoView = _ui->_moreInfoView;
+    const int width = _panel->width();
+    _headlineView->setParent(nullptr);
+    _moreInfoView->setParent(nullptr);
+
+    _headlineView->setDelegate(this);
+    _ui->_newsInfoView->setDelegate(this);
+    _moreInfoItem->setView(_moreInfoView);
+    connect(_ui->_moreInfoButton, &QPushButton::clicked, this, &LVNewsItem::moreInfoButtonAction);
+    _ui->_moreInfoButton->setVisible(!_newsItem->moreInfoURL().isEmpty());
+
+    const QString headline = _newsItem->headlineText();
+    _ui->_headlineTextField->setText(headline.isNull() ? QString() : headline);
+    _ui->_titleTextField->setText(_newsItem->title());
+    const QDateTime released = _newsItem->releaseDate();
+    _ui->_dateTextField->setText(released.isValid() ? QLocale().toString(released.date(), QStringLiteral("d MMM yyyy"))
+                                                    : QString());
+
+    // Tall enough for the headline as it wraps at the row's width.
+    const QMargins margins = _headlineView->layout()->contentsMargins();
+    const int textWidth = width - margins.left() - margins.right();
+    const int textHeight = _ui->_titleTextField->sizeHint().height() + _headlineView->layout()->spacing() +
+                           _ui->_headlineTextField->heightForWidth(textWidth);
+    _headlineView->resize(width, qMax(_headlineView->height(), textHeight + margins.top() + margins.bottom()));
+    _moreInfoView->resize(width, _moreInfoView->height());
+
+    const QVariant imageHeight = _newsItem->propertyForKey(QLatin1String(VMNewsItem::imageHeight));
+    if (imageHeight.isValid())
+        _moreInfoView->resize(_moreInfoView->width(), int(imageHeight.toDouble()));
+}
+
+QWidget* LVNewsItem::view()
+{
+    if (!_ui)
+        loadView();
+    return _headlineView;
+}
+
+QList<LVOutlineItem*> LVNewsItem::childItems()
+{
+    return {_moreInfoItem.get()};
+}
+
+bool LVNewsItem::shouldExpand()
+{
+    view();
+    if (_ui->_newsInfoView->image().isNull() && !_newsImageURL.isEmpty()) {
+        if (LVDownloader* downloader = LVDownloader::initWithURL(QUrl(_newsImageURL), this)) {
+            downloader->setIdentifier(1);
+            downloader->setDelegate(this);
+            downloader->start();
+        }
+    }
+    return true;
+}
+
+void LVNewsItem::downloadCompleted(LVDownloader* downloader)
+{
+    if (downloader->identifier() == 1) {
+        const QImage image = QImage::fromData(downloader->data());
+        if (!image.isNull() && _ui)
+            _ui->_newsInfoView->setImage(image);
+    }
+    downloader->deleteLater();
+}
+
+void LVNewsItem::downloadFailed(LVDownloader* downloader)
+{
+    // The child stays empty; the next expansion tries again.
+    downloader->deleteLater();
+}
+
+void LVNewsItem::doubleClicked(QMouseEvent*)
+{
+    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("expandLVNewsItem"),
+                                                           QVariant::fromValue(static_cast<QObject*>(this)));
+}
+
+void LVNewsItem::moreInfoButtonAction()
+{
+    const QUrl url(_newsItem->moreInfoURL(), QUrl::StrictMode);
+    if (_newsItem->moreInfoURL().isEmpty() || !url.isValid())
+        return;
+    Platform::workspace().openUrl(url);
+}
+
+void LVNewsItem::mouseDown(QMouseEvent*, LVNewsInfoView*) {}
+
+void LVNewsItem::mouseDragged(QMouseEvent*, LVNewsInfoView*) {}
+
+void LVNewsItem::mouseUp(QMouseEvent*, LVNewsInfoView*)
+{
+    moreInfoButtonAction();
+}
+
+LVNewsItemHeaderView* LVNewsItem::headlineView() const
+{
+    return _headlineView;
+}
+
+QLabel* LVNewsItem::headlineTextField() const
+{
+    return _ui ? _ui->_headlineTextField : nullptr;
+}
+
+QWidget* LVNewsItem::moreInfoView() const
+{
+    return _moreInfoView;
+}
+
+LVNewsInfoView* LVNewsItem::newsInfoView() const
+{
+    return _ui ? _ui->_newsInfoView : nullptr;
+}

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "engines/LVDownloaderDelegate.h"
+#include "manager/LVOutlineItem.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <memory>
+
+namespace Ui {
+class LVNewsItem;
+}
+class LVMoreInfoNewsItem;
+class LVNewsInfoView;
+class LVNewsItemHeaderView;
+class QLabel;
+class QMouseEvent;
+class VMNewsItem;
+
+// A row of the news tab: the headline, expanding into a child row with the news image (fetched the
+// first time the row is expanded) and a link to more information.
+class LVNewsItem : public QObject, public LVOutlineItem, public LVDownloaderDelegate
+{
+    Q_OBJECT
+public:
+    // Null, and "newsItem = nil" logged, for a null record.
+    static LVNewsItem* newsItemWithVMNewsItem(const std::shared_ptr<VMNewsItem>& newsItem);
+    static LVNewsItem* initWithVMNewsItem(const std::shared_ptr<VMNewsItem>& newsItem);
+    ~LVNewsItem() override;
+
+    std::shared_ptr<VMNewsItem> newsItem() const { return _newsItem; }
+    QString newsImageURL() const { return _newsImageURL; }
+    void setNewsImageURL(const QString& url) { _newsImageURL = url; }
+    LVMoreInfoNewsItem* moreInfoItem() const { return _moreInfoItem.get(); }
+    LVInstallManager* installManager() const;
+
+    QString title() const override;
+    QWidget* view() override;
+    QList<LVOutlineItem*> childItems() override;
+    // Starts the image download when there is no image yet; always agrees.
+    bool shouldExpand() override;
+    bool shouldCollapse() override { return true; }
+    bool shouldSelect() override { return true; }
+    void setInstallManager(LVInstallManager* manager) override;
+
+    void downloadCompleted(LVDownloader* downloader) override;
+    void downloadFailed(LVDownloader* downloader) override;
+
+    void doubleClicked(QMouseEvent* event);
+    void moreInfoButtonAction();
+    void mouseDown(QMouseEvent* event, LVNewsInfoView* view);
+    void mouseDragged(QMouseEvent* event, LVNewsInfoView* view);
+    void mouseUp(QMouseEvent* event, LVNewsInfoView* view);
+
+    // The views, for tests; created by view().
+    LVNewsItemHeaderView* headlineView() const;
+    QLabel* headlineTextField() const;
+    QWidget* moreInfoView() const;
+    LVNewsInfoView* newsInfoView() const;
+
+private:
+    explicit LVNewsItem(const std::shared_ptr<VMNewsItem>& newsItem);
+    void loadView();
+
+    std::unique_ptr<Ui::LVNewsItem> _ui;
+    QPointer<QWidget> _panel;
+    QPointer<LVNewsItemHeaderView> _headlineView;
+    QPointer<QWidget> _moreInfoView;
+    std::shared_ptr<VMNewsItem> _newsItem;
+    QString _newsImageURL;
+    QPointer<LVInstallManager> _installManager;
+    std::unique_ptr<LVMoreInfoNewsItem> _moreInfoItem;
+};
