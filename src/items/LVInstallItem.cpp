@@ -22,6 +22,7 @@ void LVInstallItem::setInstallStatus(uint status)
     _installStatus = status;
     if (_installManager)
         _installManager->updateStatusChanged(status, this);
+    emit installStatusChanged(status);
 }
 
 LVInstallManager* LVInstallItem::installManager() const

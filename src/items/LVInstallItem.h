@@ -40,6 +40,8 @@ public:
     explicit LVInstallItem(QObject* parent = nullptr);
     ~LVInstallItem() override;
 
+    QString title() const override { return QStringLiteral(""); }
+
     // The stored status; a status still to be computed is computed first.
     uint installStatus();
     // Stores a different status and reports it to the install manager; an equal one does nothing.
@@ -75,6 +77,10 @@ public:
     virtual void uninstallStarted(LVUninstaller* uninstaller);
     virtual void uninstallCompleted(LVUninstaller* uninstaller);
     virtual void uninstallFailed(LVUninstaller* uninstaller);
+
+signals:
+    // Every real change of the status, after the install manager has been told.
+    void installStatusChanged(uint status);
 
 private:
     uint _installStatus = StatusNotComputed;

@@ -209,7 +209,11 @@ void LVInstallManager::setUpInterface()
     ui->_newsItemsTable->setOutlineModel(_newsModel);
     ui->_helpItemsTable->setOutlineModel(_helpModel);
     ui->_toolItemsTable->setOutlineModel(_toolModel);
-    ui->_newsItemsTable->setRootIsDecorated(false);
+    ui->_newsItemsTable->setPlaceholderText(QStringLiteral("No news right now."));
+    ui->_helpItemsTable->setPlaceholderText(QStringLiteral("No help topics."));
+    ui->_toolItemsTable->setPlaceholderText(QStringLiteral("No tools."));
+    // The help titles draw their dots at their left edge: give the list a margin.
+    ui->_helpItemsTable->setRowMargins(16, 10, 16, 10);
 }
 
 // ---- Catalogue loading -------------------------------------------------------------------------
@@ -603,6 +607,9 @@ void LVInstallManager::selectInstallsTabViewAtIndex(int index)
         _installItems = _bundleProductInstallItems;
     else if (index == InstallsTab::SingleProductsTab)
         _installItems = _singleProductInstallItems;
+    _ui->_installItemsTable->setPlaceholderText(index == InstallsTab::BundlesTab
+                                                    ? QStringLiteral("No bundles to show.")
+                                                    : QStringLiteral("No products to show."));
     _ui->_installItemsTable->reloadData();
 }
 

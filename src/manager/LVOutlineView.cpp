@@ -6,6 +6,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QPointer>
 #include <QStyledItemDelegate>
 
@@ -51,6 +52,14 @@ LVOutlineView::LVOutlineView(QWidget* parent) : QTreeView(parent)
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::NoFocus);
     connect(this, &QTreeView::expanded, this, [this](const QModelIndex& index) { placeViews(index); });
+}
+
+LVOutlineView::~LVOutlineView()
+{
+    for (QWidget* rowView : viewport()->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+        rowView->hide();
+        rowView->setParent(nullptr);
+    }
 }
 
 void LVOutlineView::setOutlineModel(LVOutlineModel* model)
@@ -191,4 +200,24 @@ void LVOutlineView::resizeEvent(QResizeEvent* event)
 {
     QTreeView::resizeEvent(event);
     header()->setStretchLastSection(true);
+}
+
+void LVOutlineView::setPlaceholderText(const QString& text)
+{
+    _placeholderText = text;
+    viewport()->update();
+}
+
+void LVOutlineView::paintEvent(QPaintEvent* event)
+{
+    QTreeView::paintEvent(event);
+    if (_placeholderText.isEmpty() || !_model || _model->rowCount() > 0)
+        return;
+    QPainter painter(viewport());
+    QFont font = painter.font();
+    font.setPixelSize(13);
+    painter.setFont(font);
+    painter.setPen(QColor(0x8e, 0x8e, 0x93));
+    painter.drawText(viewport()->rect().adjusted(24, 0, -24, -40), Qt::AlignCenter | Qt::TextWordWrap,
+                     _placeholderText);
 }

@@ -13,6 +13,8 @@ class LVOutlineView : public QTreeView
     Q_OBJECT
 public:
     explicit LVOutlineView(QWidget* parent = nullptr);
+    // Gives the row views back to their rows rather than deleting them.
+    ~LVOutlineView() override;
 
     void setOutlineModel(LVOutlineModel* model);
     LVOutlineModel* outlineModel() const { return _model; }
@@ -30,6 +32,13 @@ public:
     bool selectItem(LVOutlineItem* item);
     LVOutlineItem* selectedItem() const;
 
+    // Room around the rows.
+    void setRowMargins(int left, int top, int right, int bottom) { setViewportMargins(left, top, right, bottom); }
+
+    // Shown in the middle of the list while it has no rows.
+    void setPlaceholderText(const QString& text);
+    QString placeholderText() const { return _placeholderText; }
+
     // Re-measures the rows, e.g. after a row's view changed its height.
     void noteHeightsChanged();
 
@@ -38,10 +47,12 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void rowsInserted(const QModelIndex& parent, int start, int end) override;
     void resizeEvent(QResizeEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     void placeViews(const QModelIndex& parent);
     void placeView(const QModelIndex& index);
 
     LVOutlineModel* _model = nullptr;
+    QString _placeholderText;
 };

@@ -1,0 +1,181 @@
+#include "TestInstallItem.h"
+#include "manager/AppDelegate.h"
+#include "manager/LVOutlineModel.h"
+#include "manager/LVOutlineView.h"
+
+#include <QAbstractItemModelTester>
+#include <QPointer>
+#include <QtTest>
+
+// A child row that only has a view.
+class ChildRow : public LVOutlineItem
+{
+public:
+    explicit ChildRow(int height) { _view.resize(300, height); }
+    QString title() const override { return QStringLiteral("child"); }
+    QWidget* view() override { return &_view; }
+    bool shouldExpand() override { return false; }
+
+private:
+    QWidget _view;
+};
+
+class tst_LVOutlineModel : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase() { AppDelegate::configureApplication(); }
+    void answersTheOutlineQuestions();
+    void rootListIsAskedAnewOnReload();
+    void viewsSurviveReloadsAndStayWithTheirRows();
+    void expansionAndCollapseAskTheRow_data();
+    void expansionAndCollapseAskTheRow();
+    void selectionFollowsTheRowsAnswer();
+};
+
+void tst_LVOutlineModel::answersTheOutlineQuestions()
+{
+    TestInstallItem first(QStringLiteral("first"));
+    TestInstallItem second(QStringLiteral("second"));
+    first.viewHeight = 64;
+    ChildRow childA(120), childB(30);
+    second.children = {&childA, &childB};
+    second.selectable = false;
+    QList<LVOutlineItem*> rows{&first, &second};
+    LVOutlineModel model([&] { return rows; });
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+
+    QCOMPARE(model.rowCount(), 2);
+    QCOMPARE(model.columnCount(), 1);
+    const QModelIndex firstIndex = model.index(0, 0);
+    const QModelIndex secondIndex = model.index(1, 0);
+    QCOMPARE(model.itemForIndex(firstIndex), &first);
+    QCOMPARE(model.rowCount(firstIndex), 0);
+    QVERIFY(!model.hasChildren(firstIndex));
+    QCOMPARE(model.rowCount(secondIndex), 2);
+    QVERIFY(model.hasChildren(secondIndex));
+    // Out of range: no row.
+    QVERIFY(!model.index(2, 0).isValid());
+    QVERIFY(!model.index(-1, 0).isValid());
+    QVERIFY(!model.index(0, 1).isValid());
+
+    const QModelIndex childIndex = model.index(0, 0, secondIndex);
+    QCOMPARE(model.itemForIndex(childIndex), &childA);
+    QCOMPARE(model.parent(childIndex), secondIndex);
+    QCOMPARE(model.indexForItem(&childB), model.index(1, 0, secondIndex));
+    QVERIFY(!model.parent(firstIndex).isValid());
+
+    // Rows are as high as their views and titled by their controllers.
+    QCOMPARE(model.data(firstIndex, Qt::SizeHintRole).toSize().height(), 64);
+    QCOMPARE(model.data(childIndex, Qt::SizeHintRole).toSize().height(), 120);
+    QCOMPARE(model.data(secondIndex).toString(), QStringLiteral("second"));
+    QVERIFY(model.flags(firstIndex).testFlag(Qt::ItemIsSelectable));
+    QVERIFY(!model.flags(secondIndex).testFlag(Qt::ItemIsSelectable));
+    QVERIFY(model.flags(firstIndex).testFlag(Qt::ItemNeverHasChildren));
+
+    // A row without a view takes no room.
+    LVInstallItem bare;
+    rows.append(&bare);
+    model.reload();
+    QCOMPARE(model.data(model.index(2, 0), Qt::SizeHintRole).toSize().height(), 0);
+}
+
+void tst_LVOutlineModel::rootListIsAskedAnewOnReload()
+{
+    TestInstallItem a(QStringLiteral("a")), b(QStringLiteral("b"));
+    int asked = 0;
+    QList<LVOutlineItem*> rows{&a};
+    LVOutlineModel model([&] {
+        ++asked;
+        return rows;
+    });
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    const int before = asked;
+    rows = {&b, nullptr, &a};
+    QCOMPARE(model.rowCount(), 1); // not until reloaded
+    model.reload();
+    QCOMPARE(asked, before + 1);
+    // Null rows are left out.
+    QCOMPARE(model.rootItems(), (QList<LVOutlineItem*>{&b, &a}));
+    QCOMPARE(model.itemForIndex(model.index(0, 0)), &b);
+}
+
+void tst_LVOutlineModel::viewsSurviveReloadsAndStayWithTheirRows()
+{
+    auto* row = new TestInstallItem(QStringLiteral("row"));
+    QList<LVOutlineItem*> rows{row};
+    LVOutlineView view;
+    LVOutlineModel model([&] { return rows; });
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    view.setOutlineModel(&model);
+    view.resize(320, 400);
+    view.show();
+    QPointer<QWidget> rowView = row->view();
+    QCOMPARE(view.indexWidget(model.index(0, 0)), rowView.data());
+    view.reloadData();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(rowView);
+    QCOMPARE(view.indexWidget(model.index(0, 0)), rowView.data());
+    // Taken out of the list, the view is hidden but still the row's.
+    rows.clear();
+    view.reloadData();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(rowView);
+    QVERIFY(!rowView->isVisible());
+    delete row;
+    QVERIFY(!rowView);
+}
+
+void tst_LVOutlineModel::expansionAndCollapseAskTheRow_data()
+{
+    QTest::addColumn<bool>("mayExpand");
+    QTest::addColumn<bool>("expandedAfterExpand");
+    QTest::newRow("row agrees") << true << true;
+    QTest::newRow("row refuses") << false << false;
+}
+
+void tst_LVOutlineModel::expansionAndCollapseAskTheRow()
+{
+    QFETCH(bool, mayExpand);
+    QFETCH(bool, expandedAfterExpand);
+    TestInstallItem parent(QStringLiteral("parent"));
+    ChildRow child(50);
+    parent.children = {&child};
+    parent.expandable = mayExpand;
+    QList<LVOutlineItem*> rows{&parent};
+    LVOutlineView view;
+    LVOutlineModel model([&] { return rows; });
+    view.setOutlineModel(&model);
+    view.show();
+    view.expandItem(&parent);
+    QCOMPARE(view.isItemExpanded(&parent), expandedAfterExpand);
+    if (expandedAfterExpand) {
+        // The child's view is placed once the parent opens.
+        QCOMPARE(view.indexWidget(model.index(0, 0, model.index(0, 0))), child.view());
+    }
+    view.toggleItem(&parent);
+    QVERIFY(!view.isItemExpanded(&parent));
+}
+
+void tst_LVOutlineModel::selectionFollowsTheRowsAnswer()
+{
+    TestInstallItem selectable(QStringLiteral("yes")), fixed(QStringLiteral("no"));
+    fixed.selectable = false;
+    TestInstallItem stranger(QStringLiteral("elsewhere"));
+    QList<LVOutlineItem*> rows{&selectable, &fixed};
+    LVOutlineView view;
+    LVOutlineModel model([&] { return rows; });
+    view.setOutlineModel(&model);
+    view.show();
+    QVERIFY(view.selectItem(&selectable));
+    QCOMPARE(view.selectedItem(), &selectable);
+    QVERIFY(!view.selectItem(&stranger));
+    QCOMPARE(view.selectedItem(), &selectable);
+    view.selectItem(&fixed);
+    QVERIFY(view.selectedItem() != &fixed);
+    view.selectItem(nullptr);
+    QCOMPARE(view.selectedItem(), nullptr);
+}
+
+QTEST_MAIN(tst_LVOutlineModel)
+#include "tst_LVOutlineModel.moc"
