@@ -32,8 +32,6 @@ void AppDelegate::configureApplication()
 void AppDelegate::applicationDidFinishLaunching()
 {
     configureApplication();
-    // From here on the log window and the system log are the application's only outputs.
-    Platform::standardStreams().silence();
 
     _loggerWindow = std::make_unique<VMLoggerWindow>();
     VMLogger::sharedLogger()->setView(_loggerWindow.get());
@@ -49,8 +47,10 @@ void AppDelegate::applicationDidFinishLaunching()
     installManager->setAttachedToStatusItem(false);
     installManager->show();
 
-    if (LVPreferences::sharedPreferences()->usesExtendedLogging())
+    if (LVPreferences::sharedPreferences()->usesExtendedLogging()) {
+        _loggerWindow->move(40, 40);
         _loggerWindow->showLog();
+    }
     VMLogger::logMessage(QStringLiteral("Lumivane Manager started"));
 }
 

@@ -45,7 +45,7 @@ SystemInfo::ModifierKeys TestSystemInfo::heldModifierKeys() const
 
 namespace {
 const QList<QByteArray> kVariables = {"HOME",          "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME",
-                                      "XDG_RUNTIME_DIR", "TMPDIR",      "LV_SYSTEM_ROOT"};
+                                      "XDG_RUNTIME_DIR", "TMPDIR",      "LV_SYSTEM_ROOT", "LV_SERVER_URL"};
 }
 
 TestEnvironment::TestEnvironment(double delayScale)
@@ -66,6 +66,9 @@ TestEnvironment::TestEnvironment(double delayScale)
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(base + QStringLiteral("/runtime")));
     qputenv("TMPDIR", QFile::encodeName(base + QStringLiteral("/tmp")));
     qputenv("LV_SYSTEM_ROOT", QFile::encodeName(base + QStringLiteral("/root")));
+    // Nothing may reach the maker's real hosts: unless a test points the servers at its own
+    // server, they are a port on this machine where nobody listens.
+    qputenv("LV_SERVER_URL", "http://127.0.0.1:9");
 
     LVPreferences::setSettingsFile(base + QStringLiteral("/home/defaults.ini"));
     VMDispatch::setDelayScale(delayScale);
