@@ -193,6 +193,7 @@ void LVInstallManager::setUpInterface()
         "QFrame#_separatorTop, QFrame#_separatorBottom { color: rgba(255,255,255,0.09); max-height: 1px; }"
         "QStackedWidget, QStackedWidget > QWidget { background: transparent; }"
         "LVOutlineView { background: transparent; border: none; outline: none; }"
+        "LVOutlineView#_helpItemsTable { padding: 10px 16px; }"
         "LVOutlineView::item { border: none; padding: 0px; }"
         "LVOutlineView::item:selected { background: rgba(10,132,255,0.28); border-radius: 6px; }"
         "QScrollBar:vertical { background: transparent; width: 8px; margin: 2px; }"
@@ -212,8 +213,6 @@ void LVInstallManager::setUpInterface()
     ui->_newsItemsTable->setPlaceholderText(QStringLiteral("No news right now."));
     ui->_helpItemsTable->setPlaceholderText(QStringLiteral("No help topics."));
     ui->_toolItemsTable->setPlaceholderText(QStringLiteral("No tools."));
-    // The help titles draw their dots at their left edge: give the list a margin.
-    ui->_helpItemsTable->setRowMargins(16, 10, 16, 10);
 }
 
 // ---- Catalogue loading -------------------------------------------------------------------------

@@ -32,9 +32,6 @@ public:
     bool selectItem(LVOutlineItem* item);
     LVOutlineItem* selectedItem() const;
 
-    // Room around the rows.
-    void setRowMargins(int left, int top, int right, int bottom) { setViewportMargins(left, top, right, bottom); }
-
     // Shown in the middle of the list while it has no rows.
     void setPlaceholderText(const QString& text);
     QString placeholderText() const { return _placeholderText; }
