@@ -58,8 +58,9 @@ public:
     // has ended. The status tells whether it could be started; `exitCode`, when given, receives the
     // tool's exit code (-1 if it did not run or crashed). Acquires the administrator right first
     // if the authorization does not hold it yet.
-    virtual int executeWithPrivileges(const AuthorizationRef&, const QString& /*tool*/, const QStringList& /*arguments*/,
-                                      const OutputHandler& /*output*/, int* exitCode = nullptr)
+    virtual int executeWithPrivileges(const AuthorizationRef&, const QString& /*tool*/,
+                                      const QStringList& /*arguments*/, const OutputHandler& /*output*/,
+                                      int* exitCode = nullptr)
     {
         if (exitCode)
             *exitCode = -1;

@@ -188,7 +188,8 @@ private slots:
         QCOMPARE(installed.exitCode, 0);
 
         const QString app = environment.systemRoot() + kLocation + QStringLiteral("/Glow.app/Contents");
-        QCOMPARE(readFile(app + QStringLiteral("/PlugIns/Glow.pluginkit/Contents/Info.plist")), QByteArray("plugin 1.0"));
+        QCOMPARE(readFile(app + QStringLiteral("/PlugIns/Glow.pluginkit/Contents/Info.plist")),
+                 QByteArray("plugin 1.0"));
         QVERIFY(QFileInfo(app + QStringLiteral("/MacOS/Glow")).isExecutable());
         QCOMPARE(QFileInfo(app + QStringLiteral("/Launcher")).symLinkTarget(), app + QStringLiteral("/MacOS/Glow"));
         QCOMPARE(contents(environment.systemRoot() + kLocation),
@@ -198,8 +199,8 @@ private slots:
                               "Glow.app/Contents/PlugIns/Glow.pluginkit/Contents",
                               "Glow.app/Contents/PlugIns/Glow.pluginkit/Contents/Info.plist"}));
 
-        const QString receiptPath = environment.systemRoot() + QStringLiteral("/var/db/receipts/") + kIdentifier +
-                                    QStringLiteral(".plist");
+        const QString receiptPath =
+            environment.systemRoot() + QStringLiteral("/var/db/receipts/") + kIdentifier + QStringLiteral(".plist");
         PlistFile::Node receipt = PlistFile::read(receiptPath);
         QCOMPARE(PlistFile::string(receipt.get(), "PackageIdentifier"), kIdentifier);
         QCOMPARE(PlistFile::string(receipt.get(), "PackageVersion"), QStringLiteral("1.0"));
@@ -221,7 +222,8 @@ private slots:
                                                  "installer: Upgrading at base path /\n"
                                                  "installer: The upgrade was successful.\n"));
         QCOMPARE(upgraded.exitCode, 0);
-        QCOMPARE(readFile(app + QStringLiteral("/PlugIns/Glow.pluginkit/Contents/Info.plist")), QByteArray("plugin 2.0"));
+        QCOMPARE(readFile(app + QStringLiteral("/PlugIns/Glow.pluginkit/Contents/Info.plist")),
+                 QByteArray("plugin 2.0"));
         QCOMPARE(readFile(app + QStringLiteral("/Launcher")), QByteArray("#!/bin/sh\necho 2.0"));
         receipt = PlistFile::read(receiptPath);
         QCOMPARE(PlistFile::string(receipt.get(), "PackageVersion"), QStringLiteral("2.0"));
@@ -230,14 +232,21 @@ private slots:
     void targets_data()
     {
         QTest::addColumn<QString>("target");
-        QTest::addColumn<QString>("basePath");   // as printed; "~" stands for the home folder
+        QTest::addColumn<QString>("basePath");    // as printed; "~" stands for the home folder
         QTest::addColumn<QString>("installedIn"); // below the test folder
         QTest::addColumn<QString>("receipts");
-        QTest::newRow("system") << "/" << "/" << "root/Applications/Lumivane" << "root/var/db/receipts";
-        QTest::newRow("home") << "CurrentUserHomeDirectory" << "~" << "home/Applications/Lumivane"
+        QTest::newRow("system") << "/"
+                                << "/"
+                                << "root/Applications/Lumivane"
+                                << "root/var/db/receipts";
+        QTest::newRow("home") << "CurrentUserHomeDirectory"
+                              << "~"
+                              << "home/Applications/Lumivane"
                               << "home/Library/Receipts";
-        QTest::newRow("volume") << "/Volumes/Studio" << "/Volumes/Studio"
-                                << "root/Volumes/Studio/Applications/Lumivane" << "root/Volumes/Studio/var/db/receipts";
+        QTest::newRow("volume") << "/Volumes/Studio"
+                                << "/Volumes/Studio"
+                                << "root/Volumes/Studio/Applications/Lumivane"
+                                << "root/Volumes/Studio/var/db/receipts";
     }
     void targets()
     {
@@ -265,7 +274,7 @@ private slots:
 
     void badInvocationsAndPackages_data()
     {
-        QTest::addColumn<QStringList>("arguments"); // "PKG" stands for the package below
+        QTest::addColumn<QStringList>("arguments");  // "PKG" stands for the package below
         QTest::addColumn<QByteArray>("packageData"); // written as PKG when not empty
         QTest::addColumn<QString>("expected");       // the line that tells why
         const QString usage = QStringLiteral("Usage: installer -pkg <pathToPackage>");
@@ -307,10 +316,10 @@ private slots:
         const QByteArray payload = cpioPayload({{"./a.txt", AE_IFREG, "a", {}}});
         QTest::newRow("no payload") << packageInfo() << QByteArray() << "it has no Payload";
         QTest::newRow("no package info") << QByteArray() << payload << "it has no PackageInfo";
-        QTest::newRow("package info not xml") << QByteArray("hello") << payload
-                                              << "its PackageInfo is not a package description";
-        QTest::newRow("identifier with a slash") << packageInfo(QStringLiteral("../../evil")) << payload
-                                                 << "its identifier '../../evil' is not usable";
+        QTest::newRow("package info not xml")
+            << QByteArray("hello") << payload << "its PackageInfo is not a package description";
+        QTest::newRow("identifier with a slash")
+            << packageInfo(QStringLiteral("../../evil")) << payload << "its identifier '../../evil' is not usable";
         QTest::newRow("payload not cpio") << packageInfo() << QByteArray("\x1f\x8bnot really gzip") << "Payload";
         QTest::newRow("install location climbs out") << packageInfo(kIdentifier, QStringLiteral("/../../outside"))
                                                      << payload << "the install location '/../../outside'";
@@ -353,19 +362,24 @@ private slots:
         QTest::newRow("dot-dot inside the path")
             << QList<Item>{good, {"./Glow.app/../../../../sentinel/evil", AE_IFREG, "evil", {}}}
             << QByteArray("./Glow.app/../../../../sentinel/evil") << "leads out of the install location" << false;
-        QTest::newRow("absolute link") << QList<Item>{good, {"./out", AE_IFLNK, {}, "SENTINEL"},
+        QTest::newRow("absolute link") << QList<Item>{good,
+                                                      {"./out", AE_IFLNK, {}, "SENTINEL"},
                                                       {"./out/evil", AE_IFREG, "evil", {}}}
                                        << QByteArray("./out") << "links to the absolute path" << false;
-        QTest::newRow("link climbing out") << QList<Item>{good, {"./out", AE_IFLNK, {}, "../../../sentinel"},
-                                                          {"./out/evil", AE_IFREG, "evil", {}}}
-                                           << QByteArray("./out") << "outside the install location" << false;
+        QTest::newRow("link climbing out")
+            << QList<Item>{good, {"./out", AE_IFLNK, {}, "../../../sentinel"}, {"./out/evil", AE_IFREG, "evil", {}}}
+            << QByteArray("./out") << "outside the install location" << false;
         // Each link alone stays inside; followed one through the other they would leave it.
-        QTest::newRow("links chained out")
-            << QList<Item>{good, {"./a", AE_IFDIR, {}, {}}, {"./a/b", AE_IFDIR, {}, {}},
-                           {"./a/b/up", AE_IFLNK, {}, "../.."}, {"./a/b/far", AE_IFLNK, {}, "up/../../.."}}
-            << QByteArray("./a/b/far") << "outside the install location" << false;
+        QTest::newRow("links chained out") << QList<Item>{good,
+                                                          {"./a", AE_IFDIR, {}, {}},
+                                                          {"./a/b", AE_IFDIR, {}, {}},
+                                                          {"./a/b/up", AE_IFLNK, {}, "../.."},
+                                                          {"./a/b/far", AE_IFLNK, {}, "up/../../.."}}
+                                           << QByteArray("./a/b/far") << "outside the install location" << false;
         QTest::newRow("file through a link in the payload")
-            << QList<Item>{good, {"./inner", AE_IFDIR, {}, {}}, {"./alias", AE_IFLNK, {}, "inner"},
+            << QList<Item>{good,
+                           {"./inner", AE_IFDIR, {}, {}},
+                           {"./alias", AE_IFLNK, {}, "inner"},
                            {"./alias/evil", AE_IFREG, "evil", {}}}
             << QByteArray("./alias/evil") << "goes through the link 'alias'" << false;
         QTest::newRow("file through a link on disk")
@@ -373,9 +387,8 @@ private slots:
             << "goes through the link 'Glow.app'" << true;
         QTest::newRow("device") << QList<Item>{good, {"./tty", AE_IFCHR, {}, {}}} << QByteArray("./tty")
                                 << "neither a file, a folder nor a link" << false;
-        QTest::newRow("file as the install location")
-            << QList<Item>{good, {".", AE_IFREG, "x", {}}} << QByteArray(".") << "replace the install location"
-            << false;
+        QTest::newRow("file as the install location") << QList<Item>{good, {".", AE_IFREG, "x", {}}} << QByteArray(".")
+                                                      << "replace the install location" << false;
     }
     void maliciousPayloadsAreRefused()
     {
@@ -400,16 +413,17 @@ private slots:
 
         const QString package = environment.path() + QStringLiteral("/Evil.pkg");
         QString error;
-        QVERIFY2(PackageBuilder::writeXar(package, {{QStringLiteral("PackageInfo"), packageInfo()},
-                                                    {QStringLiteral("Payload"), cpioPayload(items)}},
-                                          &error),
+        QVERIFY2(PackageBuilder::writeXar(
+                     package,
+                     {{QStringLiteral("PackageInfo"), packageInfo()}, {QStringLiteral("Payload"), cpioPayload(items)}},
+                     &error),
                  qPrintable(error));
         const Run run = install(package);
         const QStringList lines = run.output.split(QLatin1Char('\n'));
         QCOMPARE(lines.value(0), QStringLiteral("installer: Package name is Evil"));
         QCOMPARE(lines.value(1), QStringLiteral("installer: Installing at base path /"));
-        QVERIFY2(lines.value(2).startsWith(QStringLiteral("installer: Error - refused payload entry '%1': ")
-                                               .arg(QString::fromUtf8(refused))),
+        QVERIFY2(lines.value(2).startsWith(
+                     QStringLiteral("installer: Error - refused payload entry '%1': ").arg(QString::fromUtf8(refused))),
                  qPrintable(run.output));
         QVERIFY2(lines.value(2).contains(why), qPrintable(lines.value(2)));
         QCOMPARE(lines.value(3), QStringLiteral("installer: The install failed."));
@@ -441,7 +455,8 @@ private slots:
         QCOMPARE(status, int(PrivilegedExecution::Success));
         QCOMPARE(exitCode, 0);
         QVERIFY(output.contains("The install was successful."));
-        QVERIFY(QFileInfo(environment.systemRoot() + kLocation + QStringLiteral("/Glow.app/Contents/Info.plist")).isFile());
+        QVERIFY(
+            QFileInfo(environment.systemRoot() + kLocation + QStringLiteral("/Glow.app/Contents/Info.plist")).isFile());
     }
 };
 

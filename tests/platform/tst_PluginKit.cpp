@@ -85,7 +85,8 @@ private slots:
         QCOMPARE(match.captured(1), blur);
         QCOMPARE(pathAsTheApplicationReadsIt(verbose.output), blur);
 
-        const Run plain = pluginkit({QStringLiteral("-m"), QStringLiteral("-i"), QStringLiteral("com.quarnet.Glow.plugin")});
+        const Run plain =
+            pluginkit({QStringLiteral("-m"), QStringLiteral("-i"), QStringLiteral("com.quarnet.Glow.plugin")});
         QCOMPARE(plain.output, QByteArray("     com.quarnet.Glow.plugin(1.2.3)\n"));
 
         const Run all = pluginkit({QStringLiteral("-m")});

@@ -155,9 +155,10 @@ private slots:
 
         // The tool prints its second line only once the first one has reached us.
         const QString seen = environment.path() + QStringLiteral("/seen");
-        const QString script = QStringLiteral("echo first; echo noise >&2; i=0; "
-                                              "while [ ! -e \"$0\" ] && [ $i -lt 200 ]; do sleep 0.05; i=$((i+1)); done; "
-                                              "if [ -e \"$0\" ]; then echo second; else echo late; fi; exit 3");
+        const QString script =
+            QStringLiteral("echo first; echo noise >&2; i=0; "
+                           "while [ ! -e \"$0\" ] && [ $i -lt 200 ]; do sleep 0.05; i=$((i+1)); done; "
+                           "if [ -e \"$0\" ]; then echo second; else echo late; fi; exit 3");
         QByteArray output;
         QList<QByteArray> blocks;
         int exitCode = -1;
@@ -219,11 +220,11 @@ private slots:
         QCOMPARE(execution.copyRights(authorization, admin(), true), expected);
 
         QByteArray printed;
-        const int status = execution.executeWithPrivileges(
-            authorization, QStringLiteral("/bin/sh"),
-            {QStringLiteral("-c"), QStringLiteral("echo root=$LV_SYSTEM_ROOT $0 $1"), QStringLiteral("a"),
-             QStringLiteral("b")},
-            [&](const QByteArray& block) { printed += block; });
+        const int status =
+            execution.executeWithPrivileges(authorization, QStringLiteral("/bin/sh"),
+                                            {QStringLiteral("-c"), QStringLiteral("echo root=$LV_SYSTEM_ROOT $0 $1"),
+                                             QStringLiteral("a"), QStringLiteral("b")},
+                                            [&](const QByteArray& block) { printed += block; });
         QCOMPARE(status, expected);
         QCOMPARE(printed, output);
 

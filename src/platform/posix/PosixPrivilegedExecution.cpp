@@ -129,8 +129,7 @@ int PosixPrivilegedExecution::defaultConsent(const QString& right)
 {
     if (qEnvironmentVariable("LV_AUTO_CONSENT") == QLatin1String("1"))
         return Success;
-    qWarning("No one to ask for the right %s; refused (set LV_AUTO_CONSENT=1 to grant it unasked)",
-             qPrintable(right));
+    qWarning("No one to ask for the right %s; refused (set LV_AUTO_CONSENT=1 to grant it unasked)", qPrintable(right));
     return Denied;
 }
 

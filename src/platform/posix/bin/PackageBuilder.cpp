@@ -8,8 +8,8 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <memory>
 #include <climits>
+#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -202,6 +202,7 @@ bool PackageBuilder::build(const QString& outputPath, QString* error) const
     const QByteArray data = payload(&files, &bytes, error);
     if (data.isEmpty())
         return false;
-    return writeXar(outputPath, {{QStringLiteral("PackageInfo"), packageInfo(files, bytes)}, {QStringLiteral("Payload"), data}},
+    return writeXar(outputPath,
+                    {{QStringLiteral("PackageInfo"), packageInfo(files, bytes)}, {QStringLiteral("Payload"), data}},
                     error);
 }

@@ -31,7 +31,8 @@ bool isLink(const QString& path)
 
 bool isInside(const QString& path, const QString& folder)
 {
-    return !folder.isEmpty() && (path == folder || path.startsWith(folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/')));
+    return !folder.isEmpty() &&
+           (path == folder || path.startsWith(folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/')));
 }
 
 // The current directory for the time of an extraction, so entries can stay relative.
@@ -134,12 +135,13 @@ int PackageInstaller::install(const QString& packagePath, const QString& target)
     FlatPackage package(packagePath);
     QString error;
     if (!package.open(&error))
-        return fail(QStringLiteral("the package '%1' could not be read: %2.").arg(QFileInfo(packagePath).fileName(), error));
+        return fail(
+            QStringLiteral("the package '%1' could not be read: %2.").arg(QFileInfo(packagePath).fileName(), error));
 
-    const QString receiptPath = (target == QLatin1String("CurrentUserHomeDirectory")
-                                     ? targetDir + QStringLiteral("/Library/Receipts/")
-                                     : targetDir + QStringLiteral("/var/db/receipts/")) +
-                                package.identifier() + QStringLiteral(".plist");
+    const QString receiptPath =
+        (target == QLatin1String("CurrentUserHomeDirectory") ? targetDir + QStringLiteral("/Library/Receipts/")
+                                                             : targetDir + QStringLiteral("/var/db/receipts/")) +
+        package.identifier() + QStringLiteral(".plist");
     const bool upgrade = QFileInfo::exists(receiptPath);
     _print(QStringLiteral("installer: Package name is %1").arg(QFileInfo(packagePath).completeBaseName()));
     _print(QStringLiteral("installer: %1 at base path %2")
@@ -183,8 +185,9 @@ QString PackageInstaller::checkEntries(const FlatPackage& package, const QString
     QString error;
     const bool read = package.readPayload(
         [&](archive*, archive_entry* entry) {
-            const QString name = QString::fromUtf8(archive_entry_pathname_utf8(entry) ? archive_entry_pathname_utf8(entry)
-                                                                                      : archive_entry_pathname(entry));
+            const QString name =
+                QString::fromUtf8(archive_entry_pathname_utf8(entry) ? archive_entry_pathname_utf8(entry)
+                                                                     : archive_entry_pathname(entry));
             const mode_t type = archive_entry_filetype(entry);
             const char* symlink = archive_entry_symlink(entry);
             const char* hardlink = archive_entry_hardlink(entry);
@@ -248,7 +251,8 @@ QString PackageInstaller::extract(const FlatPackage& package, const QString& des
             archive_entry_set_pathname(entry, QFile::encodeName(QStringLiteral("./") + relative).constData());
             if (const char* hardlink = archive_entry_hardlink(entry))
                 archive_entry_set_hardlink(
-                    entry, QFile::encodeName(QStringLiteral("./") + relativePath(QString::fromUtf8(hardlink))).constData());
+                    entry,
+                    QFile::encodeName(QStringLiteral("./") + relativePath(QString::fromUtf8(hardlink))).constData());
             if (archive_read_extract2(payload, entry, disk.get()) < ARCHIVE_WARN) {
                 const char* text = archive_error_string(disk.get());
                 problem = QStringLiteral("could not install '%1': %2.")
@@ -259,7 +263,8 @@ QString PackageInstaller::extract(const FlatPackage& package, const QString& des
         },
         &error);
     if (archive_write_close(disk.get()) < ARCHIVE_WARN && problem.isNull())
-        problem = QStringLiteral("could not finish the install: %1.").arg(QString::fromLocal8Bit(archive_error_string(disk.get())));
+        problem = QStringLiteral("could not finish the install: %1.")
+                      .arg(QString::fromLocal8Bit(archive_error_string(disk.get())));
     if (!problem.isNull())
         return problem;
     if (!read)
@@ -271,7 +276,8 @@ bool PackageInstaller::writeReceipt(const FlatPackage& package, const QString& r
                                     QString* error) const
 {
     PlistFile::Node receipt(plist_new_dict());
-    plist_dict_set_item(receipt.get(), "PackageIdentifier", plist_new_string(package.identifier().toUtf8().constData()));
+    plist_dict_set_item(receipt.get(), "PackageIdentifier",
+                        plist_new_string(package.identifier().toUtf8().constData()));
     plist_dict_set_item(receipt.get(), "PackageVersion", plist_new_string(package.version().toUtf8().constData()));
     QString prefix = package.installLocation();
     while (prefix.startsWith(QLatin1Char('/')))

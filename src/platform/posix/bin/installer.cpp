@@ -32,7 +32,8 @@ int main(int argc, char* argv[])
         const QString& argument = arguments.at(i);
         if ((argument == QLatin1String("-pkg") || argument == QLatin1String("-package")) && i + 1 < arguments.size())
             package = arguments.at(++i);
-        else if ((argument == QLatin1String("-target") || argument == QLatin1String("-tgt")) && i + 1 < arguments.size())
+        else if ((argument == QLatin1String("-target") || argument == QLatin1String("-tgt")) &&
+                 i + 1 < arguments.size())
             target = arguments.at(++i);
         else if (!kIgnoredFlags.contains(argument))
             return usage(out);
