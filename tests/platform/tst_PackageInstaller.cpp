@@ -436,6 +436,21 @@ private slots:
         QVERIFY(!QFileInfo::exists(environment.path() + QStringLiteral("/evil")));
     }
 
+    void installLocationThroughALinkIsRefused()
+    {
+        TestEnvironment environment;
+        const QString sentinel = environment.path() + QStringLiteral("/sentinel");
+        QVERIFY(QDir().mkpath(sentinel));
+        QVERIFY(QFile::link(sentinel, environment.systemRoot() + QStringLiteral("/Applications")));
+        const QString package = build(environment.path(), "1.0", QStringLiteral("Glow.pkg"));
+        const Run run = install(package);
+        QVERIFY2(run.output.contains(QStringLiteral("installer: Error - the install location '/Applications/Lumivane' "
+                                                    "leads outside the target.\ninstaller: The install failed.\n")),
+                 qPrintable(run.output));
+        QCOMPARE(run.exitCode, 1);
+        QCOMPARE(contents(sentinel), QStringList());
+    }
+
     void installsAsAdministratorWithStreamedOutput()
     {
         TestEnvironment environment;

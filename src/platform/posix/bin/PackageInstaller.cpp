@@ -159,9 +159,16 @@ int PackageInstaller::install(const QString& packagePath, const QString& target)
     QString problem = checkEntries(package, destination);
     if (problem.isNull()) {
         // Only now, once the payload is known to be sound, does anything appear on disk.
-        if (!QDir().mkpath(destination))
+        // A link already in the target must not carry even the install location's folders outside.
+        QString existing = destination;
+        while (!QFileInfo::exists(existing) && existing != targetDir)
+            existing = QFileInfo(existing).absolutePath();
+        const QString canonicalTarget = QFileInfo(targetDir).canonicalFilePath();
+        if (!isInside(QFileInfo(existing).canonicalFilePath(), canonicalTarget))
+            problem = QStringLiteral("the install location '%1' leads outside the target.").arg(location);
+        else if (!QDir().mkpath(destination))
             problem = QStringLiteral("could not create '%1'.").arg(location);
-        else if (!isInside(QFileInfo(destination).canonicalFilePath(), QFileInfo(targetDir).canonicalFilePath()))
+        else if (!isInside(QFileInfo(destination).canonicalFilePath(), canonicalTarget))
             problem = QStringLiteral("the install location '%1' leads outside the target.").arg(location);
         else
             problem = extract(package, destination);
