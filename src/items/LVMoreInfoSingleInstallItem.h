@@ -1,0 +1,28 @@
+#pragma once
+
+#include "manager/LVOutlineItem.h"
+
+#include <QPointer>
+#include <QWidget>
+
+class LVInstallItem;
+
+// The child row of a product row that shows the product's details.
+class LVMoreInfoSingleInstallItem : public LVOutlineItem
+{
+public:
+    LVMoreInfoSingleInstallItem(LVInstallItem* installItem, QWidget* view) : _installItem(installItem), _view(view) {}
+
+    LVInstallItem* installItem() const { return _installItem; }
+    void setView(QWidget* view) { _view = view; }
+
+    QWidget* view() override { return _view; }
+    QList<LVOutlineItem*> childItems() override { return {}; }
+    bool shouldExpand() override { return false; }
+    bool shouldSelect() override { return false; }
+    void setInstallManager(LVInstallManager*) override {}
+
+private:
+    LVInstallItem* _installItem;
+    QPointer<QWidget> _view;
+};
