@@ -87,7 +87,7 @@ void LVNewsItem::loadView()
     const int textWidth = width - margins.left() - margins.right();
     const int textHeight = _ui->_titleTextField->sizeHint().height() + _headlineView->layout()->spacing() +
                            _ui->_headlineTextField->heightForWidth(textWidth);
-    _headlineView->resize(width, qMax(_headlineView->height(), textHeight + margins.top() + margins.bottom()));
+    _headlineView->resize(width, textHeight + margins.top() + margins.bottom());
     _moreInfoView->resize(width, _moreInfoView->height());
 
     const QVariant imageHeight = _newsItem->propertyForKey(QLatin1String(VMNewsItem::imageHeight));
