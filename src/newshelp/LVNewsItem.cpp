@@ -11,6 +11,8 @@
 #include "manager/LVInstallManager.h"
 #include "platform/Platform.h"
 
+#include <QBoxLayout>
+#include <QFontMetrics>
 #include <QLocale>
 #include <QMouseEvent>
 #include <QPushButton>
@@ -82,11 +84,24 @@ void LVNewsItem::loadView()
     _ui->_dateTextField->setText(released.isValid() ? QLocale().toString(released.date(), QStringLiteral("d MMM yyyy"))
                                                     : QString());
 
-    // Tall enough for the headline as it wraps at the row's width.
+    // Any height to spare goes below the text.
+    static_cast<QBoxLayout*>(_headlineView->layout())->addStretch(1);
+    // The row's height is set below; the wrapped label's rough minimum must not override it.
+    _headlineView->layout()->setSizeConstraint(QLayout::SetNoConstraint);
+    _headlineView->setMinimumSize(0, 0);
+    // Tall enough for the headline as it wraps at the row's width, measured in the labels' own fonts.
+    _headlineView->ensurePolished();
+    _ui->_titleTextField->ensurePolished();
+    _ui->_headlineTextField->ensurePolished();
     const QMargins margins = _headlineView->layout()->contentsMargins();
     const int textWidth = width - margins.left() - margins.right();
-    const int textHeight = _ui->_titleTextField->sizeHint().height() + _headlineView->layout()->spacing() +
-                           _ui->_headlineTextField->heightForWidth(textWidth);
+    const int titleHeight = qMax(QFontMetrics(_ui->_titleTextField->font()).height(),
+                                 QFontMetrics(_ui->_dateTextField->font()).height());
+    const int headlineHeight =
+        QFontMetrics(_ui->_headlineTextField->font())
+            .boundingRect(QRect(0, 0, textWidth, 10000), Qt::TextWordWrap, _ui->_headlineTextField->text())
+            .height();
+    const int textHeight = titleHeight + _headlineView->layout()->spacing() + headlineHeight;
     _headlineView->resize(width, textHeight + margins.top() + margins.bottom());
     _moreInfoView->resize(width, _moreInfoView->height());
 
