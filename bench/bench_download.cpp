@@ -69,8 +69,19 @@ bool looksRight(const QString& path, qint64 size)
     return true;
 }
 
+double cpuSeconds(int who)
+{
+    rusage usage{};
+    getrusage(who, &usage);
+    return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+double g_cpuOurs = 0;
+double g_cpuCurl = 0;
+
 double withDownloader(const QUrl& url, const QString& path, qint64 size)
 {
+    const double cpuBefore = cpuSeconds(RUSAGE_SELF);
     std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(url));
     Waiter waiter;
     downloader->setDelegate(&waiter);
@@ -80,6 +91,7 @@ double withDownloader(const QUrl& url, const QString& path, qint64 size)
         return -1;
     waiter.run();
     const double seconds = clock.nsecsElapsed() / 1e9;
+    g_cpuOurs += cpuSeconds(RUSAGE_SELF) - cpuBefore;
     downloader.reset();
     const bool right = !waiter.failed && looksRight(path, size);
     QFile::remove(path);
@@ -88,6 +100,7 @@ double withDownloader(const QUrl& url, const QString& path, qint64 size)
 
 double withCurl(const QUrl& url, const QString& path, qint64 size)
 {
+    const double cpuBefore = cpuSeconds(RUSAGE_CHILDREN);
     QProcess curl;
     QElapsedTimer clock;
     clock.start();
@@ -95,6 +108,7 @@ double withCurl(const QUrl& url, const QString& path, qint64 size)
     if (!curl.waitForFinished(-1) || curl.exitCode() != 0)
         return -1;
     const double seconds = clock.nsecsElapsed() / 1e9;
+    g_cpuCurl += cpuSeconds(RUSAGE_CHILDREN) - cpuBefore;
     const bool right = looksRight(path, size);
     QFile::remove(path);
     return right ? seconds : -1;
@@ -149,8 +163,8 @@ int main(int argc, char** argv)
             std::fprintf(stderr, "round %d: a download failed or came out wrong\n", round + 1);
             return 1;
         }
-        std::printf("round %d: LVDownloader %.0f MiB/s (%.2f s), curl -o %.0f MiB/s (%.2f s)\n", round + 1,
-                    mib / ours, ours, mib / curl, curl);
+        std::printf("round %d: LVDownloader %.0f MiB/s (%.2f s), curl -o %.0f MiB/s (%.2f s)\n", round + 1, mib / ours,
+                    ours, mib / curl, curl);
         bestOurs = std::max(bestOurs, mib / ours);
         bestCurl = std::max(bestCurl, mib / curl);
     }
@@ -162,6 +176,8 @@ int main(int argc, char** argv)
 
     std::printf("size %.0f MiB, best of %d: LVDownloader %.0f MiB/s, curl -o %.0f MiB/s, ratio %.2f\n", mib, rounds,
                 bestOurs, bestCurl, bestOurs / bestCurl);
+    std::printf("CPU time per GiB: LVDownloader %.2f s, curl -o %.2f s\n", g_cpuOurs * 1024 / (mib * rounds),
+                g_cpuCurl * 1024 / (mib * rounds));
     std::printf("peak RSS of this process (VmHWM): %lld KiB (%lld KiB before the downloads); "
                 "peak RSS of curl: %ld KiB\n",
                 statusKiB("VmHWM"), baselineKiB, children.ru_maxrss);

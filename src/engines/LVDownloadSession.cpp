@@ -256,7 +256,8 @@ void LVDownloadSession::collectFinishedTransfers()
             continue;
         const std::shared_ptr<LVDownloadTask> task = found->second;
         const CURLcode code = message->data.result;
-        const VMError error = code == CURLE_OK ? VMError() : errorForCurlCode(code, QByteArray(task->_errorBuffer.data()));
+        const VMError error =
+            code == CURLE_OK ? VMError() : errorForCurlCode(code, QByteArray(task->_errorBuffer.data()));
         finish(task, error);
     }
 }
@@ -337,7 +338,8 @@ VMError LVDownloadSession::timedOutError()
 
 VMError LVDownloadSession::errorForCurlCode(int code, const QByteArray& detail)
 {
-    const QString reason = QString::fromUtf8(detail.isEmpty() ? QByteArray(curl_easy_strerror(CURLcode(code))) : detail);
+    const QString reason =
+        QString::fromUtf8(detail.isEmpty() ? QByteArray(curl_easy_strerror(CURLcode(code))) : detail);
     switch (code) {
     case CURLE_OPERATION_TIMEDOUT:
         return VMError(kURLErrorDomain, -1001, QStringLiteral("The request timed out."), reason);
@@ -346,8 +348,8 @@ VMError LVDownloadSession::errorForCurlCode(int code, const QByteArray& detail)
         return VMError(kURLErrorDomain, -1002, QStringLiteral("unsupported URL"), reason);
     case CURLE_COULDNT_RESOLVE_HOST:
     case CURLE_COULDNT_RESOLVE_PROXY:
-        return VMError(kURLErrorDomain, -1003, QStringLiteral("A server with the specified hostname could not be found."),
-                       reason);
+        return VMError(kURLErrorDomain, -1003,
+                       QStringLiteral("A server with the specified hostname could not be found."), reason);
     case CURLE_COULDNT_CONNECT:
         return VMError(kURLErrorDomain, -1004, QStringLiteral("Could not connect to the server."), reason);
     case CURLE_PARTIAL_FILE:
@@ -364,9 +366,9 @@ VMError LVDownloadSession::errorForCurlCode(int code, const QByteArray& detail)
     case CURLE_PEER_FAILED_VERIFICATION:
     case CURLE_SSL_CERTPROBLEM:
     case CURLE_SSL_CACERT_BADFILE:
-        return VMError(kURLErrorDomain, -1200,
-                       QStringLiteral("An SSL error has occurred and a secure connection to the server cannot be made."),
-                       reason);
+        return VMError(
+            kURLErrorDomain, -1200,
+            QStringLiteral("An SSL error has occurred and a secure connection to the server cannot be made."), reason);
     default:
         break;
     }

@@ -7,8 +7,7 @@
 LVDownloadTask::LVDownloadTask(LVDownloadSession* session, quint64 identifier, const QByteArray& url,
                                double timeoutInterval, CURL* easy)
     : _session(session), _taskIdentifier(identifier), _url(url), _timeoutInterval(timeoutInterval), _easy(easy)
-{
-}
+{}
 
 LVDownloadTask::~LVDownloadTask()
 {

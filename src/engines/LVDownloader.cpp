@@ -258,8 +258,9 @@ void LVDownloader::URLSession(LVDownloadSession*, const VMError& error)
         identifiers = reg.downloaders.keys();
     }
     for (quint64 identifier : identifiers) {
-        VMDispatch::performOnMainThread(
-            [identifier, error] { deliver(identifier, [&](LVDownloader* d) { d->didBecomeInvalidWithError(error); }); });
+        VMDispatch::performOnMainThread([identifier, error] {
+            deliver(identifier, [&](LVDownloader* d) { d->didBecomeInvalidWithError(error); });
+        });
     }
 }
 
@@ -334,7 +335,8 @@ void LVDownloader::cleanUp()
 void LVDownloader::didReceiveData(const QByteArray& data)
 {
     const QDateTime now = QDateTime::currentDateTimeUtc();
-    const double sinceLastUpdate = _lastProgressUpdateDate.isNull() ? 0.0 : now.msecsTo(_lastProgressUpdateDate) / 1000.0;
+    const double sinceLastUpdate =
+        _lastProgressUpdateDate.isNull() ? 0.0 : now.msecsTo(_lastProgressUpdateDate) / 1000.0;
     if (data.isEmpty() || _ended)
         return;
     QPointer<LVDownloader> alive(this);

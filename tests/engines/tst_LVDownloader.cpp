@@ -42,7 +42,10 @@ public:
     }
 
     void downloadStarted(LVDownloader* d) override { record(QStringLiteral("started"), 0, d); }
-    void downloadProgress(double progress, LVDownloader* d) override { record(QStringLiteral("progress"), progress, d); }
+    void downloadProgress(double progress, LVDownloader* d) override
+    {
+        record(QStringLiteral("progress"), progress, d);
+    }
     void downloadCompleted(LVDownloader* d) override { record(QStringLiteral("completed"), 0, d); }
     void downloadFailed(LVDownloader* d) override { record(QStringLiteral("failed"), 0, d); }
 
@@ -53,8 +56,8 @@ public:
 
     bool ended() const
     {
-        return !events.isEmpty() && (events.last().name == QLatin1String("completed") ||
-                                     events.last().name == QLatin1String("failed"));
+        return !events.isEmpty() &&
+               (events.last().name == QLatin1String("completed") || events.last().name == QLatin1String("failed"));
     }
     QString finalEvent() const { return events.isEmpty() ? QString() : events.last().name; }
     QStringList names() const
@@ -225,19 +228,19 @@ void tst_LVDownloader::outcome_data()
     LocalHttpServer::Response serverError;
     serverError.status = 500;
     serverError.body = "broken";
-    QTest::newRow("500 completes too")
-        << serverError << false << "completed" << true << QByteArray("broken") << true << 0 << QString();
+    QTest::newRow("500 completes too") << serverError << false << "completed" << true << QByteArray("broken") << true
+                                       << 0 << QString();
 
     LocalHttpServer::Response redirect;
     redirect.status = 302;
     redirect.headers = {{"Location", "/target"}};
     redirect.body = "see /target";
-    QTest::newRow("redirect is followed") << redirect << false << "completed" << true << QByteArray("moved here")
-                                          << true << 0 << QString();
+    QTest::newRow("redirect is followed")
+        << redirect << false << "completed" << true << QByteArray("moved here") << true << 0 << QString();
 
     LocalHttpServer::Response empty;
-    QTest::newRow("empty body: no started") << empty << false << "completed" << false << QByteArray() << true << 0
-                                            << QString();
+    QTest::newRow("empty body: no started")
+        << empty << false << "completed" << false << QByteArray() << true << 0 << QString();
 
     LocalHttpServer::Response dropped = plain;
     dropped.chunkSize = 10000;
@@ -253,8 +256,8 @@ void tst_LVDownloader::outcome_data()
     LocalHttpServer::Response stalled = plain;
     stalled.chunkSize = 1000;
     stalled.stallAfterBytes = 1000;
-    QTest::newRow("silence mid-body")
-        << stalled << false << "failed" << true << body.left(1000) << true << -1001 << "The request timed out.";
+    QTest::newRow("silence mid-body") << stalled << false << "failed" << true << body.left(1000) << true << -1001
+                                      << "The request timed out.";
 
     QTest::newRow("connection refused") << plain << true << "failed" << false << QByteArray() << true << -1004
                                         << "Could not connect to the server.";
@@ -300,7 +303,8 @@ void tst_LVDownloader::outcome()
         QCOMPARE(downloader->error().domain(), QStringLiteral("NSURLErrorDomain"));
     for (const auto& progress : delegate.progressEvents()) {
         if (sizeKnown)
-            QVERIFY2(progress.progress > 0 && progress.progress <= 100.0, qPrintable(QString::number(progress.progress)));
+            QVERIFY2(progress.progress > 0 && progress.progress <= 100.0,
+                     qPrintable(QString::number(progress.progress)));
         else
             QCOMPARE(progress.progress, -1.0);
     }
@@ -360,7 +364,8 @@ void tst_LVDownloader::progressIsThrottled()
     QVERIFY(reports.size() >= 2);
     // The first chunk is reported at once, right after started.
     QCOMPARE(delegate.names().at(1), QStringLiteral("progress"));
-    QVERIFY2(qFuzzyCompare(reports.first().progress, 1000 * 100.0 / 26000), qPrintable(QString::number(reports.first().progress)));
+    QVERIFY2(qFuzzyCompare(reports.first().progress, 1000 * 100.0 / 26000),
+             qPrintable(QString::number(reports.first().progress)));
     // Then at most one a second: about one per elapsed second of the transfer.
     for (qsizetype i = 1; i < reports.size(); ++i) {
         const qint64 gap = reports.at(i).milliseconds - reports.at(i - 1).milliseconds;
@@ -383,7 +388,8 @@ void tst_LVDownloader::downloadIntoFile()
 
     const QString path = LVDownloader::downloadFilePathWithSuggestedFileName(QStringLiteral("Plugin.pkg"));
     QCOMPARE(path, env.temporaryDirectory() + QStringLiteral("/Plugin.pkg"));
-    std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(server.url(QStringLiteral("/Plugin.pkg"))));
+    std::unique_ptr<LVDownloader> downloader(
+        LVDownloader::downloaderWithURL(server.url(QStringLiteral("/Plugin.pkg"))));
     RecordingDelegate delegate;
     delegate.watch(downloader.get());
     QVERIFY(downloader->startWithDownloadFilePath(path));
@@ -725,10 +731,12 @@ void tst_LVDownloader::extendedLogging()
 
     const QString urlText = url.toString();
     QCOMPARE(logContains(env, QStringLiteral("'Start download from: %1' in ").arg(urlText)), extended);
-    QCOMPARE(logContains(env, QStringLiteral("'Start download from: %1 to file: %2' in ").arg(urlText, path)), extended);
+    QCOMPARE(logContains(env, QStringLiteral("'Start download from: %1 to file: %2' in ").arg(urlText, path)),
+             extended);
     QCOMPARE(logContains(env, QStringLiteral("'Download completed: %1' in ").arg(urlText)), extended);
     // Failures are logged whatever the setting.
-    QTRY_VERIFY(logContains(env, QStringLiteral("'Error Domain=NSURLErrorDomain Code=-1004 \"Could not connect to the server.\"")));
+    QTRY_VERIFY(logContains(
+        env, QStringLiteral("'Error Domain=NSURLErrorDomain Code=-1004 \"Could not connect to the server.\"")));
 }
 
 void tst_LVDownloader::slowMainThreadPausesTheTransfer()

@@ -113,9 +113,9 @@ void LocalHttpConnection::beginResponse(const LocalHttpServer::Request& request)
             _response.body = LocalHttpServer::notFoundPage();
         }
     }
-    _bodySize = _file                                ? _file->size()
+    _bodySize = _file                              ? _file->size()
                 : _response.generatedBodySize >= 0 ? _response.generatedBodySize
-                                                    : _response.body.size();
+                                                   : _response.body.size();
     _stopAt = _bodySize;
     if (_response.dropAfterBytes >= 0)
         _stopAt = std::min(_stopAt, _response.dropAfterBytes);
@@ -135,7 +135,8 @@ void LocalHttpConnection::beginResponse(const LocalHttpServer::Request& request)
 
 void LocalHttpConnection::sendHeaders()
 {
-    QByteArray head = "HTTP/1.1 " + QByteArray::number(_response.status) + ' ' + reasonPhrase(_response.status) + "\r\n";
+    QByteArray head =
+        "HTTP/1.1 " + QByteArray::number(_response.status) + ' ' + reasonPhrase(_response.status) + "\r\n";
     bool hasContentType = false;
     for (const auto& [name, value] : _response.headers) {
         hasContentType = hasContentType || name.compare("Content-Type", Qt::CaseInsensitive) == 0;

@@ -33,10 +33,10 @@ public:
         qint64 generatedBodySize = -1;
         QString filePath;
         Framing framing = ContentLength;
-        qint64 chunkSize = 0;       // bytes per write (and per chunk); 0 for 256 KiB
-        int chunkIntervalMs = 0;    // pause between writes: a slow server
-        int headerDelayMs = 0;      // pause before the status line
-        qint64 dropAfterBytes = -1; // close the connection after this many body bytes
+        qint64 chunkSize = 0;        // bytes per write (and per chunk); 0 for 256 KiB
+        int chunkIntervalMs = 0;     // pause between writes: a slow server
+        int headerDelayMs = 0;       // pause before the status line
+        qint64 dropAfterBytes = -1;  // close the connection after this many body bytes
         qint64 stallAfterBytes = -1; // send nothing more after this many body bytes (0: headers then silence)
     };
 
