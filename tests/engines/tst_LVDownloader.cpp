@@ -5,6 +5,7 @@
 #include "foundation/LVPreferences.h"
 #include "foundation/VMDispatch.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -185,6 +186,8 @@ private slots:
     void downloadDataOnMainThreadGivesNullAtOnce();
     void invalidURL_data();
     void invalidURL();
+    void filesFromAFolder_data();
+    void filesFromAFolder();
     void concurrentDownloadsFromOneHost();
     void extendedLogging_data();
     void extendedLogging();
@@ -662,6 +665,42 @@ void tst_LVDownloader::invalidURL()
     worker.join();
     QVERIFY(data.isNull());
     QVERIFY(!error);
+}
+
+void tst_LVDownloader::filesFromAFolder_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QByteArray>("expectedData");
+    QTest::newRow("file") << "/files/news/News.plist" << QByteArray("<plist/>");
+    QTest::newRow("name with a space") << "/files/Product%20Versions.plist" << QByteArray("catalogue");
+    QTest::newRow("missing file") << "/files/none.plist" << LocalHttpServer::notFoundPage();
+}
+
+void tst_LVDownloader::filesFromAFolder()
+{
+    QFETCH(QString, path);
+    QFETCH(QByteArray, expectedData);
+    TestEnvironment env;
+    const QString folder = env.path() + QStringLiteral("/site");
+    QVERIFY(QDir().mkpath(folder + QStringLiteral("/news")));
+    const QList<QPair<QString, QByteArray>> files = {{QStringLiteral("/news/News.plist"), "<plist/>"},
+                                                     {QStringLiteral("/Product Versions.plist"), "catalogue"}};
+    for (const auto& [name, contents] : files) {
+        QFile file(folder + name);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(contents);
+    }
+    LocalHttpServer server;
+    server.serveDirectory("/files", folder);
+    std::unique_ptr<LVDownloader> downloader(
+        LVDownloader::downloaderWithURL(QUrl(server.url().toString() + path.mid(1), QUrl::StrictMode)));
+    QVERIFY(downloader);
+    RecordingDelegate delegate;
+    delegate.watch(downloader.get());
+    QVERIFY(downloader->start());
+    QVERIFY(awaitEnd(delegate));
+    QCOMPARE(delegate.finalEvent(), QStringLiteral("completed"));
+    QCOMPARE(downloader->data(), expectedData);
 }
 
 void tst_LVDownloader::concurrentDownloadsFromOneHost()
