@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <vector>
 
 namespace {
 
@@ -149,6 +150,7 @@ int main(int argc, char** argv)
     const double mib = size / (1024.0 * 1024.0);
 
     double bestOurs = 0, bestCurl = 0;
+    std::vector<double> ratios;
     for (int round = 0; round < rounds; ++round) {
         // Alternate who goes first, so neither always meets a cold or a dirty page cache.
         double ours = -1, curl = -1;
@@ -165,6 +167,7 @@ int main(int argc, char** argv)
         }
         std::printf("round %d: LVDownloader %.0f MiB/s (%.2f s), curl -o %.0f MiB/s (%.2f s)\n", round + 1, mib / ours,
                     ours, mib / curl, curl);
+        ratios.push_back(curl / ours);
         bestOurs = std::max(bestOurs, mib / ours);
         bestCurl = std::max(bestCurl, mib / curl);
     }
@@ -176,6 +179,12 @@ int main(int argc, char** argv)
 
     std::printf("size %.0f MiB, best of %d: LVDownloader %.0f MiB/s, curl -o %.0f MiB/s, ratio %.2f\n", mib, rounds,
                 bestOurs, bestCurl, bestOurs / bestCurl);
+    // Rounds are paired (same moment, same machine load), so the median of their ratios is the
+    // steadier figure on a busy machine.
+    std::sort(ratios.begin(), ratios.end());
+    const double median =
+        ratios.size() % 2 ? ratios[ratios.size() / 2] : (ratios[ratios.size() / 2 - 1] + ratios[ratios.size() / 2]) / 2;
+    std::printf("median of the per-round ratios: %.2f\n", median);
     std::printf("CPU time per GiB: LVDownloader %.2f s, curl -o %.2f s\n", g_cpuOurs * 1024 / (mib * rounds),
                 g_cpuCurl * 1024 / (mib * rounds));
     std::printf("peak RSS of this process (VmHWM): %lld KiB (%lld KiB before the downloads); "
