@@ -2,6 +2,7 @@
 
 #include "LVAlert.h"
 #include "LVAppearance.h"
+#include "LVConsentPrompt.h"
 #include "LVInstallManager.h"
 #include "LVPreferencesWindow.h"
 #include "VMLoggerWindow.h"
@@ -32,6 +33,7 @@ void AppDelegate::configureApplication()
 void AppDelegate::applicationDidFinishLaunching()
 {
     configureApplication();
+    LVConsentPrompt::install();
 
     _loggerWindow = std::make_unique<VMLoggerWindow>();
     VMLogger::sharedLogger()->setView(_loggerWindow.get());
