@@ -52,11 +52,12 @@ int runOnce(int products)
     clock.start();
     LVInstallManager* manager = LVInstallManager::sharedInstallManager();
     manager->installItemsTable()->viewport()->installEventFilter(&watcher);
-    VMNotificationCenter::defaultCenter().addObserver(manager, QStringLiteral("productsChanged"), [&](const VMNotification&) {
-        appliedAt = clock.nsecsElapsed();
-        watcher.armed = true;
-        manager->installItemsTable()->viewport()->update();
-    });
+    VMNotificationCenter::defaultCenter().addObserver(manager, QStringLiteral("productsChanged"),
+                                                      [&](const VMNotification&) {
+                                                          appliedAt = clock.nsecsElapsed();
+                                                          watcher.armed = true;
+                                                          manager->installItemsTable()->viewport()->update();
+                                                      });
     manager->setAttachedToStatusItem(false);
     manager->show();
     while (watcher.paintedAt < 0 && clock.elapsed() < 30000)

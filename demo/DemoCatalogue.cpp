@@ -29,30 +29,63 @@ struct Product
 const QList<Product>& products()
 {
     static const QList<Product> list = {
-        {"LV-PRISM", "Prismatic Glow",
+        {"LV-PRISM",
+         "Prismatic Glow",
          "Soft spectral glows and chromatic halos that follow the brightest parts of your footage.",
-         QColor(0xff, 0x7a, 0x59), QColor(0xc9, 0x3c, 0xd8), {"1.0.0", "1.2.0", "2.0.1"}, "FxPlug3"},
-        {"LV-HALFTONE", "Halftone Bloom",
+         QColor(0xff, 0x7a, 0x59),
+         QColor(0xc9, 0x3c, 0xd8),
+         {"1.0.0", "1.2.0", "2.0.1"},
+         "FxPlug3"},
+        {"LV-HALFTONE",
+         "Halftone Bloom",
          "Print-inspired dot screens, duotones and ink spreads with animated screen angles.",
-         QColor(0x33, 0xc7, 0xa5), QColor(0x1c, 0x6f, 0xd6), {"3.1.0", "3.2.4"}, "FxPlug3"},
-        {"LV-DRIFT", "Driftwood Titles",
+         QColor(0x33, 0xc7, 0xa5),
+         QColor(0x1c, 0x6f, 0xd6),
+         {"3.1.0", "3.2.4"},
+         "FxPlug3"},
+        {"LV-DRIFT",
+         "Driftwood Titles",
          "Forty hand-crafted title animations with organic, wind-blown reveals.",
-         QColor(0xe8, 0xb0, 0x6a), QColor(0x8a, 0x4b, 0x2a), {"1.4.2", "1.5.0"}, "FxPlug3, Titles"},
-        {"LV-AURORA", "Aurora Light Leaks",
+         QColor(0xe8, 0xb0, 0x6a),
+         QColor(0x8a, 0x4b, 0x2a),
+         {"1.4.2", "1.5.0"},
+         "FxPlug3, Titles"},
+        {"LV-AURORA",
+         "Aurora Light Leaks",
          "Filmic light leaks and lens flares generated in real time, never looped.",
-         QColor(0x5e, 0xe7, 0xd0), QColor(0x6c, 0x4b, 0xf0), {"2.0.0", "2.1.0", "2.2.0"}, "FxPlug3"},
-        {"LV-KINETIC", "Kinetic Type Kit",
+         QColor(0x5e, 0xe7, 0xd0),
+         QColor(0x6c, 0x4b, 0xf0),
+         {"2.0.0", "2.1.0", "2.2.0"},
+         "FxPlug3"},
+        {"LV-KINETIC",
+         "Kinetic Type Kit",
          "Beat-synced typography presets for promos, lyric videos and social cuts.",
-         QColor(0xff, 0xd6, 0x4a), QColor(0xff, 0x5a, 0x5f), {"1.0.0", "1.0.3"}, "Titles"},
-        {"LV-VELLUM", "Vellum Grain",
+         QColor(0xff, 0xd6, 0x4a),
+         QColor(0xff, 0x5a, 0x5f),
+         {"1.0.0", "1.0.3"},
+         "Titles"},
+        {"LV-VELLUM",
+         "Vellum Grain",
          "Photochemical grain, gate weave and halation modelled on classic stocks.",
-         QColor(0xb8, 0xb8, 0xc4), QColor(0x4a, 0x4a, 0x58), {"4.0.0", "4.1.1"}, "FxPlug3"},
-        {"LV-ORBIT", "Orbit Transitions",
+         QColor(0xb8, 0xb8, 0xc4),
+         QColor(0x4a, 0x4a, 0x58),
+         {"4.0.0", "4.1.1"},
+         "FxPlug3"},
+        {"LV-ORBIT",
+         "Orbit Transitions",
          "Spherical, tunnel and parallax transitions with motion blur built in.",
-         QColor(0x4f, 0xa8, 0xff), QColor(0x1f, 0x2f, 0x8f), {"2.3.0"}, "FxPlug3, Transitions"},
-        {"LV-RETRO", "Retrograde VHS",
+         QColor(0x4f, 0xa8, 0xff),
+         QColor(0x1f, 0x2f, 0x8f),
+         {"2.3.0"},
+         "FxPlug3, Transitions"},
+        {"LV-RETRO",
+         "Retrograde VHS",
          "Tape warble, tracking noise and chroma bleed. No longer developed.",
-         QColor(0xd9, 0x6b, 0xc4), QColor(0x43, 0x2b, 0x7a), {"1.0.0", "1.1.0"}, "", true},
+         QColor(0xd9, 0x6b, 0xc4),
+         QColor(0x43, 0x2b, 0x7a),
+         {"1.0.0", "1.1.0"},
+         "",
+         true},
     };
     return list;
 }
@@ -84,8 +117,8 @@ QVariantMap productDict(const Product& p, const QUrl& base, const QDateTime& now
             {"Host Versions", QVariantMap{{"FCP X", "10.6"}, {"Motion", "5.6"}}},
             {"New Features", newest ? 2 : 1},
             {"Bug Fixes", 1},
-            {"New Features Description", newest ? "Faster rendering on Apple silicon; new presets."
-                                                : "First release of this line."},
+            {"New Features Description",
+             newest ? "Faster rendering on Apple silicon; new presets." : "First release of this line."},
             {"Bug Fixes Description", "Fixes a rare flicker when scrubbing."},
             {"Download URL", url(base, QStringLiteral("/VM_installers/%1-%2.pkg").arg(p.id, p.versions.at(v)))},
             {"Installer Requires Authentication", true},
@@ -275,7 +308,8 @@ QVariantMap catalogue(const QUrl& baseURL, const QDateTime& now, int generatedPr
     }
     QVariantList helpList;
     for (const auto& [title, page] : helpItems())
-        helpList.append(QVariantMap{{"Title", title}, {"Help URL", url(baseURL, QStringLiteral("/support/%1.html").arg(page))}});
+        helpList.append(
+            QVariantMap{{"Title", title}, {"Help URL", url(baseURL, QStringLiteral("/support/%1.html").arg(page))}});
 
     return QVariantMap{
         {"Version Number", 42},
@@ -304,12 +338,15 @@ bool writeSite(const QString& folder, const QUrl& baseURL, const QDateTime& now,
     QDir().mkpath(root.filePath("images/news"));
     int seed = 1;
     for (const News& n : news()) {
-        ok = ok && newsImage(n.title, n.from, n.to, seed++).save(root.filePath(QStringLiteral("images/news/%1.png").arg(n.image)));
+        ok = ok && newsImage(n.title, n.from, n.to, seed++)
+                       .save(root.filePath(QStringLiteral("images/news/%1.png").arg(n.image)));
         ok = ok && writeFile(root.filePath(QStringLiteral("news/%1.html").arg(n.image)), page(n.title, n.headline));
     }
     for (const auto& [title, name] : helpItems())
-        ok = ok && writeFile(root.filePath(QStringLiteral("support/%1.html").arg(name)), page(title, "Demo help page."));
-    ok = ok && writeFile(root.filePath("index.html"), page("Lumivane", "The makers of the Lumivane effects (demo site)."));
+        ok =
+            ok && writeFile(root.filePath(QStringLiteral("support/%1.html").arg(name)), page(title, "Demo help page."));
+    ok = ok &&
+         writeFile(root.filePath("index.html"), page("Lumivane", "The makers of the Lumivane effects (demo site)."));
     return ok;
 }
 

@@ -46,9 +46,8 @@ int main(int argc, char* argv[])
     QTemporaryDir site;
     QUrl base = server.url(QStringLiteral("/"));
     base.setPath(QString());
-    if (!site.isValid() ||
-        !DemoCatalogue::writeSite(site.path(), base, QDateTime::currentDateTime(),
-                                  parser.value(productsOption).toInt())) {
+    if (!site.isValid() || !DemoCatalogue::writeSite(site.path(), base, QDateTime::currentDateTime(),
+                                                     parser.value(productsOption).toInt())) {
         QTextStream(stderr) << "lv-demo-server: can't write the demo site\n";
         return 1;
     }

@@ -43,10 +43,12 @@ int main(int argc, char* argv[])
     manager.setAttachedToStatusItem(false);
     manager.show();
     waitFor([&] { return manager.lastUpdateDate().isValid() && !manager.isUpdating(); }, 20000);
-    waitFor([&] {
-        const auto rows = manager.newsItems();
-        return !rows.isEmpty() && !rows.first()->newsInfoView()->image().isNull();
-    }, 10000);
+    waitFor(
+        [&] {
+            const auto rows = manager.newsItems();
+            return !rows.isEmpty() && !rows.first()->newsInfoView()->image().isNull();
+        },
+        10000);
     settle(300);
 
     const QStringList names{"installs-bundles", "news", "help", "tools"};

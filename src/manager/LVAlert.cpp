@@ -2,8 +2,7 @@
 
 LVAlert::LVAlert(const QString& messageText, const QString& informativeText)
     : _messageText(messageText), _informativeText(informativeText)
-{
-}
+{}
 
 LVAlert LVAlert::alertWithError(const VMError& error)
 {

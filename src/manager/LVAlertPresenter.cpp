@@ -14,8 +14,7 @@ class ActionButtonFilter : public QObject
 public:
     ActionButtonFilter(QPushButton* button, std::function<void()> action)
         : QObject(button), _button(button), _action(std::move(action))
-    {
-    }
+    {}
 
     bool eventFilter(QObject*, QEvent* event) override
     {

@@ -477,7 +477,8 @@ void LVInstallManager::saveRemoteConfigData(const QByteArray& data)
 {
     if (data.isNull())
         return;
-    QSaveFile file(QDir(Platform::systemInfo().homeDirectory()).filePath(QStringLiteral("Remote Product Versions.plist")));
+    QSaveFile file(
+        QDir(Platform::systemInfo().homeDirectory()).filePath(QStringLiteral("Remote Product Versions.plist")));
     if (file.open(QIODevice::WriteOnly)) {
         file.write(data);
         file.commit();
@@ -582,7 +583,7 @@ void LVInstallManager::showDiscontinuedProductsChanged(const VMNotification& not
     const bool show = notification.object.toBool();
     classState().showDiscontinuedProducts = show;
     LVPreferences::sharedPreferences()->setDefaultProperty(show,
-                                                          QLatin1String(LVPreferences::showDiscontinuedProducts));
+                                                           QLatin1String(LVPreferences::showDiscontinuedProducts));
     _ui->_installItemsTable->reloadData();
 }
 
@@ -869,19 +870,58 @@ void LVInstallManager::quitButtonAction()
 
 // ---- Views -------------------------------------------------------------------------------------
 
-LVSegmentedControl* LVInstallManager::mainSegmentedControl() const { return _ui->_mainSegmentedControl; }
-LVSegmentedControl* LVInstallManager::installsSegmentedControl() const { return _ui->_installsSegmentedControl; }
-QLabel* LVInstallManager::installsCountImageView() const { return _ui->_installsCountImageView; }
-QLabel* LVInstallManager::newsCountImageView() const { return _ui->_newsCountImageView; }
-QWidget* LVInstallManager::usingLocalConfigIndicator() const { return _ui->_usingLocalConfig; }
-QStackedWidget* LVInstallManager::mainTabView() const { return _ui->_mainTabView; }
-LVOutlineView* LVInstallManager::installItemsTable() const { return _ui->_installItemsTable; }
-LVOutlineView* LVInstallManager::newsItemsTable() const { return _ui->_newsItemsTable; }
-LVOutlineView* LVInstallManager::helpItemsTable() const { return _ui->_helpItemsTable; }
-LVOutlineView* LVInstallManager::toolItemsTable() const { return _ui->_toolItemsTable; }
-LVProgressView* LVInstallManager::progressView() const { return _progressView; }
-LVInstallManagerView* LVInstallManager::containerView() const { return _containerView; }
-QWidget* LVInstallManager::window() const { return _window; }
+LVSegmentedControl* LVInstallManager::mainSegmentedControl() const
+{
+    return _ui->_mainSegmentedControl;
+}
+LVSegmentedControl* LVInstallManager::installsSegmentedControl() const
+{
+    return _ui->_installsSegmentedControl;
+}
+QLabel* LVInstallManager::installsCountImageView() const
+{
+    return _ui->_installsCountImageView;
+}
+QLabel* LVInstallManager::newsCountImageView() const
+{
+    return _ui->_newsCountImageView;
+}
+QWidget* LVInstallManager::usingLocalConfigIndicator() const
+{
+    return _ui->_usingLocalConfig;
+}
+QStackedWidget* LVInstallManager::mainTabView() const
+{
+    return _ui->_mainTabView;
+}
+LVOutlineView* LVInstallManager::installItemsTable() const
+{
+    return _ui->_installItemsTable;
+}
+LVOutlineView* LVInstallManager::newsItemsTable() const
+{
+    return _ui->_newsItemsTable;
+}
+LVOutlineView* LVInstallManager::helpItemsTable() const
+{
+    return _ui->_helpItemsTable;
+}
+LVOutlineView* LVInstallManager::toolItemsTable() const
+{
+    return _ui->_toolItemsTable;
+}
+LVProgressView* LVInstallManager::progressView() const
+{
+    return _progressView;
+}
+LVInstallManagerView* LVInstallManager::containerView() const
+{
+    return _containerView;
+}
+QWidget* LVInstallManager::window() const
+{
+    return _window;
+}
 
 bool LVInstallManager::isUpdating() const
 {

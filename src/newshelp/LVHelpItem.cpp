@@ -8,10 +8,8 @@
 
 #include <QUrl>
 
-LVHelpItem::LVHelpItem(const std::shared_ptr<VMHelpItem>& helpItem)
-    : _helpItem(helpItem), _helpURL(helpItem->helpURL())
-{
-}
+LVHelpItem::LVHelpItem(const std::shared_ptr<VMHelpItem>& helpItem) : _helpItem(helpItem), _helpURL(helpItem->helpURL())
+{}
 
 LVHelpItem::~LVHelpItem()
 {

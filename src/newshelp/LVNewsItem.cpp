@@ -20,8 +20,7 @@
 LVNewsItem::LVNewsItem(const std::shared_ptr<VMNewsItem>& newsItem)
     : _newsItem(newsItem), _newsImageURL(newsItem->newsImageURL()),
       _moreInfoItem(std::make_unique<LVMoreInfoNewsItem>(this))
-{
-}
+{}
 
 LVNewsItem::~LVNewsItem()
 {
@@ -95,8 +94,8 @@ void LVNewsItem::loadView()
     _ui->_headlineTextField->ensurePolished();
     const QMargins margins = _headlineView->layout()->contentsMargins();
     const int textWidth = width - margins.left() - margins.right();
-    const int titleHeight = qMax(QFontMetrics(_ui->_titleTextField->font()).height(),
-                                 QFontMetrics(_ui->_dateTextField->font()).height());
+    const int titleHeight =
+        qMax(QFontMetrics(_ui->_titleTextField->font()).height(), QFontMetrics(_ui->_dateTextField->font()).height());
     const int headlineHeight =
         QFontMetrics(_ui->_headlineTextField->font())
             .boundingRect(QRect(0, 0, textWidth, 10000), Qt::TextWordWrap, _ui->_headlineTextField->text())

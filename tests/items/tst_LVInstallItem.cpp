@@ -127,8 +127,8 @@ void tst_LVInstallItem::titleFieldDrawsThePlainTitleWhiteAndBold()
     field.setStringValue(QStringLiteral("Prismatic Glow"));
     const QImage image = render(field);
     int rightmost = 0;
-    const int white = countPixels(image, [](QColor c) { return c.red() > 240 && c.green() > 240 && c.blue() > 240; },
-                                  &rightmost);
+    const int white = countPixels(
+        image, [](QColor c) { return c.red() > 240 && c.green() > 240 && c.blue() > 240; }, &rightmost);
     QVERIFY(white > 20);
     // Bold 13-pixel text, drawn from the left edge at its natural width.
     QFont bold = LVInstallItemTitleField::titleFont();

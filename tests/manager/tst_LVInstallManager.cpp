@@ -11,6 +11,7 @@
 #include "catalogue/VMUtils.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMDispatch.h"
+#include "foundation/VMLogger.h"
 #include "foundation/VMNotificationCenter.h"
 #include "foundation/VMPropertyList.h"
 #include "manager/AppDelegate.h"
@@ -18,7 +19,6 @@
 #include "manager/LVInstallManager.h"
 #include "manager/LVInstallManagerDelegate.h"
 #include "manager/LVInstallManagerView.h"
-#include "foundation/VMLogger.h"
 #include "manager/LVOutlineModel.h"
 #include "manager/LVOutlineView.h"
 #include "manager/LVSegmentedControl.h"
@@ -47,7 +47,8 @@ QVariantMap bundle(const QString& id, const QString& members)
 
 QVariantMap newsEntry(const QString& title, const QDateTime& released, const QVariant& showDays)
 {
-    QVariantMap entry{{"Title", title}, {"Headline", title + " headline"},
+    QVariantMap entry{{"Title", title},
+                      {"Headline", title + " headline"},
                       {"Release Date", released.date().toString(QStringLiteral("yy.MM.dd"))}};
     if (showDays.isValid())
         entry.insert("Show Days", showDays);
@@ -184,12 +185,12 @@ void tst_LVInstallManager::init()
         row->product = single;
         return row;
     });
-    LVInstallManager::setBundleInstallItemFactory(
-        [this](const std::shared_ptr<VMBundleProductItem>& bundleItem, const std::shared_ptr<VMProductsCollection>&) {
-            auto* row = new TestInstallItem(QStringLiteral("bundle"), _statusForProduct.value(QStringLiteral("bundle"), 1));
-            row->product = std::static_pointer_cast<VMProductItem>(bundleItem);
-            return row;
-        });
+    LVInstallManager::setBundleInstallItemFactory([this](const std::shared_ptr<VMBundleProductItem>& bundleItem,
+                                                         const std::shared_ptr<VMProductsCollection>&) {
+        auto* row = new TestInstallItem(QStringLiteral("bundle"), _statusForProduct.value(QStringLiteral("bundle"), 1));
+        row->product = std::static_pointer_cast<VMProductItem>(bundleItem);
+        return row;
+    });
 }
 
 void tst_LVInstallManager::cleanup()
@@ -209,8 +210,9 @@ std::unique_ptr<LVInstallManager> tst_LVInstallManager::makeManager()
     auto manager = std::make_unique<LVInstallManager>();
     manager->setAlertPresenter(_alerts);
     manager->setDelegate(&_delegate);
-    VMNotificationCenter::defaultCenter().addObserver(manager.get(), QStringLiteral("productsChanged"),
-                                                      [this](const VMNotification&) { _events.append("productsChanged"); });
+    VMNotificationCenter::defaultCenter().addObserver(
+        manager.get(), QStringLiteral("productsChanged"),
+        [this](const VMNotification&) { _events.append("productsChanged"); });
     return manager;
 }
 
@@ -293,7 +295,8 @@ void tst_LVInstallManager::localOverrideFileIsUsedWithoutNetwork()
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(catalogueData(fullCatalogue()));
     file.close();
-    _server->setRoute(cataloguePath, catalogueData(QVariantMap{{"Products", QVariantMap{{"Products", QVariantList{product("REMOTE")}}}}}));
+    _server->setRoute(cataloguePath, catalogueData(QVariantMap{
+                                         {"Products", QVariantMap{{"Products", QVariantList{product("REMOTE")}}}}}));
 
     manager->update();
     // Applied at once, from the file.
@@ -433,12 +436,14 @@ void tst_LVInstallManager::announcementsStandInForNews()
 {
     const QDateTime now = QDateTime::currentDateTime();
     auto manager = makeManager();
-    load(*manager, QVariantMap{{"Announcements", QVariantMap{{"Announcements", QVariantList{newsEntry("A", now, 5)}}}}});
+    load(*manager,
+         QVariantMap{{"Announcements", QVariantMap{{"Announcements", QVariantList{newsEntry("A", now, 5)}}}}});
     QCOMPARE(manager->newsItems().size(), 1);
     QCOMPARE(manager->newsItems().first()->title(), QStringLiteral("A"));
 
-    load(*manager, QVariantMap{{"Announcements", QVariantMap{{"Announcements", QVariantList{newsEntry("A", now, 5)}}}},
-                               {"News", QVariantMap{{"News", QVariantList{newsEntry("N1", now, 5), newsEntry("N2", now, 5)}}}}});
+    load(*manager,
+         QVariantMap{{"Announcements", QVariantMap{{"Announcements", QVariantList{newsEntry("A", now, 5)}}}},
+                     {"News", QVariantMap{{"News", QVariantList{newsEntry("N1", now, 5), newsEntry("N2", now, 5)}}}}});
     QCOMPARE(manager->newsItems().size(), 2);
     QCOMPARE(manager->newsItems().first()->title(), QStringLiteral("N1"));
 }
@@ -483,8 +488,8 @@ void tst_LVInstallManager::newsExpiryBoundary()
     const QDateTime end = released.addSecs(3 * 86400);
     VMUtils::setCurrentDateProvider([end, secondsAfterEnd] { return end.addSecs(secondsAfterEnd); });
     auto manager = makeManager();
-    const auto news = VMNewsCollection::initWithDict(
-        QVariantMap{{"News", QVariantList{newsEntry("Boundary", released, showDays), newsEntry("Other", released, 400)}}});
+    const auto news = VMNewsCollection::initWithDict(QVariantMap{
+        {"News", QVariantList{newsEntry("Boundary", released, showDays), newsEntry("Other", released, 400)}}});
     manager->setNewsCollection(news);
     QCOMPARE(manager->newsCollection(), news);
     const int expected = shown ? 2 : 1;
@@ -552,9 +557,10 @@ void tst_LVInstallManager::installsBadgeCountsRowsNeedingAttention()
     if (after == 0)
         QVERIFY(manager->installsCountImageView()->pixmap().isNull());
     else
-        QCOMPARE(manager->installsCountImageView()->pixmap().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied),
-                 LVInstallManager::batchImageWithNumber(after, LVBadgeImage::systemOrangeColor())
-                     .convertToFormat(QImage::Format_ARGB32_Premultiplied));
+        QCOMPARE(
+            manager->installsCountImageView()->pixmap().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied),
+            LVInstallManager::batchImageWithNumber(after, LVBadgeImage::systemOrangeColor())
+                .convertToFormat(QImage::Format_ARGB32_Premultiplied));
 }
 
 void tst_LVInstallManager::badgeImageShape_data()
@@ -610,15 +616,19 @@ void tst_LVInstallManager::discontinuedFilter()
     // Counted although hidden.
     QVERIFY(!manager->installsCountImageView()->pixmap().isNull());
 
-    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("notifShowDiscontinuedProductsChanged"), true);
+    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("notifShowDiscontinuedProductsChanged"),
+                                                           true);
     QVERIFY(LVInstallManager::showDiscontinuedProducts());
-    QCOMPARE(LVPreferences::sharedPreferences()->propertyForKey(QStringLiteral("showDiscontinuedProducts")).toBool(), true);
+    QCOMPARE(LVPreferences::sharedPreferences()->propertyForKey(QStringLiteral("showDiscontinuedProducts")).toBool(),
+             true);
     QCOMPARE(titles(), (QStringList{"P1", "P2", "OLD"}));
     QCOMPARE(manager->installItemsTable()->outlineModel()->rowCount(), 3);
 
-    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("notifShowDiscontinuedProductsChanged"), false);
+    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("notifShowDiscontinuedProductsChanged"),
+                                                           false);
     QCOMPARE(titles(), (QStringList{"P1", "P2"}));
-    QCOMPARE(LVPreferences::sharedPreferences()->propertyForKey(QStringLiteral("showDiscontinuedProducts")).toBool(), false);
+    QCOMPARE(LVPreferences::sharedPreferences()->propertyForKey(QStringLiteral("showDiscontinuedProducts")).toBool(),
+             false);
 }
 
 void tst_LVInstallManager::installsSubTabs()
@@ -707,7 +717,8 @@ void tst_LVInstallManager::alertsGoThroughThePresenter()
     manager->showAlert(LVAlert(QStringLiteral("Second"), QString()));
     manager->showAlert(LVAlert());
     manager->showError(VMError());
-    manager->showError(VMError(QStringLiteral("NSURLErrorDomain"), -1004, QStringLiteral("Could not connect to the server."),
+    manager->showError(VMError(QStringLiteral("NSURLErrorDomain"), -1004,
+                               QStringLiteral("Could not connect to the server."),
                                QStringLiteral("The server is not reachable.")));
     QCOMPARE(_alerts->alerts().size(), 3);
     QCOMPARE(_alerts->lastWindow(), manager->window());

@@ -9,9 +9,9 @@
 #include "manager/LVInstallManagerView.h"
 
 #include <QMessageBox>
-#include <QStackedWidget>
 #include <QPushButton>
 #include <QScreen>
+#include <QStackedWidget>
 #include <QtTest>
 
 namespace {

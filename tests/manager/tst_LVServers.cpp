@@ -30,7 +30,7 @@ void tst_LVServers::overrideOrder()
     LVServers::setOverrideURL(QUrl());
     // The user default is the weakest, then the environment, then the program's own setting.
     LVPreferences::sharedPreferences()->setDefaultProperty(QStringLiteral("http://127.0.0.1:1111"),
-                                                          QLatin1String(LVServers::overrideDefaultsKey));
+                                                           QLatin1String(LVServers::overrideDefaultsKey));
     qunsetenv(LVServers::overrideEnvironmentVariable);
     QCOMPARE(LVServers::downloadURL(QStringLiteral("/a")).toString(), QStringLiteral("http://127.0.0.1:1111/a"));
     qputenv(LVServers::overrideEnvironmentVariable, "http://127.0.0.1:2222/base/");

@@ -114,8 +114,8 @@ void tst_LVNewsHelpRows::nilRecordsGiveNoRow()
 
 void tst_LVNewsHelpRows::newsRowShowsTheHeadlineAndItsChild()
 {
-    auto record = VMNewsItem::initWithDict(QVariantMap{{"Title", "Sale"}, {"Headline", "Thirty percent off"},
-                                                       {"Show Days", 5}, {"Release Date", "26.11.01"}});
+    auto record = VMNewsItem::initWithDict(QVariantMap{
+        {"Title", "Sale"}, {"Headline", "Thirty percent off"}, {"Show Days", 5}, {"Release Date", "26.11.01"}});
     std::unique_ptr<LVNewsItem> row(LVNewsItem::newsItemWithVMNewsItem(record));
     QVERIFY(row);
     QWidget* view = row->view();
@@ -159,7 +159,8 @@ void tst_LVNewsHelpRows::imageIsDownloadedOnFirstExpansionOnly()
     slow.headers = {{"Content-Type", "image/png"}};
     slow.headerDelayMs = 150;
     _server->setRoute("/news.png", slow);
-    auto record = VMNewsItem::initWithDict(QVariantMap{{"Title", "A"}, {"News Image URL", _server->url("/news.png").toString()}});
+    auto record =
+        VMNewsItem::initWithDict(QVariantMap{{"Title", "A"}, {"News Image URL", _server->url("/news.png").toString()}});
     std::unique_ptr<LVNewsItem> row(LVNewsItem::newsItemWithVMNewsItem(record));
     QCOMPARE(row->newsImageURL(), _server->url("/news.png").toString());
     // Twice before the image arrives: two downloads.
@@ -177,7 +178,8 @@ void tst_LVNewsHelpRows::imageIsDownloadedOnFirstExpansionOnly()
 void tst_LVNewsHelpRows::failedImageIsRetriedOnTheNextExpansion()
 {
     _server->setRoute("/broken.png", QByteArray("not an image"));
-    auto record = VMNewsItem::initWithDict(QVariantMap{{"Title", "A"}, {"News Image URL", _server->url("/broken.png").toString()}});
+    auto record = VMNewsItem::initWithDict(
+        QVariantMap{{"Title", "A"}, {"News Image URL", _server->url("/broken.png").toString()}});
     std::unique_ptr<LVNewsItem> row(LVNewsItem::newsItemWithVMNewsItem(record));
     QVERIFY(row->shouldExpand());
     QTRY_COMPARE(_server->requests().size(), 1);
@@ -200,8 +202,9 @@ void tst_LVNewsHelpRows::doubleClickOnTheHeadlineAsksForToggling()
     std::unique_ptr<LVNewsItem> row(LVNewsItem::newsItemWithVMNewsItem(VMNewsItem::initWithDict({{"Title", "A"}})));
     QObject observer;
     QList<QObject*> posted;
-    VMNotificationCenter::defaultCenter().addObserver(&observer, QStringLiteral("expandLVNewsItem"),
-                                                      [&](const VMNotification& n) { posted.append(n.object.value<QObject*>()); });
+    VMNotificationCenter::defaultCenter().addObserver(
+        &observer, QStringLiteral("expandLVNewsItem"),
+        [&](const VMNotification& n) { posted.append(n.object.value<QObject*>()); });
     QWidget* header = row->view();
     header->resize(300, 50);
     sendMouse(header, QEvent::MouseButtonPress, QPoint(20, 20), Qt::LeftButton);

@@ -4,8 +4,7 @@
 
 TestInstallItem::TestInstallItem(const QString& title, uint status, QObject* parent)
     : LVInstallItem(parent), computedStatus(status), _title(title)
-{
-}
+{}
 
 TestInstallItem::~TestInstallItem()
 {
