@@ -42,7 +42,10 @@ QDateTime VMReleaseDate::fromString(const QString& string)
     const QDate date(year, month, day);
     if (!date.isValid() || year == 0)
         return {};
-    return QDateTime(date, QTime(0, 0), Qt::LocalTime);
+    // The zone is looked up once: a local-time QDateTime re-reads the zone file on every
+    // construction, which dominated loading a large catalogue.
+    static const QTimeZone zone = QTimeZone::systemTimeZone();
+    return QDateTime(date, QTime(0, 0), zone);
 }
 
 QString VMReleaseDate::description(const QDateTime& date)

@@ -15,11 +15,14 @@ VMVersionItem::VMVersionItem()
 {
 }
 
+VMVersionItem::VMVersionItem(Parsing) : _releaseDate(VMUtils::currentDate()) {}
+
 VMVersionItem::~VMVersionItem() = default;
 
 VMVersionItemPtr VMVersionItem::initWithDict(const QVariantMap& dict)
 {
-    auto item = std::make_shared<VMVersionItem>();
+    // Every other default is overwritten by its key, present or not.
+    VMVersionItemPtr item(new VMVersionItem(Parsing{}));
     VMCatalogueReader reader(dict);
 
     QString releaseDate;

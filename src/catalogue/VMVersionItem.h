@@ -88,6 +88,10 @@ public:
     void setVersionTags(const QString& tags) { _versionTags = tags; }
 
 private:
+    struct Parsing {};
+    // What parsing starts from: only the defaults that a missing key leaves in place.
+    explicit VMVersionItem(Parsing);
+
     bool _versionInstallerRequiresAuthentication = true;
     VMSingleProductItem* _productItem = nullptr;
     QDateTime _releaseDate;

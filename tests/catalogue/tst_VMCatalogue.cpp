@@ -90,6 +90,8 @@ private slots:
     void malformedData_data();
     void malformedData();
     void wrongTypesKeepWhatWasRead();
+    void nulByteInXmlText();
+    void nulByteInBinaryKey();
     void productItemsWithProductIDs_data();
     void productItemsWithProductIDs();
     void propertyTable();
@@ -401,6 +403,24 @@ void tst_VMCatalogue::wrongTypesKeepWhatWasRead()
 
     QVERIFY(catalogue.licenseAgreementURL().isNull());
     QVERIFY(anyLineContains(lines, QStringLiteral("'Value for key \"License Agreement URL\" is a number, not a string' in ")));
+}
+
+void tst_VMCatalogue::nulByteInXmlText()
+{
+    // Such text used to abort the process inside the property-list library; it now ends at the NUL.
+    const VMCatalogue catalogue = VMCatalogue::initWithData(readData(QStringLiteral("nul-byte-in-text.plist")));
+    QVERIFY(catalogue.helpItemsCollection());
+    QCOMPARE(catalogue.helpItemsCollection()->helpItems().size(), 1);
+    QCOMPARE(catalogue.helpItemsCollection()->helpItems().first()->title(), QStringLiteral("Before"));
+}
+
+void tst_VMCatalogue::nulByteInBinaryKey()
+{
+    // A found input whose dictionary key holds a NUL byte used to abort the process on reading.
+    const VMCatalogue catalogue = VMCatalogue::initWithData(readData(QStringLiteral("nul-byte-in-binary-key.bplist")));
+    QVERIFY(catalogue.isValid());
+    QVERIFY(catalogue.newsCollection());
+    QCOMPARE(catalogue.versionNumber(), 3);
 }
 
 void tst_VMCatalogue::productItemsWithProductIDs_data()
