@@ -6,15 +6,25 @@
 #include "foundation/VMLog.h"
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace {
 
-// Ascending by version number; versions with equal numbers keep their order.
-QList<VMVersionItemPtr> sortedVersions(QList<VMVersionItemPtr> versions)
+// Ascending by version number; versions with equal numbers keep their order. Each number is
+// worked out once, not once per comparison.
+QList<VMVersionItemPtr> sortedVersions(const QList<VMVersionItemPtr>& versions)
 {
-    std::stable_sort(versions.begin(), versions.end(),
-                     [](const VMVersionItemPtr& a, const VMVersionItemPtr& b) { return a->compare(*b) < 0; });
-    return versions;
+    std::vector<std::pair<qint64, VMVersionItemPtr>> keyed;
+    keyed.reserve(versions.size());
+    for (const VMVersionItemPtr& version : versions)
+        keyed.emplace_back(VMUtils::versionNumber(VMUtils::versionInfoFromString(version->productVersion())), version);
+    std::stable_sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    QList<VMVersionItemPtr> sorted;
+    sorted.reserve(versions.size());
+    for (auto& entry : keyed)
+        sorted.append(std::move(entry.second));
+    return sorted;
 }
 
 } // namespace

@@ -107,7 +107,8 @@ QVariant toVariant(plist_t node, int depth)
                 break;
             }
             if (key)
-                map.insert(QString::fromUtf8(key), toVariant(value, depth + 1));
+                // Property lists usually keep their keys sorted; the hint makes that case linear.
+                map.insert(map.cend(), QString::fromUtf8(key), toVariant(value, depth + 1));
             free(key);
         }
         free(it);
