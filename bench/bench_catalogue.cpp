@@ -13,8 +13,8 @@
 #include <plist/plist.h>
 
 #include <algorithm>
-#include <memory>
 #include <limits>
+#include <memory>
 
 namespace {
 
@@ -29,13 +29,18 @@ QByteArray generateCatalogue(int productCount, int versionCount)
             const QString number = QStringLiteral("%1.%2.%3").arg(1 + v / 4).arg(v % 4).arg(v % 3);
             QVariantMap version{
                 {QStringLiteral("Product Version"), number},
-                {QStringLiteral("Release Date"), QStringLiteral("%1.%2.%3").arg(15 + v, 2, 10, QLatin1Char('0')).arg(1 + v % 12, 2, 10, QLatin1Char('0')).arg(1 + p % 28, 2, 10, QLatin1Char('0'))},
+                {QStringLiteral("Release Date"), QStringLiteral("%1.%2.%3")
+                                                     .arg(15 + v, 2, 10, QLatin1Char('0'))
+                                                     .arg(1 + v % 12, 2, 10, QLatin1Char('0'))
+                                                     .arg(1 + p % 28, 2, 10, QLatin1Char('0'))},
                 {QStringLiteral("OSX Version"), QStringLiteral("10.%1").arg(13 + v % 3)},
-                {QStringLiteral("Host Versions"), QVariantMap{{QStringLiteral("FCP X"), QStringLiteral("10.4.%1").arg(v)},
-                                                              {QStringLiteral("Motion"), QStringLiteral("5.4.%1").arg(v)}}},
+                {QStringLiteral("Host Versions"),
+                 QVariantMap{{QStringLiteral("FCP X"), QStringLiteral("10.4.%1").arg(v)},
+                             {QStringLiteral("Motion"), QStringLiteral("5.4.%1").arg(v)}}},
                 {QStringLiteral("New Features"), v % 3},
                 {QStringLiteral("Bug Fixes"), (v + 1) % 3},
-                {QStringLiteral("New Features Description"), QStringLiteral("New looks and faster rendering for %1 %2").arg(id, number)},
+                {QStringLiteral("New Features Description"),
+                 QStringLiteral("New looks and faster rendering for %1 %2").arg(id, number)},
                 {QStringLiteral("Bug Fixes Description"), QStringLiteral("Fixes a crash when scrubbing in %1").arg(id)},
                 {QStringLiteral("Download URL"), base + id + QStringLiteral("-") + number + QStringLiteral(".pkg")},
                 {QStringLiteral("Installer Requires Authentication"), v % 2 == 0},
@@ -52,7 +57,8 @@ QByteArray generateCatalogue(int productCount, int versionCount)
             {QStringLiteral("Product ID"), id},
             {QStringLiteral("Title"), QStringLiteral("Product %1").arg(p)},
             {QStringLiteral("Identifier"), QStringLiteral("com.quarnet.FxPlug.%1XPC").arg(id)},
-            {QStringLiteral("Description"), QStringLiteral("A video effect that does something remarkable, number %1.").arg(p)},
+            {QStringLiteral("Description"),
+             QStringLiteral("A video effect that does something remarkable, number %1.").arg(p)},
             {QStringLiteral("Info URL"), QStringLiteral("https://www.lumivane.example/") + id},
             {QStringLiteral("Docs URL"), QStringLiteral("https://www.lumivane.example/docs/") + id},
             {QStringLiteral("Buy URL"), QStringLiteral("https://store.lumivane.example/") + id},
@@ -74,8 +80,7 @@ QByteArray generateCatalogue(int productCount, int versionCount)
 }
 
 // Best of `runs`: `work` returns what it built, which is destroyed after the clock stops.
-template <typename Work>
-double bestOf(int runs, Work work)
+template <typename Work> double bestOf(int runs, Work work)
 {
     double best = std::numeric_limits<double>::max();
     for (int i = 0; i < runs; ++i) {
@@ -128,7 +133,8 @@ int main(int argc, char** argv)
     const QVariantMap root = VMPropertyList::fromData(xml).toMap();
     const double build = bestOf(runs, [&root] { return VMCatalogue::initWithDict(root); });
 
-    out << "catalogue: 2000 products x 10 versions, " << xml.size() / 1024 << " KiB of XML, best of " << runs << " runs\n";
+    out << "catalogue: 2000 products x 10 versions, " << xml.size() / 1024 << " KiB of XML, best of " << runs
+        << " runs\n";
     out << QStringLiteral("libplist parse alone:          %1 ms\n").arg(parseOnly, 0, 'f', 1);
     out << QStringLiteral("libplist parse + free:         %1 ms\n").arg(parseAndFree, 0, 'f', 1);
     out << QStringLiteral("parse + build collections:     %1 ms\n").arg(full, 0, 'f', 1);

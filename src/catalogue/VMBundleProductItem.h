@@ -43,7 +43,9 @@ public:
     void setBundleDiscontinued(bool flag) { _bundleDiscontinued = flag; }
 
 private:
-    struct Empty {};
+    struct Empty
+    {
+    };
     explicit VMBundleProductItem(Empty) {}
 
     bool _bundleDiscontinued = false;

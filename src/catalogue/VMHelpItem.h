@@ -39,7 +39,9 @@ public:
     void setHelpURL(const QString& url) { _helpURL = url; }
 
 private:
-    struct Empty {};
+    struct Empty
+    {
+    };
     explicit VMHelpItem(Empty) {}
 
     QString _title;

@@ -15,7 +15,8 @@ VMHelpItemsCollectionPtr VMHelpItemsCollection::initWithDict(const QVariant& sec
 {
     auto collection = std::make_shared<VMHelpItemsCollection>();
     if (section.typeId() != QMetaType::QVariantMap) {
-        VM_LOG_MESSAGE(QStringLiteral("Help Items section is %1, not a dictionary").arg(VMCatalogueReader::typeName(section)));
+        VM_LOG_MESSAGE(
+            QStringLiteral("Help Items section is %1, not a dictionary").arg(VMCatalogueReader::typeName(section)));
         return collection;
     }
     VMCatalogueReader reader(section.toMap());

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "catalogue/VMNode.h"
 #include "catalogue/VMHelpItem.h"
+#include "catalogue/VMNode.h"
 
 #include <QList>
 #include <QVariant>

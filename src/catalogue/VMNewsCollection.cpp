@@ -15,7 +15,8 @@ VMNewsCollectionPtr VMNewsCollection::initWithDict(const QVariant& section)
 {
     auto collection = std::make_shared<VMNewsCollection>();
     if (section.typeId() != QMetaType::QVariantMap) {
-        VM_LOG_MESSAGE(QStringLiteral("News section is %1, not a dictionary").arg(VMCatalogueReader::typeName(section)));
+        VM_LOG_MESSAGE(
+            QStringLiteral("News section is %1, not a dictionary").arg(VMCatalogueReader::typeName(section)));
         return collection;
     }
     VMCatalogueReader reader(section.toMap());

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "catalogue/VMNode.h"
 #include "catalogue/VMNewsItem.h"
+#include "catalogue/VMNode.h"
 
 #include <QList>
 #include <QVariant>

@@ -17,7 +17,8 @@ VMProductsCollectionPtr VMProductsCollection::initWithDict(const QVariant& secti
 {
     auto collection = std::make_shared<VMProductsCollection>();
     if (section.typeId() != QMetaType::QVariantMap) {
-        VM_LOG_MESSAGE(QStringLiteral("Products section is %1, not a dictionary").arg(VMCatalogueReader::typeName(section)));
+        VM_LOG_MESSAGE(
+            QStringLiteral("Products section is %1, not a dictionary").arg(VMCatalogueReader::typeName(section)));
         return collection;
     }
     VMCatalogueReader reader(section.toMap());
@@ -27,7 +28,8 @@ VMProductsCollectionPtr VMProductsCollection::initWithDict(const QVariant& secti
     items.reserve(productDicts.size());
     for (const QVariant& entry : std::as_const(productDicts)) {
         if (entry.typeId() != QMetaType::QVariantMap) {
-            reader.fail(QStringLiteral("Product entry is %1, not a dictionary").arg(VMCatalogueReader::typeName(entry)));
+            reader.fail(
+                QStringLiteral("Product entry is %1, not a dictionary").arg(VMCatalogueReader::typeName(entry)));
             break;
         }
         const QVariantMap productDict = entry.toMap();
@@ -37,7 +39,8 @@ VMProductsCollectionPtr VMProductsCollection::initWithDict(const QVariant& secti
             bool valid = false;
             bundle = VMCatalogueReader::boolValue(*bundleValue, &valid);
             if (!valid) {
-                reader.fail(QStringLiteral("Value for key \"Bundle\" is %1, not a boolean").arg(VMCatalogueReader::typeName(*bundleValue)));
+                reader.fail(QStringLiteral("Value for key \"Bundle\" is %1, not a boolean")
+                                .arg(VMCatalogueReader::typeName(*bundleValue)));
                 break;
             }
         }

@@ -55,7 +55,8 @@ VMSingleProductItemPtr VMSingleProductItem::initWithDict(const QVariantMap& dict
     reader.readString(QStringLiteral("Buy URL"), item->_productBuyURL);
     reader.readString(QStringLiteral("Download URL"), item->_productDownloadURL);
     reader.readString(QStringLiteral("Check Installed Directory"), item->_productCheckInstalledDirectory);
-    reader.readBool(QStringLiteral("Installer Requires Authentication"), item->_productInstallerRequiresAuthentication, true);
+    reader.readBool(QStringLiteral("Installer Requires Authentication"), item->_productInstallerRequiresAuthentication,
+                    true);
     reader.readString(QStringLiteral("Installer Arguments"), item->_productInstallerArguments);
     reader.readString(QStringLiteral("Icon URL"), item->_productIconURL);
     reader.readString(QStringLiteral("Uninstall Script"), item->_productUninstallScriptURL);
@@ -67,7 +68,8 @@ VMSingleProductItemPtr VMSingleProductItem::initWithDict(const QVariantMap& dict
         versions.reserve(versionDicts.size());
         for (const QVariant& versionDict : std::as_const(versionDicts)) {
             if (versionDict.typeId() != QMetaType::QVariantMap) {
-                reader.fail(QStringLiteral("Version entry is %1, not a dictionary").arg(VMCatalogueReader::typeName(versionDict)));
+                reader.fail(QStringLiteral("Version entry is %1, not a dictionary")
+                                .arg(VMCatalogueReader::typeName(versionDict)));
                 break;
             }
             if (auto version = VMVersionItem::initWithDict(versionDict.toMap()))
@@ -115,7 +117,8 @@ VMVersionItemPtr VMSingleProductItem::versionItemForVersionString(const QString&
             return version;
     }
     if (LVPreferences::sharedPreferences()->usesExtendedLogging())
-        VM_LOG_ERROR(QStringLiteral("No Version Item found for version string '%1' in product '%2'").arg(versionString, _title));
+        VM_LOG_ERROR(
+            QStringLiteral("No Version Item found for version string '%1' in product '%2'").arg(versionString, _title));
     return nullptr;
 }
 

@@ -79,7 +79,9 @@ public:
     void setProductDiscontinued(bool flag) { _productDiscontinued = flag; }
 
 private:
-    struct Empty {};
+    struct Empty
+    {
+    };
     explicit VMSingleProductItem(Empty);
     void detachVersions();
 

@@ -7,13 +7,11 @@
 #include "foundation/VMLog.h"
 
 VMVersionItem::VMVersionItem()
-    : _releaseDate(VMUtils::currentDate()),
-      _productVersion(QStringLiteral("1.0")),
+    : _releaseDate(VMUtils::currentDate()), _productVersion(QStringLiteral("1.0")),
       _osXVersion(QStringLiteral("10.15")),
       _hostVersions({{VMUtils::stringForHostApp(VMUtils::HostAppFinalCutProX), QStringLiteral("10.1")},
                      {VMUtils::stringForHostApp(VMUtils::HostAppMotion), QStringLiteral("5.5")}})
-{
-}
+{}
 
 VMVersionItem::VMVersionItem(Parsing) : _releaseDate(VMUtils::currentDate()) {}
 
@@ -41,7 +39,8 @@ VMVersionItemPtr VMVersionItem::initWithDict(const QVariantMap& dict)
     reader.readString(QStringLiteral("Bug Fixes Description"), item->_bugFixesText);
     reader.readString(QStringLiteral("Internal Comment"), item->_internalComment);
     reader.readString(QStringLiteral("Download URL"), item->_versionDownloadURL);
-    reader.readBool(QStringLiteral("Installer Requires Authentication"), item->_versionInstallerRequiresAuthentication, true);
+    reader.readBool(QStringLiteral("Installer Requires Authentication"), item->_versionInstallerRequiresAuthentication,
+                    true);
     reader.readString(QStringLiteral("Installer Arguments"), item->_versionInstallerArguments);
     reader.readString(QStringLiteral("Identifier"), item->_productIdentifier);
     reader.readString(QStringLiteral("Check Installed Directory"), item->_productCheckInstalledDirectory);

@@ -88,7 +88,9 @@ public:
     void setVersionTags(const QString& tags) { _versionTags = tags; }
 
 private:
-    struct Parsing {};
+    struct Parsing
+    {
+    };
     // What parsing starts from: only the defaults that a missing key leaves in place.
     explicit VMVersionItem(Parsing);
 

@@ -129,8 +129,8 @@ void tst_VMCatalogue::loadsWholeCatalogue()
     QVERIFY(products->isExpandable());
     QCOMPARE(products->contentView(), nullptr);
     // Catalogue order, unsorted.
-    QCOMPARE(productIDs(products->productItems()),
-             QStringList({QStringLiteral("LVGlow"), QStringLiteral("LVBlur"), QStringLiteral("LVStudio"), QStringLiteral("LVEcho")}));
+    QCOMPARE(productIDs(products->productItems()), QStringList({QStringLiteral("LVGlow"), QStringLiteral("LVBlur"),
+                                                                QStringLiteral("LVStudio"), QStringLiteral("LVEcho")}));
     QCOMPARE(titles(products->children()),
              QStringList({QStringLiteral("Glow"), QStringLiteral("Blur"), QStringLiteral("Studio Bundle"), QString()}));
     QCOMPARE(products->propertyForKey(QStringLiteral("Editor")).toString(), QStringLiteral("Catalogue Desk"));
@@ -168,8 +168,8 @@ void tst_VMCatalogue::loadsWholeCatalogue()
     QCOMPARE(two->bugFixes(), 1);
     QCOMPARE(two->featuresText(), QStringLiteral("FxPlug 3 rewrite"));
     QCOMPARE(two->bugFixesText(), QStringLiteral("Faster previews"));
-    QCOMPARE(glow->allProductIdentifiers(),
-             QStringList({QStringLiteral("com.quarnet.FxPlug.GlowXPC"), QStringLiteral("com.quarnet.FxPlug.Glow3XPC")}));
+    QCOMPARE(glow->allProductIdentifiers(), QStringList({QStringLiteral("com.quarnet.FxPlug.GlowXPC"),
+                                                         QStringLiteral("com.quarnet.FxPlug.Glow3XPC")}));
 
     auto blur = std::dynamic_pointer_cast<VMSingleProductItem>(products->productItems().at(1));
     QVERIFY(blur);
@@ -184,7 +184,8 @@ void tst_VMCatalogue::loadsWholeCatalogue()
     QCOMPARE(studio->title(), QStringLiteral("Studio Bundle"));
     QCOMPARE(studio->bundleIncludedProductIDs(), QStringLiteral("LVGlow  LVBlur"));
     QCOMPARE(studio->bundleDescription(), QStringLiteral("Everything in one."));
-    QCOMPARE(studio->bundleIconURL(), QStringLiteral("https://downloads.lumivane.example/VM_installers/icons/Studio.png"));
+    QCOMPARE(studio->bundleIconURL(),
+             QStringLiteral("https://downloads.lumivane.example/VM_installers/icons/Studio.png"));
     QCOMPARE(studio->bundleInfoURL(), QStringLiteral("https://www.lumivane.example/studio"));
     QCOMPARE(studio->bundleDocsURL(), QStringLiteral("https://www.lumivane.example/studio/docs"));
     QCOMPARE(studio->bundleBuyURL(), QStringLiteral("https://store.lumivane.example/studio"));
@@ -206,7 +207,8 @@ void tst_VMCatalogue::loadsWholeCatalogue()
 
     const VMNewsCollectionPtr news = catalogue.newsCollection();
     QVERIFY(news);
-    QCOMPARE(titles(news->children()), QStringList({QStringLiteral("Glow 2 is here"), QStringLiteral("Spring sale"), QString()}));
+    QCOMPARE(titles(news->children()),
+             QStringList({QStringLiteral("Glow 2 is here"), QStringLiteral("Spring sale"), QString()}));
     QCOMPARE(news->propertyForKey(QStringLiteral("Channel")).toString(), QStringLiteral("Main"));
     QCOMPARE(news->newsItems().at(0)->propertyForKey(QStringLiteral("imageHeight")).toDouble(), 120.0);
     QCOMPARE(news->newsItems().at(1)->releaseDate(), QDateTime(QDate(2099, 12, 31), QTime(0, 0), Qt::LocalTime));
@@ -238,7 +240,8 @@ void tst_VMCatalogue::announcementsSection_data()
         << QStringList{QStringLiteral("From Announcements")};
     QVariantMap both = section(QStringLiteral("News"), n1);
     both.insert(QStringLiteral("Announcements"), QVariantList{a1});
-    QTest::newRow("both arrays: News wins") << QVariantMap{{QStringLiteral("News"), both}} << QStringList{QStringLiteral("From News")};
+    QTest::newRow("both arrays: News wins")
+        << QVariantMap{{QStringLiteral("News"), both}} << QStringList{QStringLiteral("From News")};
     QTest::newRow("both sections: News wins")
         << QVariantMap{{QStringLiteral("News"), section(QStringLiteral("News"), n1)},
                        {QStringLiteral("Announcements"), section(QStringLiteral("Announcements"), a1)}}
@@ -286,7 +289,8 @@ void tst_VMCatalogue::sectionWithoutItemArrayKeepsProperties()
     QVERIFY(catalogue.helpItemsCollection()->helpItems().isEmpty());
     QCOMPARE(catalogue.productsCollection()->propertyForKey(QStringLiteral("Note")).toString(), QStringLiteral("kept"));
     QCOMPARE(catalogue.newsCollection()->propertyForKey(QStringLiteral("Note")).toString(), QStringLiteral("kept"));
-    QCOMPARE(catalogue.helpItemsCollection()->propertyForKey(QStringLiteral("Note")).toString(), QStringLiteral("kept"));
+    QCOMPARE(catalogue.helpItemsCollection()->propertyForKey(QStringLiteral("Note")).toString(),
+             QStringLiteral("kept"));
 }
 
 void tst_VMCatalogue::bundleFlagChoosesClass_data()
@@ -306,7 +310,8 @@ void tst_VMCatalogue::bundleFlagChoosesClass()
 {
     QFETCH(QVariant, bundle);
     QFETCH(bool, isBundle);
-    QVariantMap product{{QStringLiteral("Product ID"), QStringLiteral("P")}, {QStringLiteral("Title"), QStringLiteral("T")}};
+    QVariantMap product{{QStringLiteral("Product ID"), QStringLiteral("P")},
+                        {QStringLiteral("Title"), QStringLiteral("T")}};
     if (bundle.isValid())
         product.insert(QStringLiteral("Bundle"), bundle);
     const auto collection =
@@ -327,7 +332,8 @@ void tst_VMCatalogue::versionNumberLoggedOnlyWithExtendedLogging()
     LVPreferences::sharedPreferences()->useExtendedLogging(true);
     log.clear();
     VMCatalogue::initWithDict(root);
-    QVERIFY2(anyLineContains(loggedLines(log), QStringLiteral("'Loading Version: 42' in ")), qPrintable(loggedLines(log).join('|')));
+    QVERIFY2(anyLineContains(loggedLines(log), QStringLiteral("'Loading Version: 42' in ")),
+             qPrintable(loggedLines(log).join('|')));
 }
 
 void tst_VMCatalogue::malformedData_data()
@@ -375,7 +381,8 @@ void tst_VMCatalogue::wrongTypesKeepWhatWasRead()
     // versions dictionary; the number entry ends the list, so D is never read.
     const VMProductsCollectionPtr products = catalogue.productsCollection();
     QVERIFY(products);
-    QCOMPARE(productIDs(products->productItems()), QStringList({QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C")}));
+    QCOMPARE(productIDs(products->productItems()),
+             QStringList({QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C")}));
     auto a = std::dynamic_pointer_cast<VMSingleProductItem>(products->productItems().at(0));
     QCOMPARE(a->title(), QStringLiteral("Alpha"));
     QCOMPARE(a->versionItems().size(), 1);
@@ -402,7 +409,8 @@ void tst_VMCatalogue::wrongTypesKeepWhatWasRead()
              QStringList({QStringLiteral("One"), QString(), QStringLiteral("Three")}));
 
     QVERIFY(catalogue.licenseAgreementURL().isNull());
-    QVERIFY(anyLineContains(lines, QStringLiteral("'Value for key \"License Agreement URL\" is a number, not a string' in ")));
+    QVERIFY(anyLineContains(lines,
+                            QStringLiteral("'Value for key \"License Agreement URL\" is a number, not a string' in ")));
 }
 
 void tst_VMCatalogue::nulByteInXmlText()
@@ -433,12 +441,11 @@ void tst_VMCatalogue::productItemsWithProductIDs_data()
     QTest::newRow("unknown ID") << QStringList{"A", "B"} << QStringList{"C", "A"} << QStringList{"A#0"};
     QTest::newRow("asked twice") << QStringList{"A", "B"} << QStringList{"A", "A"} << QStringList{"A#0", "A#0"};
     QTest::newRow("two products one ID") << QStringList{"A", "B", "A"} << QStringList{"A"} << QStringList{"A#0", "A#2"};
-    QTest::newRow("bundle string with two spaces") << QStringList{"A", "B"}
-                                                   << QStringLiteral("A  B").split(QLatin1Char(' '))
-                                                   << QStringList{"A#0", "B#1"};
+    QTest::newRow("bundle string with two spaces")
+        << QStringList{"A", "B"} << QStringLiteral("A  B").split(QLatin1Char(' ')) << QStringList{"A#0", "B#1"};
     QTest::newRow("empty request") << QStringList{"A"} << QStringList{} << QStringList{};
-    QTest::newRow("product without ID never matches") << QStringList{QString(), "A"} << QStringList{QString(), ""}
-                                                      << QStringList{};
+    QTest::newRow("product without ID never matches")
+        << QStringList{QString(), "A"} << QStringList{QString(), ""} << QStringList{};
 }
 
 void tst_VMCatalogue::productItemsWithProductIDs()
@@ -507,15 +514,15 @@ void tst_VMCatalogue::collectionBackReferences()
     QCOMPARE(b->collection(), nullptr);
     QCOMPARE(b->productID(), QStringLiteral("B"));
 
-    auto news = VMNewsCollection::initWithDict(
-        QVariantMap{{QStringLiteral("News"), QVariantList{QVariantMap{{QStringLiteral("Title"), QStringLiteral("N")}}}}});
+    auto news = VMNewsCollection::initWithDict(QVariantMap{
+        {QStringLiteral("News"), QVariantList{QVariantMap{{QStringLiteral("Title"), QStringLiteral("N")}}}}});
     const VMNewsItemPtr newsItem = news->newsItems().first();
     QCOMPARE(newsItem->collection(), news.get());
     news.reset();
     QCOMPARE(newsItem->collection(), nullptr);
 
-    auto help = VMHelpItemsCollection::initWithDict(
-        QVariantMap{{QStringLiteral("Help Items"), QVariantList{QVariantMap{{QStringLiteral("Title"), QStringLiteral("H")}}}}});
+    auto help = VMHelpItemsCollection::initWithDict(QVariantMap{
+        {QStringLiteral("Help Items"), QVariantList{QVariantMap{{QStringLiteral("Title"), QStringLiteral("H")}}}}});
     const VMHelpItemPtr helpItem = help->helpItems().first();
     QCOMPARE(helpItem->collection(), help.get());
     help->setHelpItems({});

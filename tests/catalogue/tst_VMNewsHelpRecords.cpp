@@ -96,9 +96,14 @@ void tst_VMNewsHelpRecords::newsImageFallback_data()
     QTest::addColumn<QString>("announcementImage");
     QTest::addColumn<QString>("expected");
     QTest::newRow("news only") << "n.png" << QString() << "n.png";
-    QTest::newRow("announcement only") << QString() << "a.png" << "a.png";
-    QTest::newRow("both: news wins") << "n.png" << "a.png" << "n.png";
-    QTest::newRow("empty news still wins") << "" << "a.png" << "";
+    QTest::newRow("announcement only") << QString() << "a.png"
+                                       << "a.png";
+    QTest::newRow("both: news wins") << "n.png"
+                                     << "a.png"
+                                     << "n.png";
+    QTest::newRow("empty news still wins") << ""
+                                           << "a.png"
+                                           << "";
     QTest::newRow("neither") << QString() << QString() << QString();
 }
 
@@ -145,14 +150,18 @@ void tst_VMNewsHelpRecords::newsWrongTypes_data()
     QTest::addColumn<qint64>("showDays");
     QTest::addColumn<QString>("logged");
 
-    QTest::newRow("show days as text") << QVariantMap{{"Title", "T"}, {"Show Days", "7 days"}} << "T" << qint64(7) << QString();
-    QTest::newRow("show days as array") << QVariantMap{{"Title", "T"}, {"Show Days", QVariantList{1}}, {"Headline", "H"}}
+    QTest::newRow("show days as text") << QVariantMap{{"Title", "T"}, {"Show Days", "7 days"}} << "T" << qint64(7)
+                                       << QString();
+    QTest::newRow("show days as array") << QVariantMap{{"Title", "T"},
+                                                       {"Show Days", QVariantList{1}},
+                                                       {"Headline", "H"}}
                                         << "T" << qint64(0)
                                         << "'Value for key \"Show Days\" is an array, not a number' in ";
-    QTest::newRow("title as date") << QVariantMap{{"Title", kParseTime}, {"Show Days", 3}} << "Untitled News" << qint64(0)
-                                   << "'Value for key \"Title\" is a date, not a string' in ";
-    QTest::newRow("properties as string") << QVariantMap{{"Title", "T"}, {"Show Days", 3}, {"Properties", "x"}} << "T"
-                                          << qint64(3) << "'Value for key \"Properties\" is a string, not a dictionary' in ";
+    QTest::newRow("title as date") << QVariantMap{{"Title", kParseTime}, {"Show Days", 3}} << "Untitled News"
+                                   << qint64(0) << "'Value for key \"Title\" is a date, not a string' in ";
+    QTest::newRow("properties as string")
+        << QVariantMap{{"Title", "T"}, {"Show Days", 3}, {"Properties", "x"}} << "T" << qint64(3)
+        << "'Value for key \"Properties\" is a string, not a dictionary' in ";
 }
 
 void tst_VMNewsHelpRecords::newsWrongTypes()
@@ -200,10 +209,11 @@ void tst_VMNewsHelpRecords::helpItems()
     QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
     const auto collection = VMHelpItemsCollection::initWithDict(QVariantMap{
         {QStringLiteral("Help Items"),
-         QVariantList{QVariantMap{{QStringLiteral("Title"), QStringLiteral("Install")},
-                                  {QStringLiteral("Help URL"), QStringLiteral("https://support.lumivane.example/install")},
-                                  {QStringLiteral("Properties"), QStringLiteral("not even a dictionary")}},
-                      QVariantMap{{QStringLiteral("Help URL"), QStringLiteral("https://support.lumivane.example/faq")}}}}});
+         QVariantList{
+             QVariantMap{{QStringLiteral("Title"), QStringLiteral("Install")},
+                         {QStringLiteral("Help URL"), QStringLiteral("https://support.lumivane.example/install")},
+                         {QStringLiteral("Properties"), QStringLiteral("not even a dictionary")}},
+             QVariantMap{{QStringLiteral("Help URL"), QStringLiteral("https://support.lumivane.example/faq")}}}}});
     // "Properties" of a help entry is not read at all, so its wrong type goes unnoticed.
     QCOMPARE(log.count(), 0);
     QCOMPARE(collection->helpItems().size(), 2);
@@ -223,13 +233,20 @@ void tst_VMNewsHelpRecords::setValue_data()
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<bool>("recognised");
     QTest::addColumn<QString>("notification");
-    QTest::newRow("news title") << "news" << "title" << QVariant("New") << true << "reloadItemInNodeTable";
-    QTest::newRow("news show days") << "news" << "showDays" << QVariant(9) << true << QString();
-    QTest::newRow("news image") << "news" << "newsImageURL" << QVariant("i.png") << true << QString();
-    QTest::newRow("news headline") << "news" << "headlineText" << QVariant("H") << true << QString();
-    QTest::newRow("help title") << "help" << "title" << QVariant("Help") << true << "reloadItemInNodeTable";
-    QTest::newRow("help URL") << "help" << "helpURL" << QVariant("https://x.example") << true << QString();
-    QTest::newRow("help unknown") << "help" << "showDays" << QVariant(1) << false << QString();
+    QTest::newRow("news title") << "news"
+                                << "title" << QVariant("New") << true << "reloadItemInNodeTable";
+    QTest::newRow("news show days") << "news"
+                                    << "showDays" << QVariant(9) << true << QString();
+    QTest::newRow("news image") << "news"
+                                << "newsImageURL" << QVariant("i.png") << true << QString();
+    QTest::newRow("news headline") << "news"
+                                   << "headlineText" << QVariant("H") << true << QString();
+    QTest::newRow("help title") << "help"
+                                << "title" << QVariant("Help") << true << "reloadItemInNodeTable";
+    QTest::newRow("help URL") << "help"
+                              << "helpURL" << QVariant("https://x.example") << true << QString();
+    QTest::newRow("help unknown") << "help"
+                                  << "showDays" << QVariant(1) << false << QString();
 }
 
 void tst_VMNewsHelpRecords::setValue()

@@ -152,14 +152,17 @@ void tst_VMProductRecords::versionOrder_data()
 
     QTest::newRow("2.0 1.5 2.0.1") << QVariantList{version("2.0"), version("1.5"), version("2.0.1")}
                                    << QStringList{"1.5", "2.0", "2.0.1"} << "2.0.1";
-    QTest::newRow("1.10 after 1.9") << QVariantList{version("1.10"), version("1.9")} << QStringList{"1.9", "1.10"} << "1.10";
+    QTest::newRow("1.10 after 1.9") << QVariantList{version("1.10"), version("1.9")} << QStringList{"1.9", "1.10"}
+                                    << "1.10";
     QTest::newRow("no number first") << QVariantList{version("0.1"), version(QString(), {{"Internal Comment", "x"}})}
                                      << QStringList{" (x)", "0.1"} << "0.1";
     QTest::newRow("equal numbers keep catalogue order")
-        << QVariantList{version("2", {{"Internal Comment", "a"}}), version("1.0"), version("2.0", {{"Internal Comment", "b"}})}
+        << QVariantList{version("2", {{"Internal Comment", "a"}}), version("1.0"),
+                        version("2.0", {{"Internal Comment", "b"}})}
         << QStringList{"1.0", "2 (a)", "2.0 (b)"} << "2.0 (b)";
-    QTest::newRow("carry: 1.0.100 equals 1.1") << QVariantList{version("1.1", {{"Internal Comment", "a"}}), version("1.0.100"), version("1.0.99")}
-                                               << QStringList{"1.0.99", "1.1 (a)", "1.0.100"} << "1.0.100";
+    QTest::newRow("carry: 1.0.100 equals 1.1")
+        << QVariantList{version("1.1", {{"Internal Comment", "a"}}), version("1.0.100"), version("1.0.99")}
+        << QStringList{"1.0.99", "1.1 (a)", "1.0.100"} << "1.0.100";
     QTest::newRow("latest ignores date and requirements")
         << QVariantList{version("3.0", {{"Release Date", "20.01.01"}, {"OSX Version", "99.0"}}),
                         version("2.9", {{"Release Date", "25.01.01"}})}
@@ -188,10 +191,14 @@ void tst_VMProductRecords::versionItemForVersionString_data()
 {
     QTest::addColumn<QString>("asked");
     QTest::addColumn<QString>("found");
-    QTest::newRow("exact") << "1.5" << "1.5";
-    QTest::newRow("2.1 finds 2.1.0") << "2.1" << "2.1.0";
-    QTest::newRow("2 finds 2.0") << "2" << "2.0";
-    QTest::newRow("first of equal numbers") << "3.0" << "3 (first)";
+    QTest::newRow("exact") << "1.5"
+                           << "1.5";
+    QTest::newRow("2.1 finds 2.1.0") << "2.1"
+                                     << "2.1.0";
+    QTest::newRow("2 finds 2.0") << "2"
+                                 << "2.0";
+    QTest::newRow("first of equal numbers") << "3.0"
+                                            << "3 (first)";
     QTest::newRow("miss") << "9.9" << QString();
     QTest::newRow("null") << QString() << QString();
 }
@@ -200,9 +207,9 @@ void tst_VMProductRecords::versionItemForVersionString()
 {
     QFETCH(QString, asked);
     QFETCH(QString, found);
-    const VMSingleProductItemPtr product =
-        productWithVersions({version("2.1.0"), version("1.5"), version("2.0"), version("3", {{"Internal Comment", "first"}}),
-                             version("3.0.0", {{"Internal Comment", "second"}})});
+    const VMSingleProductItemPtr product = productWithVersions({version("2.1.0"), version("1.5"), version("2.0"),
+                                                                version("3", {{"Internal Comment", "first"}}),
+                                                                version("3.0.0", {{"Internal Comment", "second"}})});
     const VMVersionItemPtr item = product->versionItemForVersionString(asked);
     if (found.isNull())
         QVERIFY(!item);
@@ -230,13 +237,20 @@ void tst_VMProductRecords::tags_data()
     QTest::addColumn<QString>("versionTags");
     QTest::addColumn<QString>("tag");
     QTest::addColumn<bool>("contains");
-    QTest::newRow("first of two") << "FxPlug3, Metal" << "FxPlug3" << true;
-    QTest::newRow("second of two") << "FxPlug3, Metal" << "Metal" << true;
-    QTest::newRow("case matters") << "FxPlug3, Metal" << "fxplug3" << false;
-    QTest::newRow("spaces only") << "Metal  FxPlug3" << "FxPlug3" << true;
-    QTest::newRow("commas only") << "Metal,FxPlug3," << "FxPlug3" << true;
-    QTest::newRow("no partial match") << "FxPlug3X" << "FxPlug3" << false;
-    QTest::newRow("empty pieces never match") << "Metal,, ,FxPlug3" << "" << false;
+    QTest::newRow("first of two") << "FxPlug3, Metal"
+                                  << "FxPlug3" << true;
+    QTest::newRow("second of two") << "FxPlug3, Metal"
+                                   << "Metal" << true;
+    QTest::newRow("case matters") << "FxPlug3, Metal"
+                                  << "fxplug3" << false;
+    QTest::newRow("spaces only") << "Metal  FxPlug3"
+                                 << "FxPlug3" << true;
+    QTest::newRow("commas only") << "Metal,FxPlug3,"
+                                 << "FxPlug3" << true;
+    QTest::newRow("no partial match") << "FxPlug3X"
+                                      << "FxPlug3" << false;
+    QTest::newRow("empty pieces never match") << "Metal,, ,FxPlug3"
+                                              << "" << false;
     QTest::newRow("no tags") << QString() << "FxPlug3" << false;
     QTest::newRow("null tag") << "FxPlug3" << QString() << false;
 }
@@ -253,8 +267,9 @@ void tst_VMProductRecords::tags()
 
 void tst_VMProductRecords::versionItemsWithTag()
 {
-    const VMSingleProductItemPtr product = productWithVersions(
-        {version("3.0", {{"Version Tags", "FxPlug3"}}), version("1.0"), version("2.0", {{"Version Tags", "Metal, FxPlug3"}})});
+    const VMSingleProductItemPtr product =
+        productWithVersions({version("3.0", {{"Version Tags", "FxPlug3"}}), version("1.0"),
+                             version("2.0", {{"Version Tags", "Metal, FxPlug3"}})});
     QCOMPARE(versionTitles(product->versionItemsWithTag(QStringLiteral("FxPlug3"))), QStringList({"2.0", "3.0"}));
     QVERIFY(product->versionItemsWithTag(QStringLiteral("fxplug3")).isEmpty());
 }
@@ -273,21 +288,27 @@ void tst_VMProductRecords::installerSettings_data()
 
     QTest::newRow("no URLs") << QVariantMap{} << QVariantMap{} << none << none << none;
     QTest::newRow("empty product URL still gives settings")
-        << QVariantMap{{"Download URL", ""}} << QVariantMap{} << QVariant(QVariantMap{{"downloadURL", ""}, {"requiresAuthentication", true}})
-        << none << QVariant(QVariantMap{{"downloadURL", ""}, {"requiresAuthentication", true}});
+        << QVariantMap{{"Download URL", ""}} << QVariantMap{}
+        << QVariant(QVariantMap{{"downloadURL", ""}, {"requiresAuthentication", true}}) << none
+        << QVariant(QVariantMap{{"downloadURL", ""}, {"requiresAuthentication", true}});
     QTest::newRow("empty version URL falls back to product")
-        << productUrl << QVariantMap{{"Download URL", ""}, {"Installer Arguments", "-v"}} << QVariant(productSettings) << none
-        << QVariant(productSettings);
+        << productUrl << QVariantMap{{"Download URL", ""}, {"Installer Arguments", "-v"}} << QVariant(productSettings)
+        << none << QVariant(productSettings);
     QTest::newRow("version URL wins")
         << productUrl << QVariantMap{{"Download URL", "v.pkg"}, {"Installer Requires Authentication", false}}
-        << QVariant(productSettings) << QVariant(QVariantMap{{"downloadURL", "v.pkg"}, {"requiresAuthentication", false}})
+        << QVariant(productSettings)
+        << QVariant(QVariantMap{{"downloadURL", "v.pkg"}, {"requiresAuthentication", false}})
         << QVariant(QVariantMap{{"downloadURL", "v.pkg"}, {"requiresAuthentication", false}});
     QTest::newRow("arguments, empty ones too")
-        << QVariantMap{{"Download URL", "p.pkg"}, {"Installer Arguments", ""}, {"Installer Requires Authentication", false}}
+        << QVariantMap{{"Download URL", "p.pkg"},
+                       {"Installer Arguments", ""},
+                       {"Installer Requires Authentication", false}}
         << QVariantMap{{"Download URL", "v.pkg"}, {"Installer Arguments", "-allowUntrusted"}}
         << QVariant(QVariantMap{{"downloadURL", "p.pkg"}, {"arguments", ""}, {"requiresAuthentication", false}})
-        << QVariant(QVariantMap{{"downloadURL", "v.pkg"}, {"arguments", "-allowUntrusted"}, {"requiresAuthentication", true}})
-        << QVariant(QVariantMap{{"downloadURL", "v.pkg"}, {"arguments", "-allowUntrusted"}, {"requiresAuthentication", true}});
+        << QVariant(QVariantMap{
+               {"downloadURL", "v.pkg"}, {"arguments", "-allowUntrusted"}, {"requiresAuthentication", true}})
+        << QVariant(QVariantMap{
+               {"downloadURL", "v.pkg"}, {"arguments", "-allowUntrusted"}, {"requiresAuthentication", true}});
     QTest::newRow("version URL without product URL")
         << QVariantMap{} << QVariantMap{{"Download URL", "v.pkg"}} << none
         << QVariant(QVariantMap{{"downloadURL", "v.pkg"}, {"requiresAuthentication", true}})
@@ -395,19 +416,30 @@ void tst_VMProductRecords::setValuePostsNotifications_data()
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<QString>("notification");
 
-    QTest::newRow("product title") << "product" << "title" << QVariant("Glow") << "reloadItemInNodeTable";
-    QTest::newRow("product versionItems") << "product" << "versionItems"
-                                          << QVariant::fromValue(QList<VMVersionItemPtr>{std::make_shared<VMVersionItem>()})
-                                          << "reloadNodeTable";
-    QTest::newRow("product download URL") << "product" << "productDownloadURL" << QVariant("u.pkg") << QString();
-    QTest::newRow("product ID") << "product" << "productID" << QVariant("LVX") << QString();
-    QTest::newRow("product discontinued") << "product" << "productDiscontinued" << QVariant(true) << QString();
-    QTest::newRow("bundle title") << "bundle" << "title" << QVariant("Pack") << "reloadItemInNodeTable";
-    QTest::newRow("bundle IDs") << "bundle" << "bundleIncludedProductIDs" << QVariant("A B") << QString();
-    QTest::newRow("version number") << "version" << "productVersion" << QVariant("4.0") << "reloadNodeTable";
-    QTest::newRow("version comment") << "version" << "internalComment" << QVariant("rc1") << "reloadItemInNodeTable";
-    QTest::newRow("version tags") << "version" << "versionTags" << QVariant("FxPlug3") << QString();
-    QTest::newRow("version date") << "version" << "releaseDate" << QVariant(kParseTime.addDays(-3)) << QString();
+    QTest::newRow("product title") << "product"
+                                   << "title" << QVariant("Glow") << "reloadItemInNodeTable";
+    QTest::newRow("product versionItems")
+        << "product"
+        << "versionItems" << QVariant::fromValue(QList<VMVersionItemPtr>{std::make_shared<VMVersionItem>()})
+        << "reloadNodeTable";
+    QTest::newRow("product download URL") << "product"
+                                          << "productDownloadURL" << QVariant("u.pkg") << QString();
+    QTest::newRow("product ID") << "product"
+                                << "productID" << QVariant("LVX") << QString();
+    QTest::newRow("product discontinued") << "product"
+                                          << "productDiscontinued" << QVariant(true) << QString();
+    QTest::newRow("bundle title") << "bundle"
+                                  << "title" << QVariant("Pack") << "reloadItemInNodeTable";
+    QTest::newRow("bundle IDs") << "bundle"
+                                << "bundleIncludedProductIDs" << QVariant("A B") << QString();
+    QTest::newRow("version number") << "version"
+                                    << "productVersion" << QVariant("4.0") << "reloadNodeTable";
+    QTest::newRow("version comment") << "version"
+                                     << "internalComment" << QVariant("rc1") << "reloadItemInNodeTable";
+    QTest::newRow("version tags") << "version"
+                                  << "versionTags" << QVariant("FxPlug3") << QString();
+    QTest::newRow("version date") << "version"
+                                  << "releaseDate" << QVariant(kParseTime.addDays(-3)) << QString();
 }
 
 void tst_VMProductRecords::setValuePostsNotifications()
@@ -479,9 +511,9 @@ void tst_VMProductRecords::unknownKeyGoesToSystemLog()
     QVERIFY(!bundle->setValue(1, QStringLiteral("bundleVersions")));
     // A bundle has no download URL of its own.
     QVERIFY(!bundle->setValue(QStringLiteral("x"), QStringLiteral("productDownloadURL")));
-    QCOMPARE(_env->systemLog->lines(), QStringList({"setValue: key 'colour' not recognized",
-                                                    "setValue: key 'bundleVersions' not recognized",
-                                                    "setValue: key 'productDownloadURL' not recognized"}));
+    QCOMPARE(_env->systemLog->lines(),
+             QStringList({"setValue: key 'colour' not recognized", "setValue: key 'bundleVersions' not recognized",
+                          "setValue: key 'productDownloadURL' not recognized"}));
 }
 
 void tst_VMProductRecords::versionBackReferences()
