@@ -1,10 +1,13 @@
 #include "manager/AppDelegate.h"
+#include "platform/Platform.h"
 
 #include <QApplication>
 
 int main(int argc, char* argv[])
 {
     QApplication application(argc, argv);
+    // From here on the log window and the system log are the application's only outputs.
+    Platform::standardStreams().silence();
     AppDelegate delegate;
     delegate.applicationDidFinishLaunching();
     return application.exec();

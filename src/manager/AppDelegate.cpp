@@ -21,6 +21,7 @@ void AppDelegate::configureApplication()
     QCoreApplication::setOrganizationName(QStringLiteral("Quarnet"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("quarnet.com"));
     QCoreApplication::setApplicationName(QStringLiteral("Lumivane Manager"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(LV_VERSION));
     if (auto* app = qobject_cast<QApplication*>(QCoreApplication::instance()))
         LVAppearance::applyToApplication(*app);
 }
@@ -28,8 +29,6 @@ void AppDelegate::configureApplication()
 void AppDelegate::applicationDidFinishLaunching()
 {
     configureApplication();
-    // From here on the log window and the system log are the application's only outputs.
-    Platform::standardStreams().silence();
 
     _loggerWindow = std::make_unique<VMLoggerWindow>();
     VMLogger::sharedLogger()->setView(_loggerWindow.get());
@@ -39,6 +38,7 @@ void AppDelegate::applicationDidFinishLaunching()
         this, QLatin1String(LVPreferences::LVPrefsUseExtendedLogging),
         [this](const VMNotification& note) { useExtendedLoggingChanged(note.object.toBool()); });
 
+    _loggerWindow->move(40, 40);
     _loggerWindow->showLog();
     _preferencesWindow->show();
     VMLogger::logMessage(QStringLiteral("Lumivane Manager started"));

@@ -6,6 +6,9 @@
 #include "foundation/VMNotificationCenter.h"
 #include "platform/Platform.h"
 
+#include <QGuiApplication>
+#include <QScreen>
+
 LVPreferencesWindow::LVPreferencesWindow(QWidget* parent)
     : QWidget(parent, Qt::Window | Qt::WindowStaysOnTopHint), _ui(std::make_unique<Ui::LVPreferences>())
 {
@@ -14,6 +17,9 @@ LVPreferencesWindow::LVPreferencesWindow(QWidget* parent)
     QFont title = _ui->_titleLabel->font();
     title.setBold(true);
     _ui->_titleLabel->setFont(title);
+    _ui->_versionLabel->setText(
+        tr("%1 %2").arg(QCoreApplication::applicationName(), QCoreApplication::applicationVersion()));
+    _ui->_versionLabel->setForegroundRole(QPalette::PlaceholderText);
 
     // Stored only; nothing in the application acts on them any more.
     _ui->_showIconInMenuBarButton->setVisible(false);
@@ -49,6 +55,11 @@ void LVPreferencesWindow::show()
 {
     const bool optionHeld = Platform::systemInfo().heldModifierKeys().testFlag(SystemInfo::Option);
     _ui->_useExtendedLoggingButton->setVisible(optionHeld);
+    adjustSize();
+    if (!isVisible()) {
+        if (const QScreen* screen = QGuiApplication::primaryScreen())
+            move(screen->availableGeometry().center() - rect().center());
+    }
     QWidget::show();
     raise();
     activateWindow();
