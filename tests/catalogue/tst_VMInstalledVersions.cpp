@@ -92,7 +92,7 @@ void tst_VMInstalledVersions::productAnswer_data()
     QTest::addColumn<QVariant>("productVersions");
     QTest::addColumn<QString>("productID");
     QTest::addColumn<QString>("identifier");
-    QTest::addColumn<QString>("directory"); // relative to the root; "-" for none
+    QTest::addColumn<QString>("directory");
     QTest::addColumn<QString>("expected");
 
     const QString id = QStringLiteral("com.quarnet.FxPlug.GlowXPC");
@@ -119,6 +119,10 @@ void tst_VMInstalledVersions::productAnswer_data()
         << "/Applications/Lumivane/Glow.app/Contents/PlugIns/GlowXPC.pluginkit/Contents/Info.plist" << "2.0";
     QTest::newRow("check directory missing") << QVariant(QStringLiteral("2.0")) << none << "P1" << id
                                              << "/Library/Missing" << QString();
+    QTest::newRow("check directory as the Mac names it") << QVariant(QStringLiteral("2.0")) << none << "P1" << id
+                                                         << "=/Applications/Lumivane/Glow.app" << "2.0";
+    QTest::newRow("Mac path missing in the root") << QVariant(QStringLiteral("2.0")) << none << "P1" << id
+                                                  << "=/Applications/Lumivane/Gone.app" << QString();
 }
 
 void tst_VMInstalledVersions::productAnswer()
@@ -133,7 +137,10 @@ void tst_VMInstalledVersions::productAnswer()
     QVERIFY(!makePlugin(root(), "Glow.app", "GlowXPC.pluginkit", "com.quarnet.FxPlug.GlowXPC", bundleVersion,
                         productVersions)
                  .isNull());
-    const QString dir = directory == QLatin1String("-") ? QString() : root() + directory;
+    // "-" is no directory, "=" a path used as given, anything else a path inside the root.
+    const QString dir = directory == QLatin1String("-")  ? QString()
+                        : directory.startsWith(QLatin1Char('=')) ? directory.mid(1)
+                                                                 : root() + directory;
     const QString answer = VMInstalledVersions::installedVersionForProduct(productID, identifier, dir);
     QCOMPARE(answer, expected);
     QCOMPARE(answer.isNull(), expected.isNull());
