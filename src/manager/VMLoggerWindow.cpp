@@ -12,6 +12,7 @@ VMLoggerWindow::VMLoggerWindow(QWidget* parent) : QWidget(parent, Qt::Window), _
     page.setColor(QPalette::Base, Qt::white);
     page.setColor(QPalette::Text, Qt::black);
     _ui->_textView->setPalette(page);
+    _ui->_textView->document()->setDocumentMargin(10);
     connect(_ui->_clearButton, &QPushButton::clicked, this, &VMLoggerWindow::clearLog);
 }
 

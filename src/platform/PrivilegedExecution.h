@@ -32,6 +32,13 @@ public:
 
     static constexpr const char* adminRight = "system.privilege.admin";
 
+    // Asks the user whether `right` may be granted and answers Success, Denied or Canceled.
+    // Called on the thread that acquires the right (often a background thread); it may block
+    // until the user has answered.
+    using ConsentProvider = std::function<int(const QString& right)>;
+    // Receives what a tool prints on its standard output, block by block as it arrives.
+    using OutputHandler = std::function<void(const QByteArray&)>;
+
     virtual ~PrivilegedExecution() = default;
 
     // Creates an empty authorization; `status` receives the result. Null on failure.
@@ -46,12 +53,22 @@ public:
     {
         return Denied;
     }
-    // Runs `tool` with `arguments` as administrator, feeding what it prints to `output` as it
-    // arrives, and returns when it ends. The status tells whether it could be started.
-    virtual int executeWithPrivileges(const AuthorizationRef&, const QString& /*tool*/, const QStringList& /*arguments*/,
-                                      const std::function<void(const QByteArray&)>& /*output*/)
+    // Runs `tool` with `arguments` as administrator, feeding its standard output to `output` as it
+    // arrives (standard error goes where this process's goes, as on the Mac), and returns when it
+    // has ended. The status tells whether it could be started; `exitCode`, when given, receives the
+    // tool's exit code (-1 if it did not run or crashed). Acquires the administrator right first
+    // if the authorization does not hold it yet.
+    virtual int executeWithPrivileges(const AuthorizationRef&, const QString& /*tool*/,
+                                      const QStringList& /*arguments*/, const OutputHandler& /*output*/,
+                                      int* exitCode = nullptr)
     {
+        if (exitCode)
+            *exitCode = -1;
         return ToolExecuteFailure;
     }
     virtual void free(const AuthorizationRef&) {}
+
+    // Where the user's answer comes from when this platform has no system dialog of its own.
+    // A null provider puts back the platform's default. Platforms that ask by themselves ignore it.
+    virtual void setConsentProvider(ConsentProvider) {}
 };

@@ -1,3 +1,5 @@
+#include "PosixCommandLineTools.h"
+#include "PosixPrivilegedExecution.h"
 #include "PosixSystemInfo.h"
 #include "PosixWorkspace.h"
 
@@ -41,8 +43,11 @@ std::shared_ptr<SystemInfo> createSystemInfo() { return std::make_shared<PosixSy
 std::shared_ptr<Workspace> createWorkspace() { return std::make_shared<PosixWorkspace>(); }
 std::shared_ptr<SystemLog> createSystemLog() { return std::make_shared<PosixSystemLog>(); }
 std::shared_ptr<StandardStreams> createStandardStreams() { return std::make_shared<PosixStandardStreams>(); }
-std::shared_ptr<PrivilegedExecution> createPrivilegedExecution() { return std::make_shared<PrivilegedExecution>(); }
-std::shared_ptr<CommandLineTools> createCommandLineTools() { return std::make_shared<CommandLineTools>(); }
+std::shared_ptr<PrivilegedExecution> createPrivilegedExecution()
+{
+    return std::make_shared<PosixPrivilegedExecution>();
+}
+std::shared_ptr<CommandLineTools> createCommandLineTools() { return std::make_shared<PosixCommandLineTools>(); }
 std::shared_ptr<DistributedNotifications> createDistributedNotifications()
 {
     return std::make_shared<DistributedNotifications>();

@@ -1,0 +1,56 @@
+#include "PlistFile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+PlistFile::Node PlistFile::read(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return nullptr;
+    const QByteArray data = file.read(64 * 1024 * 1024);
+    if (data.isEmpty())
+        return nullptr;
+    plist_t root = nullptr;
+    plist_from_memory(data.constData(), static_cast<uint32_t>(data.size()), &root);
+    return Node(root);
+}
+
+bool PlistFile::write(const QString& path, plist_t root, QString* error)
+{
+    char* xml = nullptr;
+    uint32_t length = 0;
+    plist_to_xml(root, &xml, &length);
+    if (!xml) {
+        if (error)
+            *error = QStringLiteral("could not encode the property list");
+        return false;
+    }
+    const QByteArray data(xml, static_cast<qsizetype>(length));
+    plist_to_xml_free(xml);
+
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size() || !file.commit()) {
+        if (error)
+            *error = file.errorString();
+        return false;
+    }
+    return true;
+}
+
+QString PlistFile::string(plist_t dictionary, const char* key)
+{
+    if (!dictionary || plist_get_node_type(dictionary) != PLIST_DICT)
+        return QString();
+    plist_t value = plist_dict_get_item(dictionary, key);
+    if (!value || plist_get_node_type(value) != PLIST_STRING)
+        return QString();
+    char* text = nullptr;
+    plist_get_string_val(value, &text);
+    const QString result = QString::fromUtf8(text ? text : "");
+    free(text);
+    return result;
+}
