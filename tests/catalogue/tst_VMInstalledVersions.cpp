@@ -80,6 +80,7 @@ private slots:
     void nonLossyAsciiDecoding_data();
     void nonLossyAsciiDecoding();
     void pluginkitOutput();
+    void registryRoundTrip();
 
 private:
     QString root() const { return _env->systemRoot(); }
@@ -449,6 +450,18 @@ void tst_VMInstalledVersions::pluginkitOutput()
     const QString path = VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.GXPC"));
     QVERIFY(path.isEmpty() && !path.isNull());
     QCOMPARE(VMInstalledVersions::registerPluginkitBundle(QStringLiteral("/x.pluginkit")), false);
+}
+
+void tst_VMInstalledVersions::registryRoundTrip()
+{
+    // This platform's own plug-in registry tool.
+    const QString path = makePlugin(root(), "Glow.app", "GlowXPC.pluginkit", "com.quarnet.FxPlug.GlowXPC",
+                                    QStringLiteral("2.0 (10)"));
+    QVERIFY(VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.FxPlug.GlowXPC")).isEmpty());
+    QCOMPARE(VMInstalledVersions::registerPluginkitBundle(path), false);
+    const QString found = VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.FxPlug.GlowXPC"));
+    QCOMPARE(QFileInfo(found).canonicalFilePath(), QFileInfo(path).canonicalFilePath());
+    QVERIFY(VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.Other")).isEmpty());
 }
 
 QTEST_GUILESS_MAIN(tst_VMInstalledVersions)
