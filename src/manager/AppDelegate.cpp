@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 
 #include "LVAppearance.h"
+#include "LVConsentPrompt.h"
 #include "LVPreferencesWindow.h"
 #include "VMLoggerWindow.h"
 #include "foundation/LVPreferences.h"
@@ -29,6 +30,7 @@ void AppDelegate::configureApplication()
 void AppDelegate::applicationDidFinishLaunching()
 {
     configureApplication();
+    LVConsentPrompt::install();
 
     _loggerWindow = std::make_unique<VMLoggerWindow>();
     VMLogger::sharedLogger()->setView(_loggerWindow.get());
