@@ -1,0 +1,76 @@
+#include "LVDownloadTask.h"
+
+#include "LVDownloadSession.h"
+
+#include <curl/curl.h>
+
+LVDownloadTask::LVDownloadTask(LVDownloadSession* session, quint64 identifier, const QByteArray& url,
+                               double timeoutInterval, CURL* easy)
+    : _session(session), _taskIdentifier(identifier), _url(url), _timeoutInterval(timeoutInterval), _easy(easy)
+{}
+
+LVDownloadTask::~LVDownloadTask()
+{
+    // Only a task the session never ran still has its handle here.
+    if (_easy)
+        curl_easy_cleanup(_easy);
+}
+
+bool LVDownloadTask::resume()
+{
+    int expected = Suspended;
+    if (!_state.compare_exchange_strong(expected, Running))
+        return false;
+    _session->enqueueResume(shared_from_this());
+    return true;
+}
+
+void LVDownloadTask::cancel()
+{
+    int state = _state.load();
+    while (state == Suspended || state == Running) {
+        if (_state.compare_exchange_weak(state, Canceling)) {
+            _session->enqueueCancel(shared_from_this());
+            return;
+        }
+    }
+}
+
+void LVDownloadTask::didConsumeBytes(qint64 count)
+{
+    bool wake = false;
+    {
+        QMutexLocker locker(&_flowLock);
+        _unconsumedBytes -= count;
+        if (_paused && !_resumeRequested && _unconsumedBytes <= maximumUnconsumedBytes / 2)
+            wake = _resumeRequested = true;
+    }
+    if (wake)
+        _session->enqueueUnpause(shared_from_this());
+}
+
+bool LVDownloadTask::admitBytes(qint64 count)
+{
+    QMutexLocker locker(&_flowLock);
+    if (_unconsumedBytes >= maximumUnconsumedBytes) {
+        _paused = true;
+        return false;
+    }
+    _unconsumedBytes += count;
+    return true;
+}
+
+bool LVDownloadTask::clearPause()
+{
+    QMutexLocker locker(&_flowLock);
+    const bool wasPaused = _paused;
+    _paused = false;
+    _resumeRequested = false;
+    return wasPaused;
+}
+
+bool LVDownloadTask::isPaused() const
+{
+    QMutexLocker locker(&_flowLock);
+    return _paused;
+}

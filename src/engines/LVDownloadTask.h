@@ -1,0 +1,71 @@
+#pragma once
+
+#include <QByteArray>
+#include <QMutex>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <memory>
+
+class LVDownloadSession;
+typedef void CURL;
+
+// One HTTP GET of the shared session. Created suspended; resume() hands it to the session thread,
+// cancel() ends it with a cancellation error. Safe to call from any thread.
+class LVDownloadTask : public std::enable_shared_from_this<LVDownloadTask>
+{
+public:
+    enum State { Running = 0, Suspended = 1, Canceling = 2, Completed = 3 };
+
+    // How far the receiver may fall behind the network before the transfer is paused: enough for
+    // full-speed streaming, small enough that memory stays flat for any download size.
+    static constexpr qint64 maximumUnconsumedBytes = 4 * 1024 * 1024;
+
+    ~LVDownloadTask();
+    LVDownloadTask(const LVDownloadTask&) = delete;
+    LVDownloadTask& operator=(const LVDownloadTask&) = delete;
+
+    quint64 taskIdentifier() const { return _taskIdentifier; }
+    QByteArray url() const { return _url; }
+    State state() const { return static_cast<State>(_state.load()); }
+    // The body size the server announced; 0 before the response, -1 when it announced none.
+    qint64 countOfBytesExpectedToReceive() const { return _countOfBytesExpectedToReceive.load(); }
+    qint64 countOfBytesReceived() const { return _countOfBytesReceived.load(); }
+
+    // Starts a suspended task; false when it was not suspended.
+    bool resume();
+    void cancel();
+
+    // The receiver has dealt with `count` bytes of delivered data; may let a paused transfer go on.
+    void didConsumeBytes(qint64 count);
+
+private:
+    friend class LVDownloadSession;
+    LVDownloadTask(LVDownloadSession* session, quint64 identifier, const QByteArray& url, double timeoutInterval,
+                   CURL* easy);
+
+    // Session thread: whether a chunk of `count` bytes may be taken now; when not, the transfer pauses.
+    bool admitBytes(qint64 count);
+    // Session thread: clears the pause; false when there was none.
+    bool clearPause();
+    bool isPaused() const;
+
+    LVDownloadSession* const _session;
+    const quint64 _taskIdentifier;
+    const QByteArray _url;
+    const double _timeoutInterval;
+    std::atomic<int> _state{Suspended};
+    std::atomic<qint64> _countOfBytesExpectedToReceive{0};
+    std::atomic<qint64> _countOfBytesReceived{0};
+
+    // Session thread only.
+    CURL* _easy = nullptr;
+    std::chrono::steady_clock::time_point _lastActivity;
+    std::array<char, 256> _errorBuffer{}; // CURL_ERROR_SIZE
+
+    mutable QMutex _flowLock;
+    qint64 _unconsumedBytes = 0;
+    bool _paused = false;
+    bool _resumeRequested = false;
+};
