@@ -6,6 +6,8 @@
 
 #include <plist/plist.h>
 
+#include <algorithm>
+#include <cstring>
 #include <limits>
 #include <memory>
 
@@ -46,13 +48,20 @@ QVariant toVariant(plist_t node, int depth)
         plist_get_real_val(node, &value);
         return value;
     }
-    case PLIST_STRING:
+    case PLIST_STRING: {
+        // Read in place: plist_get_string_val asserts (aborts the process) on XML text that holds
+        // a NUL byte, and copying every string costs time besides. The recorded length can then
+        // run past the buffer, so the text ends at its first NUL.
+        uint64_t length = 0;
+        const char* value = plist_get_string_ptr(node, &length);
+        if (!value)
+            return QString(QLatin1String(""));
+        const size_t limit = static_cast<size_t>(std::min<uint64_t>(length, std::numeric_limits<int32_t>::max()));
+        return QString::fromUtf8(value, static_cast<qsizetype>(strnlen(value, limit)));
+    }
     case PLIST_KEY: {
         char* value = nullptr;
-        if (plist_get_node_type(node) == PLIST_KEY)
-            plist_get_key_val(node, &value);
-        else
-            plist_get_string_val(node, &value);
+        plist_get_key_val(node, &value);
         QString text = value ? QString::fromUtf8(value) : QString(QLatin1String(""));
         free(value);
         return text;
@@ -98,7 +107,8 @@ QVariant toVariant(plist_t node, int depth)
                 break;
             }
             if (key)
-                map.insert(QString::fromUtf8(key), toVariant(value, depth + 1));
+                // Property lists usually keep their keys sorted; the hint makes that case linear.
+                map.insert(map.cend(), QString::fromUtf8(key), toVariant(value, depth + 1));
             free(key);
         }
         free(it);
@@ -187,10 +197,24 @@ QVariant fromData(const QByteArray& data, QString* errorString)
 
     plist_t root = nullptr;
     const auto length = static_cast<uint32_t>(data.size());
-    if (plist_is_binary(data.constData(), length))
+    if (plist_is_binary(data.constData(), length)) {
         plist_from_bin(data.constData(), length, &root);
-    else
+        // A binary dictionary key can hold a NUL byte, and libplist then asserts (aborts the
+        // process) when the key is read. Its XML form reads such keys safely, so binary lists
+        // take that detour.
+        if (root) {
+            char* xml = nullptr;
+            uint32_t xmlLength = 0;
+            plist_to_xml(root, &xml, &xmlLength);
+            plist_free(root);
+            root = nullptr;
+            if (xml)
+                plist_from_xml(xml, xmlLength, &root);
+            plist_to_xml_free(xml);
+        }
+    } else {
         plist_from_xml(data.constData(), length, &root);
+    }
     PlistPtr guard(root);
     if (!root)
         return fail(QStringLiteral("The data couldn't be read because it isn't in the correct format."));

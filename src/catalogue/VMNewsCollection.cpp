@@ -1,0 +1,102 @@
+#include "VMNewsCollection.h"
+
+#include "catalogue/VMCatalogueReader.h"
+#include "foundation/VMLog.h"
+#include "platform/Platform.h"
+
+VMNewsCollection::VMNewsCollection() = default;
+
+VMNewsCollection::~VMNewsCollection()
+{
+    setNewsItems({});
+}
+
+VMNewsCollectionPtr VMNewsCollection::initWithDict(const QVariant& section)
+{
+    auto collection = std::make_shared<VMNewsCollection>();
+    if (section.typeId() != QMetaType::QVariantMap) {
+        VM_LOG_MESSAGE(
+            QStringLiteral("News section is %1, not a dictionary").arg(VMCatalogueReader::typeName(section)));
+        return collection;
+    }
+    VMCatalogueReader reader(section.toMap());
+    QVariantList newsDicts;
+    const QVariantMap sectionDict = section.toMap();
+    if (sectionDict.contains(QStringLiteral("News")))
+        reader.readArray(QStringLiteral("News"), newsDicts);
+    else
+        reader.readArray(QStringLiteral("Announcements"), newsDicts);
+    QList<VMNewsItemPtr> items;
+    items.reserve(newsDicts.size());
+    for (const QVariant& entry : std::as_const(newsDicts)) {
+        if (entry.typeId() != QMetaType::QVariantMap) {
+            reader.fail(QStringLiteral("News entry is %1, not a dictionary").arg(VMCatalogueReader::typeName(entry)));
+            break;
+        }
+        if (auto item = VMNewsItem::initWithDict(entry.toMap()))
+            items.append(std::move(item));
+    }
+    collection->setNewsItems(items);
+
+    QVariantMap properties;
+    reader.readDictionary(QStringLiteral("Properties"), properties);
+    for (auto it = properties.cbegin(); it != properties.cend(); ++it)
+        collection->_properties.insert(it.key(), it.value());
+    if (!reader.ok())
+        VM_LOG_MESSAGE(reader.problem());
+    return collection;
+}
+
+void VMNewsCollection::setNewsItems(const QList<VMNewsItemPtr>& newsItems)
+{
+    for (const VMNewsItemPtr& item : std::as_const(_newsItems)) {
+        // An item handed on to another collection keeps its new owner.
+        if (item && item->collection() == this)
+            item->setCollection(nullptr);
+    }
+    _newsItems = newsItems;
+    _newsItems.removeAll(nullptr);
+    for (const VMNewsItemPtr& item : std::as_const(_newsItems))
+        item->setCollection(this);
+}
+
+bool VMNewsCollection::setValue(const QVariant& value, const QString& key)
+{
+    if (key != QLatin1String("newsItems")) {
+        Platform::systemLog().write(QStringLiteral("setValue: key '%1' not recognized").arg(key));
+        return false;
+    }
+    setNewsItems(value.value<QList<VMNewsItemPtr>>());
+    postNotification(QStringLiteral("reloadNodeTable"));
+    return true;
+}
+
+void VMNewsCollection::setProperty(const QVariant& value, const QString& key)
+{
+    if (key.isNull()) {
+        VM_LOG_MESSAGE(QStringLiteral("key = nil"));
+        return;
+    }
+    if (!value.isValid())
+        _properties.remove(key);
+    else
+        _properties.insert(key, value);
+}
+
+QVariant VMNewsCollection::propertyForKey(const QString& key) const
+{
+    if (key.isNull()) {
+        VM_LOG_MESSAGE(QStringLiteral("key = nil"));
+        return QVariant();
+    }
+    return _properties.value(key);
+}
+
+QList<VMNodePtr> VMNewsCollection::children() const
+{
+    QList<VMNodePtr> nodes;
+    nodes.reserve(_newsItems.size());
+    for (const VMNewsItemPtr& item : _newsItems)
+        nodes.append(item);
+    return nodes;
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "catalogue/VMNewsItem.h"
+#include "catalogue/VMNode.h"
+
+#include <QList>
+#include <QVariant>
+#include <QVariantMap>
+#include <memory>
+
+class VMNewsCollection;
+using VMNewsCollectionPtr = std::shared_ptr<VMNewsCollection>;
+
+// The catalogue's news items, in catalogue order.
+class VMNewsCollection : public VMNode
+{
+public:
+    VMNewsCollection();
+    // Lets every item go first, so no item is left pointing at a dead collection.
+    ~VMNewsCollection() override;
+
+    // From the root's "News" (or "Announcements") section: its "News" array (or,
+    // without one, its "Announcements" array) of VMNewsItem, then its "Properties".
+    // Bad input (a section or entry of the wrong type) is logged and ends the reading; the items
+    // read before it are kept. Never null.
+    static VMNewsCollectionPtr initWithDict(const QVariant& section);
+
+    QList<VMNewsItemPtr> newsItems() const { return _newsItems; }
+    // Detaches the old items (their collection cleared) and attaches the new ones.
+    void setNewsItems(const QList<VMNewsItemPtr>& newsItems);
+
+    // "newsItems" (a QList<VMNewsItemPtr>) posts "reloadNodeTable". Answers whether the key
+    // was recognised.
+    bool setValue(const QVariant& value, const QString& key);
+
+    // A null key logs and does nothing; an invalid value removes the key.
+    void setProperty(const QVariant& value, const QString& key);
+    QVariant propertyForKey(const QString& key) const;
+    QVariantMap properties() const { return _properties; }
+
+    QString title() const override { return QStringLiteral("Root"); }
+    bool titleEditable() const override { return false; }
+    bool isExpandable() const override { return true; }
+    QList<VMNodePtr> children() const override;
+
+private:
+    QVariantMap _properties;
+    QList<VMNewsItemPtr> _newsItems;
+};
+
+Q_DECLARE_METATYPE(VMNewsCollectionPtr)

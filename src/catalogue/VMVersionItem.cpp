@@ -1,0 +1,136 @@
+#include "VMVersionItem.h"
+
+#include "catalogue/VMCatalogueReader.h"
+#include "catalogue/VMReleaseDate.h"
+#include "catalogue/VMUtils.h"
+#include "foundation/LVPreferences.h"
+#include "foundation/VMLog.h"
+
+VMVersionItem::VMVersionItem()
+    : _releaseDate(VMUtils::currentDate()), _productVersion(QStringLiteral("1.0")),
+      _osXVersion(QStringLiteral("10.15")),
+      _hostVersions({{VMUtils::stringForHostApp(VMUtils::HostAppFinalCutProX), QStringLiteral("10.1")},
+                     {VMUtils::stringForHostApp(VMUtils::HostAppMotion), QStringLiteral("5.5")}})
+{}
+
+VMVersionItem::VMVersionItem(Parsing) : _releaseDate(VMUtils::currentDate()) {}
+
+VMVersionItem::~VMVersionItem() = default;
+
+VMVersionItemPtr VMVersionItem::initWithDict(const QVariantMap& dict)
+{
+    // Every other default is overwritten by its key, present or not.
+    VMVersionItemPtr item(new VMVersionItem(Parsing{}));
+    VMCatalogueReader reader(dict);
+
+    QString releaseDate;
+    reader.readString(QStringLiteral("Release Date"), releaseDate);
+    if (reader.ok() && dict.contains(QStringLiteral("Release Date"))) {
+        item->_releaseDate = VMReleaseDate::fromString(releaseDate);
+        if (LVPreferences::sharedPreferences()->usesExtendedLogging())
+            VM_LOG_MESSAGE(QStringLiteral("Release date: %1").arg(VMReleaseDate::description(item->_releaseDate)));
+    }
+    reader.readString(QStringLiteral("Product Version"), item->_productVersion);
+    reader.readString(QStringLiteral("OSX Version"), item->_osXVersion);
+    reader.readDictionary(QStringLiteral("Host Versions"), item->_hostVersions);
+    reader.readInteger(QStringLiteral("New Features"), item->_newFeatures, 0);
+    reader.readInteger(QStringLiteral("Bug Fixes"), item->_bugFixes, 0);
+    reader.readString(QStringLiteral("New Features Description"), item->_featuresText);
+    reader.readString(QStringLiteral("Bug Fixes Description"), item->_bugFixesText);
+    reader.readString(QStringLiteral("Internal Comment"), item->_internalComment);
+    reader.readString(QStringLiteral("Download URL"), item->_versionDownloadURL);
+    reader.readBool(QStringLiteral("Installer Requires Authentication"), item->_versionInstallerRequiresAuthentication,
+                    true);
+    reader.readString(QStringLiteral("Installer Arguments"), item->_versionInstallerArguments);
+    reader.readString(QStringLiteral("Identifier"), item->_productIdentifier);
+    reader.readString(QStringLiteral("Check Installed Directory"), item->_productCheckInstalledDirectory);
+    reader.readString(QStringLiteral("Uninstall Script"), item->_productUninstallScriptURL);
+    reader.readString(QStringLiteral("Version Tags"), item->_versionTags);
+    if (!reader.ok())
+        VM_LOG_MESSAGE(reader.problem());
+    return item;
+}
+
+int VMVersionItem::compare(const VMVersionItem& other) const
+{
+    return VMUtils::compareVersion(_productVersion, other._productVersion);
+}
+
+bool VMVersionItem::containsTag(const QString& tag) const
+{
+    if (tag.isNull() || _versionTags.isNull())
+        return false;
+    const QStringView tags(_versionTags);
+    qsizetype start = 0;
+    for (qsizetype i = 0; i <= tags.size(); ++i) {
+        if (i == tags.size() || tags.at(i) == QLatin1Char(',') || tags.at(i) == QLatin1Char(' ')) {
+            const QStringView piece = tags.mid(start, i - start);
+            if (!piece.isEmpty() && piece == tag)
+                return true;
+            start = i + 1;
+        }
+    }
+    return false;
+}
+
+std::optional<QVariantMap> VMVersionItem::installerSettings() const
+{
+    if (_versionDownloadURL.isEmpty())
+        return std::nullopt;
+    QVariantMap settings;
+    settings.insert(QStringLiteral("downloadURL"), _versionDownloadURL);
+    if (!_versionInstallerArguments.isNull())
+        settings.insert(QStringLiteral("arguments"), _versionInstallerArguments);
+    settings.insert(QStringLiteral("requiresAuthentication"), _versionInstallerRequiresAuthentication);
+    return settings;
+}
+
+QString VMVersionItem::title() const
+{
+    if (_internalComment.isEmpty())
+        return _productVersion;
+    return QStringLiteral("%1 (%2)").arg(_productVersion, _internalComment);
+}
+
+bool VMVersionItem::setValue(const QVariant& value, const QString& key)
+{
+    const auto text = [&value] { return value.isValid() ? value.toString() : QString(); };
+    if (key == QLatin1String("releaseDate")) {
+        _releaseDate = value.toDateTime();
+    } else if (key == QLatin1String("productVersion")) {
+        _productVersion = text();
+        postNotification(QStringLiteral("reloadNodeTable"));
+    } else if (key == QLatin1String("osXVersion")) {
+        _osXVersion = text();
+    } else if (key == QLatin1String("hostVersions")) {
+        _hostVersions = value.toMap();
+    } else if (key == QLatin1String("newFeatures")) {
+        _newFeatures = value.toLongLong();
+    } else if (key == QLatin1String("bugFixes")) {
+        _bugFixes = value.toLongLong();
+    } else if (key == QLatin1String("featuresText")) {
+        _featuresText = text();
+    } else if (key == QLatin1String("bugFixesText")) {
+        _bugFixesText = text();
+    } else if (key == QLatin1String("internalComment")) {
+        _internalComment = text();
+        postNotification(QStringLiteral("reloadItemInNodeTable"));
+    } else if (key == QLatin1String("versionDownloadURL")) {
+        _versionDownloadURL = text();
+    } else if (key == QLatin1String("versionInstallerArguments")) {
+        _versionInstallerArguments = text();
+    } else if (key == QLatin1String("versionInstallerRequiresAuthentication")) {
+        _versionInstallerRequiresAuthentication = value.toBool();
+    } else if (key == QLatin1String("productIdentifier")) {
+        _productIdentifier = text();
+    } else if (key == QLatin1String("productCheckInstalledDirectory")) {
+        _productCheckInstalledDirectory = text();
+    } else if (key == QLatin1String("productUninstallScriptURL")) {
+        _productUninstallScriptURL = text();
+    } else if (key == QLatin1String("versionTags")) {
+        _versionTags = text();
+    } else {
+        return false;
+    }
+    return true;
+}

@@ -1,0 +1,309 @@
+#include "TestEnvironment.h"
+#include "catalogue/VMHelpItemsCollection.h"
+#include "catalogue/VMNewsCollection.h"
+#include "catalogue/VMReleaseDate.h"
+#include "catalogue/VMUtils.h"
+#include "foundation/LVPreferences.h"
+#include "foundation/VMLogger.h"
+#include "foundation/VMNotificationCenter.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+namespace {
+const QDateTime kParseTime(QDate(2026, 5, 4), QTime(10, 30), Qt::UTC);
+}
+
+class tst_VMNewsHelpRecords : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        _env = std::make_unique<TestEnvironment>();
+        VMUtils::setCurrentDateProvider([] { return kParseTime; });
+    }
+    void init() { _env->systemLog->clear(); }
+    void cleanupTestCase()
+    {
+        VMUtils::setCurrentDateProvider(nullptr);
+        _env.reset();
+    }
+
+    void newsDefaults();
+    void newsFromCatalogue();
+    void newsImageFallback_data();
+    void newsImageFallback();
+    void newsReleaseDate_data();
+    void newsReleaseDate();
+    void newsWrongTypes_data();
+    void newsWrongTypes();
+    void newsPropertyTable();
+    void helpItems();
+    void setValue_data();
+    void setValue();
+    void releaseDateDescription();
+
+private:
+    std::unique_ptr<TestEnvironment> _env;
+};
+
+void tst_VMNewsHelpRecords::newsDefaults()
+{
+    VMNewsItem item;
+    QCOMPARE(item.title(), QStringLiteral("Untitled News"));
+    QCOMPARE(item.releaseDate(), kParseTime);
+    QCOMPARE(item.showDays(), 0);
+    QVERIFY(item.properties().isEmpty());
+    QVERIFY(item.titleEditable());
+    QVERIFY(!item.isExpandable());
+    QVERIFY(item.children().isEmpty());
+    QCOMPARE(item.contentView(), nullptr);
+
+    // From the catalogue the title is always read, so an item without one has none.
+    const VMNewsItemPtr parsed = VMNewsItem::initWithDict({{QStringLiteral("Headline"), QStringLiteral("h")}});
+    QVERIFY(parsed->title().isNull());
+    QCOMPARE(parsed->releaseDate(), kParseTime);
+    QCOMPARE(parsed->showDays(), 0);
+    QCOMPARE(parsed->headlineText(), QStringLiteral("h"));
+    QVERIFY(parsed->newsImageURL().isNull());
+}
+
+void tst_VMNewsHelpRecords::newsFromCatalogue()
+{
+    const VMNewsItemPtr item = VMNewsItem::initWithDict({
+        {QStringLiteral("Title"), QStringLiteral("Glow 2")},
+        {QStringLiteral("Show Days"), 14},
+        {QStringLiteral("Headline"), QStringLiteral("Rebuilt")},
+        {QStringLiteral("Release Date"), QStringLiteral("24.03.15")},
+        {QStringLiteral("Internal Comment"), QStringLiteral("launch")},
+        {QStringLiteral("More Info URL"), QStringLiteral("https://www.lumivane.example/glow")},
+        {QStringLiteral("Properties"), QVariantMap{{QStringLiteral("imageHeight"), 120.5}}},
+    });
+    QCOMPARE(item->title(), QStringLiteral("Glow 2"));
+    QCOMPARE(item->showDays(), 14);
+    QCOMPARE(item->headlineText(), QStringLiteral("Rebuilt"));
+    QCOMPARE(item->releaseDate(), QDateTime(QDate(2024, 3, 15), QTime(0, 0), Qt::LocalTime));
+    QCOMPARE(item->internalComment(), QStringLiteral("launch"));
+    QCOMPARE(item->moreInfoURL(), QStringLiteral("https://www.lumivane.example/glow"));
+    QCOMPARE(item->propertyForKey(QLatin1String(VMNewsItem::imageHeight)).toDouble(), 120.5);
+}
+
+void tst_VMNewsHelpRecords::newsImageFallback_data()
+{
+    QTest::addColumn<QString>("newsImage");
+    QTest::addColumn<QString>("announcementImage");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("news only") << "n.png" << QString() << "n.png";
+    QTest::newRow("announcement only") << QString() << "a.png"
+                                       << "a.png";
+    QTest::newRow("both: news wins") << "n.png"
+                                     << "a.png"
+                                     << "n.png";
+    QTest::newRow("empty news still wins") << ""
+                                           << "a.png"
+                                           << "";
+    QTest::newRow("neither") << QString() << QString() << QString();
+}
+
+void tst_VMNewsHelpRecords::newsImageFallback()
+{
+    QFETCH(QString, newsImage);
+    QFETCH(QString, announcementImage);
+    QFETCH(QString, expected);
+    QVariantMap dict;
+    if (!newsImage.isNull())
+        dict.insert(QStringLiteral("News Image URL"), newsImage);
+    if (!announcementImage.isNull())
+        dict.insert(QStringLiteral("Announcement Image URL"), announcementImage);
+    const QString url = VMNewsItem::initWithDict(dict)->newsImageURL();
+    QCOMPARE(url, expected);
+    QCOMPARE(url.isNull(), expected.isNull());
+}
+
+void tst_VMNewsHelpRecords::newsReleaseDate_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QDate>("expected");
+    QTest::newRow("24.03.15") << "24.03.15" << QDate(2024, 3, 15);
+    QTest::newRow("99.12.31") << "99.12.31" << QDate(2099, 12, 31);
+    QTest::newRow("06.01.09") << "06.01.09" << QDate(2006, 1, 9);
+    QTest::newRow("unparsable") << "15/03/2024" << QDate();
+}
+
+void tst_VMNewsHelpRecords::newsReleaseDate()
+{
+    QFETCH(QString, text);
+    QFETCH(QDate, expected);
+    const QDateTime date = VMNewsItem::initWithDict({{QStringLiteral("Release Date"), text}})->releaseDate();
+    if (expected.isValid())
+        QCOMPARE(date, QDateTime(expected, QTime(0, 0), Qt::LocalTime));
+    else
+        QVERIFY(date.isNull());
+}
+
+void tst_VMNewsHelpRecords::newsWrongTypes_data()
+{
+    QTest::addColumn<QVariantMap>("dict");
+    QTest::addColumn<QString>("title");
+    QTest::addColumn<qint64>("showDays");
+    QTest::addColumn<QString>("logged");
+
+    QTest::newRow("show days as text") << QVariantMap{{"Title", "T"}, {"Show Days", "7 days"}} << "T" << qint64(7)
+                                       << QString();
+    QTest::newRow("show days as array") << QVariantMap{{"Title", "T"},
+                                                       {"Show Days", QVariantList{1}},
+                                                       {"Headline", "H"}}
+                                        << "T" << qint64(0)
+                                        << "'Value for key \"Show Days\" is an array, not a number' in ";
+    QTest::newRow("title as date") << QVariantMap{{"Title", kParseTime}, {"Show Days", 3}} << "Untitled News"
+                                   << qint64(0) << "'Value for key \"Title\" is a date, not a string' in ";
+    QTest::newRow("properties as string")
+        << QVariantMap{{"Title", "T"}, {"Show Days", 3}, {"Properties", "x"}} << "T" << qint64(3)
+        << "'Value for key \"Properties\" is a string, not a dictionary' in ";
+}
+
+void tst_VMNewsHelpRecords::newsWrongTypes()
+{
+    QFETCH(QVariantMap, dict);
+    QFETCH(QString, title);
+    QFETCH(qint64, showDays);
+    QFETCH(QString, logged);
+    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    const VMNewsItemPtr item = VMNewsItem::initWithDict(dict);
+    QVERIFY(item);
+    QCOMPARE(item->title(), title);
+    QCOMPARE(item->showDays(), showDays);
+    if (logged.isNull()) {
+        QCOMPARE(log.count(), 0);
+    } else {
+        QCOMPARE(log.count(), 1);
+        QVERIFY2(log.first().at(0).toString().contains(logged), qPrintable(log.first().at(0).toString()));
+        // Reading stopped at the bad value.
+        QVERIFY(item->headlineText().isNull());
+    }
+}
+
+void tst_VMNewsHelpRecords::newsPropertyTable()
+{
+    VMNewsItem item;
+    item.setProperty(88.0, QLatin1String(VMNewsItem::imageHeight));
+    QCOMPARE(item.propertyForKey(QLatin1String(VMNewsItem::imageHeight)).toDouble(), 88.0);
+    item.setProperty(QVariant(), QLatin1String(VMNewsItem::imageHeight));
+    QVERIFY(!item.propertyForKey(QLatin1String(VMNewsItem::imageHeight)).isValid());
+    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    item.setProperty(1, QString());
+    QVERIFY(!item.propertyForKey(QString()).isValid());
+    QCOMPARE(log.count(), 2);
+    QVERIFY(log.at(0).at(0).toString().contains(QStringLiteral("'key = nil' in ")));
+    QVERIFY(log.at(1).at(0).toString().contains(QStringLiteral("'key = nil' in ")));
+}
+
+void tst_VMNewsHelpRecords::helpItems()
+{
+    VMHelpItem fresh;
+    QCOMPARE(fresh.title(), QStringLiteral("Untitled Help"));
+    QVERIFY(fresh.helpURL().isNull());
+
+    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    const auto collection = VMHelpItemsCollection::initWithDict(QVariantMap{
+        {QStringLiteral("Help Items"),
+         QVariantList{
+             QVariantMap{{QStringLiteral("Title"), QStringLiteral("Install")},
+                         {QStringLiteral("Help URL"), QStringLiteral("https://support.lumivane.example/install")},
+                         {QStringLiteral("Properties"), QStringLiteral("not even a dictionary")}},
+             QVariantMap{{QStringLiteral("Help URL"), QStringLiteral("https://support.lumivane.example/faq")}}}}});
+    // "Properties" of a help entry is not read at all, so its wrong type goes unnoticed.
+    QCOMPARE(log.count(), 0);
+    QCOMPARE(collection->helpItems().size(), 2);
+    QCOMPARE(collection->helpItems().at(0)->title(), QStringLiteral("Install"));
+    QCOMPARE(collection->helpItems().at(0)->helpURL(), QStringLiteral("https://support.lumivane.example/install"));
+    // A catalogue entry starts empty: no "Untitled Help".
+    QVERIFY(collection->helpItems().at(1)->title().isNull());
+    QVERIFY(collection->helpItems().at(1)->titleEditable());
+    QVERIFY(!collection->helpItems().at(1)->isExpandable());
+    QCOMPARE(collection->title(), QStringLiteral("Root"));
+}
+
+void tst_VMNewsHelpRecords::setValue_data()
+{
+    QTest::addColumn<QString>("record");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<bool>("recognised");
+    QTest::addColumn<QString>("notification");
+    QTest::newRow("news title") << "news"
+                                << "title" << QVariant("New") << true << "reloadItemInNodeTable";
+    QTest::newRow("news show days") << "news"
+                                    << "showDays" << QVariant(9) << true << QString();
+    QTest::newRow("news image") << "news"
+                                << "newsImageURL" << QVariant("i.png") << true << QString();
+    QTest::newRow("news headline") << "news"
+                                   << "headlineText" << QVariant("H") << true << QString();
+    QTest::newRow("help title") << "help"
+                                << "title" << QVariant("Help") << true << "reloadItemInNodeTable";
+    QTest::newRow("help URL") << "help"
+                              << "helpURL" << QVariant("https://x.example") << true << QString();
+    QTest::newRow("help unknown") << "help"
+                                  << "showDays" << QVariant(1) << false << QString();
+}
+
+void tst_VMNewsHelpRecords::setValue()
+{
+    QFETCH(QString, record);
+    QFETCH(QString, key);
+    QFETCH(QVariant, value);
+    QFETCH(bool, recognised);
+    QFETCH(QString, notification);
+
+    QObject context;
+    QList<VMNotification> received;
+    for (const char* name : {"reloadNodeTable", "reloadItemInNodeTable"}) {
+        VMNotificationCenter::defaultCenter().addObserver(&context, QLatin1String(name),
+                                                          [&received](const VMNotification& n) { received.append(n); });
+    }
+    VMNodePtr node;
+    QVariant readBack;
+    if (record == QLatin1String("news")) {
+        auto item = VMNewsItem::initWithDict({});
+        node = item;
+        QCOMPARE(item->setValue(value, key), recognised);
+        if (key == QLatin1String("title"))
+            readBack = item->title();
+        else if (key == QLatin1String("showDays"))
+            readBack = int(item->showDays());
+        else if (key == QLatin1String("newsImageURL"))
+            readBack = item->newsImageURL();
+        else
+            readBack = item->headlineText();
+    } else {
+        auto item = VMHelpItem::initWithDict({});
+        node = item;
+        QCOMPARE(item->setValue(value, key), recognised);
+        readBack = key == QLatin1String("title") ? QVariant(item->title()) : QVariant(item->helpURL());
+    }
+    if (recognised) {
+        QCOMPARE(readBack, value);
+        QVERIFY(_env->systemLog->lines().isEmpty());
+    } else {
+        QCOMPARE(_env->systemLog->lines(), QStringList{QStringLiteral("setValue: key '%1' not recognized").arg(key)});
+    }
+    if (notification.isNull()) {
+        QVERIFY(received.isEmpty());
+    } else {
+        QCOMPARE(received.size(), 1);
+        QCOMPARE(received.first().name, notification);
+        QCOMPARE(received.first().object.value<VMNodePtr>(), node);
+    }
+}
+
+void tst_VMNewsHelpRecords::releaseDateDescription()
+{
+    QCOMPARE(VMReleaseDate::description(QDateTime(QDate(2024, 3, 15), QTime(13, 5, 9), Qt::UTC)),
+             QStringLiteral("2024-03-15 13:05:09 +0000"));
+    QCOMPARE(VMReleaseDate::description(QDateTime()), QStringLiteral("(null)"));
+}
+
+QTEST_GUILESS_MAIN(tst_VMNewsHelpRecords)
+#include "tst_VMNewsHelpRecords.moc"

@@ -1,0 +1,563 @@
+#include "TestEnvironment.h"
+#include "catalogue/VMBundleProductItem.h"
+#include "catalogue/VMSingleProductItem.h"
+#include "catalogue/VMUtils.h"
+#include "foundation/LVPreferences.h"
+#include "foundation/VMLogger.h"
+#include "foundation/VMNotificationCenter.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+namespace {
+
+const QDateTime kParseTime(QDate(2026, 5, 4), QTime(10, 30), Qt::UTC);
+
+QVariantMap version(const QString& number, const QVariantMap& extra = {})
+{
+    QVariantMap dict = extra;
+    if (!number.isNull())
+        dict.insert(QStringLiteral("Product Version"), number);
+    return dict;
+}
+
+VMSingleProductItemPtr productWithVersions(const QVariantList& versions, const QVariantMap& extra = {})
+{
+    QVariantMap dict = extra;
+    dict.insert(QStringLiteral("Product ID"), QStringLiteral("P"));
+    if (!dict.contains(QStringLiteral("Title")))
+        dict.insert(QStringLiteral("Title"), QStringLiteral("Product"));
+    dict.insert(QStringLiteral("Versions"), versions);
+    return VMSingleProductItem::initWithDict(dict);
+}
+
+// "number" or "number (comment)" per version, in the product's order.
+QStringList versionTitles(const QList<VMVersionItemPtr>& versions)
+{
+    QStringList result;
+    for (const VMVersionItemPtr& item : versions)
+        result.append(item->title());
+    return result;
+}
+
+QStringList loggedLines(const QSignalSpy& spy)
+{
+    QStringList lines;
+    for (const QList<QVariant>& arguments : spy)
+        lines.append(arguments.at(0).toString());
+    return lines;
+}
+
+} // namespace
+
+class tst_VMProductRecords : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        _env = std::make_unique<TestEnvironment>();
+        VMUtils::setCurrentDateProvider([] { return kParseTime; });
+    }
+    void init()
+    {
+        LVPreferences::sharedPreferences()->useExtendedLogging(false);
+        _env->systemLog->clear();
+    }
+    void cleanupTestCase()
+    {
+        VMUtils::setCurrentDateProvider(nullptr);
+        _env.reset();
+    }
+
+    void newRecordDefaults();
+    void catalogueVersionDefaults();
+    void versionOrder_data();
+    void versionOrder();
+    void versionItemForVersionString_data();
+    void versionItemForVersionString();
+    void missingVersionLoggedOnlyWithExtendedLogging();
+    void tags_data();
+    void tags();
+    void versionItemsWithTag();
+    void installerSettings_data();
+    void installerSettings();
+    void requiresAuthentication_data();
+    void requiresAuthentication();
+    void releaseDate_data();
+    void releaseDate();
+    void releaseDateLoggedWithExtendedLogging();
+    void setValuePostsNotifications_data();
+    void setValuePostsNotifications();
+    void unknownKeyGoesToSystemLog();
+    void versionBackReferences();
+    void productPropertyTable();
+
+private:
+    std::unique_ptr<TestEnvironment> _env;
+};
+
+void tst_VMProductRecords::newRecordDefaults()
+{
+    VMSingleProductItem product;
+    QCOMPARE(product.title(), QStringLiteral("Untitled Product"));
+    QVERIFY(product.productInstallerRequiresAuthentication());
+    QVERIFY(!product.productDiscontinued());
+    QCOMPARE(product.versionItems().size(), 1);
+    QCOMPARE(product.versionItems().first()->productItem(), &product);
+    QVERIFY(product.titleEditable());
+    QVERIFY(product.isExpandable());
+    QCOMPARE(product.contentView(), nullptr);
+
+    const VMVersionItemPtr version = product.versionItems().first();
+    QCOMPARE(version->productVersion(), QStringLiteral("1.0"));
+    QCOMPARE(version->osXVersion(), QStringLiteral("10.15"));
+    QCOMPARE(version->hostVersions(), QVariantMap({{QStringLiteral("FCP X"), QStringLiteral("10.1")},
+                                                   {QStringLiteral("Motion"), QStringLiteral("5.5")}}));
+    QCOMPARE(version->releaseDate(), kParseTime);
+    QCOMPARE(version->newFeatures(), 0);
+    QCOMPARE(version->bugFixes(), 0);
+    QVERIFY(version->versionInstallerRequiresAuthentication());
+    QVERIFY(!version->titleEditable());
+    QVERIFY(!version->isExpandable());
+
+    VMBundleProductItem bundle;
+    QCOMPARE(bundle.title(), QStringLiteral("Untitled Bundle"));
+    QVERIFY(!bundle.bundleDiscontinued());
+    QVERIFY(bundle.titleEditable());
+    QVERIFY(!bundle.isExpandable());
+}
+
+void tst_VMProductRecords::catalogueVersionDefaults()
+{
+    // Every key overwrites the new-version defaults, so absent numbers are null, not 1.0 / 10.15.
+    const VMVersionItemPtr version = VMVersionItem::initWithDict({});
+    QVERIFY(version->productVersion().isNull());
+    QVERIFY(version->osXVersion().isNull());
+    QVERIFY(version->hostVersions().isEmpty());
+    QVERIFY(version->versionInstallerRequiresAuthentication());
+    QVERIFY(version->versionDownloadURL().isNull());
+    QVERIFY(version->versionTags().isNull());
+    // Only the release date keeps its default: the moment of parsing.
+    QCOMPARE(version->releaseDate(), kParseTime);
+    QVERIFY(version->title().isNull());
+}
+
+void tst_VMProductRecords::versionOrder_data()
+{
+    QTest::addColumn<QVariantList>("catalogue");
+    QTest::addColumn<QStringList>("expected");
+    QTest::addColumn<QString>("latest");
+
+    QTest::newRow("2.0 1.5 2.0.1") << QVariantList{version("2.0"), version("1.5"), version("2.0.1")}
+                                   << QStringList{"1.5", "2.0", "2.0.1"} << "2.0.1";
+    QTest::newRow("1.10 after 1.9") << QVariantList{version("1.10"), version("1.9")} << QStringList{"1.9", "1.10"}
+                                    << "1.10";
+    QTest::newRow("no number first") << QVariantList{version("0.1"), version(QString(), {{"Internal Comment", "x"}})}
+                                     << QStringList{" (x)", "0.1"} << "0.1";
+    QTest::newRow("equal numbers keep catalogue order")
+        << QVariantList{version("2", {{"Internal Comment", "a"}}), version("1.0"),
+                        version("2.0", {{"Internal Comment", "b"}})}
+        << QStringList{"1.0", "2 (a)", "2.0 (b)"} << "2.0 (b)";
+    QTest::newRow("carry: 1.0.100 equals 1.1")
+        << QVariantList{version("1.1", {{"Internal Comment", "a"}}), version("1.0.100"), version("1.0.99")}
+        << QStringList{"1.0.99", "1.1 (a)", "1.0.100"} << "1.0.100";
+    QTest::newRow("latest ignores date and requirements")
+        << QVariantList{version("3.0", {{"Release Date", "20.01.01"}, {"OSX Version", "99.0"}}),
+                        version("2.9", {{"Release Date", "25.01.01"}})}
+        << QStringList{"2.9", "3.0"} << "3.0";
+    QTest::newRow("none") << QVariantList{} << QStringList{} << QString();
+}
+
+void tst_VMProductRecords::versionOrder()
+{
+    QFETCH(QVariantList, catalogue);
+    QFETCH(QStringList, expected);
+    QFETCH(QString, latest);
+    const VMSingleProductItemPtr product = productWithVersions(catalogue);
+    QCOMPARE(versionTitles(product->versionItems()), expected);
+    QStringList children;
+    for (const VMNodePtr& node : product->children())
+        children.append(node->title());
+    QCOMPARE(children, expected);
+    if (latest.isNull())
+        QVERIFY(!product->latestVersionItem());
+    else
+        QCOMPARE(product->latestVersionItem()->title(), latest);
+}
+
+void tst_VMProductRecords::versionItemForVersionString_data()
+{
+    QTest::addColumn<QString>("asked");
+    QTest::addColumn<QString>("found");
+    QTest::newRow("exact") << "1.5"
+                           << "1.5";
+    QTest::newRow("2.1 finds 2.1.0") << "2.1"
+                                     << "2.1.0";
+    QTest::newRow("2 finds 2.0") << "2"
+                                 << "2.0";
+    QTest::newRow("first of equal numbers") << "3.0"
+                                            << "3 (first)";
+    QTest::newRow("miss") << "9.9" << QString();
+    QTest::newRow("null") << QString() << QString();
+}
+
+void tst_VMProductRecords::versionItemForVersionString()
+{
+    QFETCH(QString, asked);
+    QFETCH(QString, found);
+    const VMSingleProductItemPtr product = productWithVersions({version("2.1.0"), version("1.5"), version("2.0"),
+                                                                version("3", {{"Internal Comment", "first"}}),
+                                                                version("3.0.0", {{"Internal Comment", "second"}})});
+    const VMVersionItemPtr item = product->versionItemForVersionString(asked);
+    if (found.isNull())
+        QVERIFY(!item);
+    else
+        QCOMPARE(item ? item->title() : QString(), found);
+}
+
+void tst_VMProductRecords::missingVersionLoggedOnlyWithExtendedLogging()
+{
+    const VMSingleProductItemPtr product = productWithVersions({version("1.0")}, {{"Title", "Glow"}});
+    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    QVERIFY(!product->versionItemForVersionString(QStringLiteral("4.2")));
+    QCOMPARE(log.count(), 0);
+    LVPreferences::sharedPreferences()->useExtendedLogging(true);
+    QVERIFY(!product->versionItemForVersionString(QStringLiteral("4.2")));
+    QCOMPARE(log.count(), 1);
+    QVERIFY2(log.first().at(0).toString().contains(
+                 QStringLiteral("'No Version Item found for version string '4.2' in product 'Glow'' in ")),
+             qPrintable(log.first().at(0).toString()));
+    QCOMPARE(log.first().at(1).value<VMLogger::Severity>(), VMLogger::Error);
+}
+
+void tst_VMProductRecords::tags_data()
+{
+    QTest::addColumn<QString>("versionTags");
+    QTest::addColumn<QString>("tag");
+    QTest::addColumn<bool>("contains");
+    QTest::newRow("first of two") << "FxPlug3, Metal"
+                                  << "FxPlug3" << true;
+    QTest::newRow("second of two") << "FxPlug3, Metal"
+                                   << "Metal" << true;
+    QTest::newRow("case matters") << "FxPlug3, Metal"
+                                  << "fxplug3" << false;
+    QTest::newRow("spaces only") << "Metal  FxPlug3"
+                                 << "FxPlug3" << true;
+    QTest::newRow("commas only") << "Metal,FxPlug3,"
+                                 << "FxPlug3" << true;
+    QTest::newRow("no partial match") << "FxPlug3X"
+                                      << "FxPlug3" << false;
+    QTest::newRow("empty pieces never match") << "Metal,, ,FxPlug3"
+                                              << "" << false;
+    QTest::newRow("no tags") << QString() << "FxPlug3" << false;
+    QTest::newRow("null tag") << "FxPlug3" << QString() << false;
+}
+
+void tst_VMProductRecords::tags()
+{
+    QFETCH(QString, versionTags);
+    QFETCH(QString, tag);
+    QFETCH(bool, contains);
+    VMVersionItem item;
+    item.setVersionTags(versionTags);
+    QCOMPARE(item.containsTag(tag), contains);
+}
+
+void tst_VMProductRecords::versionItemsWithTag()
+{
+    const VMSingleProductItemPtr product =
+        productWithVersions({version("3.0", {{"Version Tags", "FxPlug3"}}), version("1.0"),
+                             version("2.0", {{"Version Tags", "Metal, FxPlug3"}})});
+    QCOMPARE(versionTitles(product->versionItemsWithTag(QStringLiteral("FxPlug3"))), QStringList({"2.0", "3.0"}));
+    QVERIFY(product->versionItemsWithTag(QStringLiteral("fxplug3")).isEmpty());
+}
+
+void tst_VMProductRecords::installerSettings_data()
+{
+    QTest::addColumn<QVariantMap>("productKeys");
+    QTest::addColumn<QVariantMap>("versionKeys");
+    QTest::addColumn<QVariant>("productSettings");
+    QTest::addColumn<QVariant>("versionSettings");
+    QTest::addColumn<QVariant>("chosenSettings");
+
+    const QVariant none;
+    const QVariantMap productUrl{{"Download URL", "p.pkg"}};
+    const QVariantMap productSettings{{"downloadURL", "p.pkg"}, {"requiresAuthentication", true}};
+
+    QTest::newRow("no URLs") << QVariantMap{} << QVariantMap{} << none << none << none;
+    QTest::newRow("empty product URL still gives settings")
+        << QVariantMap{{"Download URL", ""}} << QVariantMap{}
+        << QVariant(QVariantMap{{"downloadURL", ""}, {"requiresAuthentication", true}}) << none
+        << QVariant(QVariantMap{{"downloadURL", ""}, {"requiresAuthentication", true}});
+    QTest::newRow("empty version URL falls back to product")
+        << productUrl << QVariantMap{{"Download URL", ""}, {"Installer Arguments", "-v"}} << QVariant(productSettings)
+        << none << QVariant(productSettings);
+    QTest::newRow("version URL wins")
+        << productUrl << QVariantMap{{"Download URL", "v.pkg"}, {"Installer Requires Authentication", false}}
+        << QVariant(productSettings)
+        << QVariant(QVariantMap{{"downloadURL", "v.pkg"}, {"requiresAuthentication", false}})
+        << QVariant(QVariantMap{{"downloadURL", "v.pkg"}, {"requiresAuthentication", false}});
+    QTest::newRow("arguments, empty ones too")
+        << QVariantMap{{"Download URL", "p.pkg"},
+                       {"Installer Arguments", ""},
+                       {"Installer Requires Authentication", false}}
+        << QVariantMap{{"Download URL", "v.pkg"}, {"Installer Arguments", "-allowUntrusted"}}
+        << QVariant(QVariantMap{{"downloadURL", "p.pkg"}, {"arguments", ""}, {"requiresAuthentication", false}})
+        << QVariant(QVariantMap{
+               {"downloadURL", "v.pkg"}, {"arguments", "-allowUntrusted"}, {"requiresAuthentication", true}})
+        << QVariant(QVariantMap{
+               {"downloadURL", "v.pkg"}, {"arguments", "-allowUntrusted"}, {"requiresAuthentication", true}});
+    QTest::newRow("version URL without product URL")
+        << QVariantMap{} << QVariantMap{{"Download URL", "v.pkg"}} << none
+        << QVariant(QVariantMap{{"downloadURL", "v.pkg"}, {"requiresAuthentication", true}})
+        << QVariant(QVariantMap{{"downloadURL", "v.pkg"}, {"requiresAuthentication", true}});
+}
+
+void tst_VMProductRecords::installerSettings()
+{
+    QFETCH(QVariantMap, productKeys);
+    QFETCH(QVariantMap, versionKeys);
+    QFETCH(QVariant, productSettings);
+    QFETCH(QVariant, versionSettings);
+    QFETCH(QVariant, chosenSettings);
+    versionKeys.insert(QStringLiteral("Product Version"), QStringLiteral("1.0"));
+    const VMSingleProductItemPtr product = productWithVersions({versionKeys}, productKeys);
+    const VMVersionItemPtr item = product->latestVersionItem();
+    const auto asVariant = [](const std::optional<QVariantMap>& settings) {
+        return settings ? QVariant(*settings) : QVariant();
+    };
+    QCOMPARE(asVariant(product->installerSettings()), productSettings);
+    QCOMPARE(asVariant(item->installerSettings()), versionSettings);
+    QCOMPARE(asVariant(product->installerSettingsForVersionItem(item.get())), chosenSettings);
+    QCOMPARE(asVariant(product->installerSettingsForVersionItem(nullptr)), productSettings);
+    if (productSettings.isValid())
+        QCOMPARE(productSettings.toMap().value(QStringLiteral("requiresAuthentication")).typeId(), QMetaType::Bool);
+}
+
+void tst_VMProductRecords::requiresAuthentication_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<bool>("required");
+    QTest::newRow("absent") << QVariant() << true;
+    QTest::newRow("false") << QVariant(false) << false;
+    QTest::newRow("true") << QVariant(true) << true;
+    QTest::newRow("integer 0") << QVariant(qint64(0)) << false;
+    QTest::newRow("text NO") << QVariant(QStringLiteral("NO")) << false;
+    QTest::newRow("text true") << QVariant(QStringLiteral("true")) << true;
+}
+
+void tst_VMProductRecords::requiresAuthentication()
+{
+    QFETCH(QVariant, value);
+    QFETCH(bool, required);
+    QVariantMap keys;
+    if (value.isValid())
+        keys.insert(QStringLiteral("Installer Requires Authentication"), value);
+    QCOMPARE(VMSingleProductItem::initWithDict(keys)->productInstallerRequiresAuthentication(), required);
+    QCOMPARE(VMVersionItem::initWithDict(keys)->versionInstallerRequiresAuthentication(), required);
+}
+
+void tst_VMProductRecords::releaseDate_data()
+{
+    QTest::addColumn<QVariant>("text");
+    QTest::addColumn<QDate>("expected");
+    QTest::newRow("24.03.15") << QVariant("24.03.15") << QDate(2024, 3, 15);
+    QTest::newRow("99.12.31 stays in this century") << QVariant("99.12.31") << QDate(2099, 12, 31);
+    QTest::newRow("00.02.29 leap day") << QVariant("00.02.29") << QDate(2000, 2, 29);
+    QTest::newRow("single-digit month and day") << QVariant("24.3.5") << QDate(2024, 3, 5);
+    QTest::newRow("four-digit year as written") << QVariant("2023.11.02") << QDate(2023, 11, 2);
+    QTest::newRow("no such day") << QVariant("23.02.29") << QDate();
+    QTest::newRow("no such month") << QVariant("24.13.01") << QDate();
+    QTest::newRow("dashes") << QVariant("24-03-15") << QDate();
+    QTest::newRow("trailing text") << QVariant("24.03.15x") << QDate();
+    QTest::newRow("empty") << QVariant("") << QDate();
+    QTest::newRow("words") << QVariant("March 15") << QDate();
+    QTest::newRow("absent keeps parse time") << QVariant() << kParseTime.date();
+}
+
+void tst_VMProductRecords::releaseDate()
+{
+    QFETCH(QVariant, text);
+    QFETCH(QDate, expected);
+    QVariantMap keys;
+    if (text.isValid())
+        keys.insert(QStringLiteral("Release Date"), text);
+    const QDateTime date = VMVersionItem::initWithDict(keys)->releaseDate();
+    if (!text.isValid()) {
+        QCOMPARE(date, kParseTime);
+    } else if (!expected.isValid()) {
+        QVERIFY(date.isNull());
+    } else {
+        // Midnight on that day, local time.
+        QCOMPARE(date, QDateTime(expected, QTime(0, 0), Qt::LocalTime));
+    }
+}
+
+void tst_VMProductRecords::releaseDateLoggedWithExtendedLogging()
+{
+    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    const QVariantMap keys{{QStringLiteral("Release Date"), QStringLiteral("24.03.15")}};
+    VMVersionItem::initWithDict(keys);
+    QCOMPARE(log.count(), 0);
+    LVPreferences::sharedPreferences()->useExtendedLogging(true);
+    const QDateTime date = VMVersionItem::initWithDict(keys)->releaseDate();
+    QCOMPARE(log.count(), 1);
+    const QString expected = date.toUTC().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss +0000"));
+    QVERIFY2(log.first().at(0).toString().contains(QStringLiteral("'Release date: %1' in ").arg(expected)),
+             qPrintable(log.first().at(0).toString()));
+}
+
+void tst_VMProductRecords::setValuePostsNotifications_data()
+{
+    QTest::addColumn<QString>("record");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("notification");
+
+    QTest::newRow("product title") << "product"
+                                   << "title" << QVariant("Glow") << "reloadItemInNodeTable";
+    QTest::newRow("product versionItems")
+        << "product"
+        << "versionItems" << QVariant::fromValue(QList<VMVersionItemPtr>{std::make_shared<VMVersionItem>()})
+        << "reloadNodeTable";
+    QTest::newRow("product download URL") << "product"
+                                          << "productDownloadURL" << QVariant("u.pkg") << QString();
+    QTest::newRow("product ID") << "product"
+                                << "productID" << QVariant("LVX") << QString();
+    QTest::newRow("product discontinued") << "product"
+                                          << "productDiscontinued" << QVariant(true) << QString();
+    QTest::newRow("bundle title") << "bundle"
+                                  << "title" << QVariant("Pack") << "reloadItemInNodeTable";
+    QTest::newRow("bundle IDs") << "bundle"
+                                << "bundleIncludedProductIDs" << QVariant("A B") << QString();
+    QTest::newRow("version number") << "version"
+                                    << "productVersion" << QVariant("4.0") << "reloadNodeTable";
+    QTest::newRow("version comment") << "version"
+                                     << "internalComment" << QVariant("rc1") << "reloadItemInNodeTable";
+    QTest::newRow("version tags") << "version"
+                                  << "versionTags" << QVariant("FxPlug3") << QString();
+    QTest::newRow("version date") << "version"
+                                  << "releaseDate" << QVariant(kParseTime.addDays(-3)) << QString();
+}
+
+void tst_VMProductRecords::setValuePostsNotifications()
+{
+    QFETCH(QString, record);
+    QFETCH(QString, key);
+    QFETCH(QVariant, value);
+    QFETCH(QString, notification);
+
+    QObject context;
+    QList<VMNotification> received;
+    for (const char* name : {"reloadNodeTable", "reloadItemInNodeTable"}) {
+        VMNotificationCenter::defaultCenter().addObserver(&context, QLatin1String(name),
+                                                          [&received](const VMNotification& n) { received.append(n); });
+    }
+
+    VMNodePtr node;
+    bool recognised = false;
+    QVariant readBack;
+    if (record == QLatin1String("product")) {
+        auto product = VMSingleProductItem::initWithDict({});
+        node = product;
+        recognised = product->setValue(value, key);
+        if (key == QLatin1String("title"))
+            readBack = product->title();
+        else if (key == QLatin1String("versionItems"))
+            readBack = QVariant::fromValue(product->versionItems());
+        else if (key == QLatin1String("productDownloadURL"))
+            readBack = product->productDownloadURL();
+        else if (key == QLatin1String("productID"))
+            readBack = product->productID();
+        else if (key == QLatin1String("productDiscontinued"))
+            readBack = product->productDiscontinued();
+    } else if (record == QLatin1String("bundle")) {
+        auto bundle = VMBundleProductItem::initWithDict({});
+        node = bundle;
+        recognised = bundle->setValue(value, key);
+        readBack = key == QLatin1String("title") ? bundle->title() : bundle->bundleIncludedProductIDs();
+    } else {
+        auto item = VMVersionItem::initWithDict({});
+        node = item;
+        recognised = item->setValue(value, key);
+        if (key == QLatin1String("productVersion"))
+            readBack = item->productVersion();
+        else if (key == QLatin1String("internalComment"))
+            readBack = item->internalComment();
+        else if (key == QLatin1String("versionTags"))
+            readBack = item->versionTags();
+        else
+            readBack = item->releaseDate();
+    }
+    QVERIFY(recognised);
+    // The value is in place before anyone hears of it.
+    QCOMPARE(readBack, value);
+    if (notification.isNull()) {
+        QVERIFY(received.isEmpty());
+    } else {
+        QCOMPARE(received.size(), 1);
+        QCOMPARE(received.first().name, notification);
+        QCOMPARE(received.first().object.value<VMNodePtr>(), node);
+    }
+}
+
+void tst_VMProductRecords::unknownKeyGoesToSystemLog()
+{
+    auto product = VMSingleProductItem::initWithDict({});
+    auto bundle = VMBundleProductItem::initWithDict({});
+    QVERIFY(!product->setValue(1, QStringLiteral("colour")));
+    QVERIFY(!bundle->setValue(1, QStringLiteral("bundleVersions")));
+    // A bundle has no download URL of its own.
+    QVERIFY(!bundle->setValue(QStringLiteral("x"), QStringLiteral("productDownloadURL")));
+    QCOMPARE(_env->systemLog->lines(),
+             QStringList({"setValue: key 'colour' not recognized", "setValue: key 'bundleVersions' not recognized",
+                          "setValue: key 'productDownloadURL' not recognized"}));
+}
+
+void tst_VMProductRecords::versionBackReferences()
+{
+    auto product = productWithVersions({version("1.0"), version("2.0")});
+    const QList<VMVersionItemPtr> first = product->versionItems();
+    for (const VMVersionItemPtr& item : first)
+        QCOMPARE(item->productItem(), product.get());
+
+    // Reassigning detaches the old versions.
+    const auto replacement = std::make_shared<VMVersionItem>();
+    product->setVersionItems({replacement, first.at(1)});
+    QCOMPARE(first.at(0)->productItem(), nullptr);
+    QCOMPARE(first.at(1)->productItem(), product.get());
+    QCOMPARE(replacement->productItem(), product.get());
+
+    // A version moved to another product keeps that product when the first one goes.
+    auto other = productWithVersions({});
+    other->setVersionItems({first.at(1)});
+    product.reset();
+    QCOMPARE(replacement->productItem(), nullptr);
+    QCOMPARE(first.at(1)->productItem(), other.get());
+    other.reset();
+    QCOMPARE(first.at(1)->productItem(), nullptr);
+}
+
+void tst_VMProductRecords::productPropertyTable()
+{
+    auto product = VMSingleProductItem::initWithDict(
+        {{QStringLiteral("Properties"), QVariantMap{{QStringLiteral("temporaryVersionStr"), QStringLiteral("1.2")}}}});
+    QCOMPARE(product->propertyForKey(QStringLiteral("temporaryVersionStr")).toString(), QStringLiteral("1.2"));
+    product->setProperty(QStringLiteral("2.0"), QStringLiteral("temporaryVersionStr"));
+    QCOMPARE(product->propertyForKey(QStringLiteral("temporaryVersionStr")).toString(), QStringLiteral("2.0"));
+    product->setProperty(QVariant(), QStringLiteral("temporaryVersionStr"));
+    QVERIFY(!product->propertyForKey(QStringLiteral("temporaryVersionStr")).isValid());
+
+    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    product->setProperty(1, QString());
+    QVERIFY(!product->propertyForKey(QString()).isValid());
+    QCOMPARE(log.count(), 2);
+    QVERIFY(loggedLines(log).at(0).contains(QStringLiteral("'key = nil' in ")));
+    QVERIFY(loggedLines(log).at(1).contains(QStringLiteral("'key = nil' in ")));
+    QVERIFY(product->properties().isEmpty());
+}
+
+QTEST_GUILESS_MAIN(tst_VMProductRecords)
+#include "tst_VMProductRecords.moc"
