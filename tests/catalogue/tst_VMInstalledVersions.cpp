@@ -1,4 +1,5 @@
 #include "catalogue/VMInstalledVersions.h"
+#include "catalogue/VMSingleProductItem.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMLogger.h"
 #include "foundation/VMPropertyList.h"
@@ -81,6 +82,9 @@ private slots:
     void nonLossyAsciiDecoding();
     void pluginkitOutput();
     void registryRoundTrip();
+    void productRecords_data();
+    void productRecords();
+    void versionRecordWithoutProduct();
 
 private:
     QString root() const { return _env->systemRoot(); }
@@ -462,6 +466,86 @@ void tst_VMInstalledVersions::registryRoundTrip()
     const QString found = VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.FxPlug.GlowXPC"));
     QCOMPARE(QFileInfo(found).canonicalFilePath(), QFileInfo(path).canonicalFilePath());
     QVERIFY(VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.Other")).isEmpty());
+}
+
+void tst_VMInstalledVersions::productRecords_data()
+{
+    QTest::addColumn<QString>("identifier");
+    QTest::addColumn<QString>("directory"); // "@" stands for the root
+    QTest::addColumn<QVariantList>("versions");
+    QTest::addColumn<QString>("expected");
+
+    const QString own = QStringLiteral("com.quarnet.FxPlug.Blur");
+    const auto version = [](const char* number, const char* identifier = nullptr, const char* directory = nullptr) {
+        QVariantMap dict{{"Product Version", number}};
+        if (identifier)
+            dict.insert(QStringLiteral("Identifier"), identifier);
+        if (directory)
+            dict.insert(QStringLiteral("Check Installed Directory"), directory);
+        return QVariant(dict);
+    };
+    const char* v21 = "com.quarnet.FxPlug.Blur21XPC";
+    const char* v210 = "com.quarnet.FxPlug.Blur210XPC";
+    const char* d21 = "@/Applications/Lumivane/Blur21.app";
+    const char* d210 = "@/Applications/Lumivane/Blur210.app";
+    const QString missing = QStringLiteral("@/Applications/Lumivane/Missing");
+
+    QTest::newRow("by identifier alone") << own << QString() << QVariantList{version("1.0")} << "3.0";
+    QTest::newRow("directory missing, a version still reports")
+        << own << missing << QVariantList{version("1.0"), version("2.1", v21, d21)} << "2.1";
+    QTest::newRow("2.1 and 2.10 give 2.10")
+        << own << missing << QVariantList{version("2.1", v21, d21), version("2.10", v210, d210)} << "2.10";
+    QTest::newRow("catalogue order does not matter")
+        << own << missing << QVariantList{version("2.10", v210, d210), version("2.1", v21, d21)} << "2.10";
+    QTest::newRow("product's own answer is newer")
+        << own << QStringLiteral("@/Applications/Lumivane/Blur.app") << QVariantList{version("2.1", v21, d21)} << "3.0";
+    QTest::newRow("a version needs a directory")
+        << QStringLiteral("com.quarnet.None") << QString() << QVariantList{version("2.10", v210)} << QString();
+    QTest::newRow("a version takes the product's directory")
+        << QStringLiteral("com.quarnet.None") << QStringLiteral("@/Applications/Lumivane/Blur.app")
+        << QVariantList{version("2.10", v210)} << "2.10";
+    QTest::newRow("nothing installed") << QStringLiteral("com.quarnet.None") << QString() << QVariantList{version("1.0")}
+                                       << QString();
+}
+
+void tst_VMInstalledVersions::productRecords()
+{
+    QFETCH(QString, identifier);
+    QFETCH(QString, directory);
+    QFETCH(QVariantList, versions);
+    QFETCH(QString, expected);
+
+    makePlugin(root(), "Blur.app", "Blur.pluginkit", "com.quarnet.FxPlug.Blur", QStringLiteral("3.0 (1)"));
+    makePlugin(root(), "Blur21.app", "Blur21XPC.pluginkit", "com.quarnet.FxPlug.Blur21XPC", QStringLiteral("9.0"),
+               QVariantMap{{"P1", "2.1"}});
+    makePlugin(root(), "Blur210.app", "Blur210XPC.pluginkit", "com.quarnet.FxPlug.Blur210XPC", QStringLiteral("2.10"));
+    for (QVariant& entry : versions) {
+        QVariantMap dict = entry.toMap();
+        if (dict.contains(QStringLiteral("Check Installed Directory")))
+            dict.insert(QStringLiteral("Check Installed Directory"),
+                        dict.value(QStringLiteral("Check Installed Directory")).toString().replace(QLatin1Char('@'), root()));
+        entry = dict;
+    }
+    QVariantMap dict{{"Product ID", "P1"}, {"Identifier", identifier}, {"Versions", versions}};
+    if (!directory.isNull())
+        dict.insert(QStringLiteral("Check Installed Directory"), QString(directory).replace(QLatin1Char('@'), root()));
+    const VMSingleProductItemPtr product = VMSingleProductItem::initWithDict(dict);
+    const QString answer = product->checkInstalledPluginVersion();
+    QCOMPARE(answer, expected);
+    QCOMPARE(answer.isNull(), expected.isNull());
+}
+
+void tst_VMInstalledVersions::versionRecordWithoutProduct()
+{
+    makePlugin(root(), "Solo.app", "SoloXPC.pluginkit", "com.quarnet.SoloXPC", QStringLiteral("4.2 (8)"),
+               QVariantMap{{"P1", "1.0"}});
+    const VMVersionItemPtr version = VMVersionItem::initWithDict(
+        {{"Product Version", "4.2"},
+         {"Identifier", "com.quarnet.SoloXPC"},
+         {"Check Installed Directory", root() + QStringLiteral("/Applications/Lumivane/Solo.app")}});
+    // Without a product there is no product ID to look for: the plug-in's own version answers.
+    QCOMPARE(version->checkInstalledPluginVersion(), QStringLiteral("4.2"));
+    QVERIFY(VMVersionItem::initWithDict({{"Product Version", "4.2"}})->checkInstalledPluginVersion().isNull());
 }
 
 QTEST_GUILESS_MAIN(tst_VMInstalledVersions)
