@@ -23,9 +23,10 @@ struct Product
 bool writePlugin(const QString& root, int index, QList<Product>* products)
 {
     const QString identifier = QStringLiteral("com.quarnet.FxPlug.Bench%1XPC").arg(index, 3, 10, QLatin1Char('0'));
-    const QString contents = QStringLiteral("%1/Applications/Lumivane/Bench%2.app/Contents/PlugIns/Bench%2XPC.pluginkit/Contents")
-                                 .arg(root)
-                                 .arg(index, 3, 10, QLatin1Char('0'));
+    const QString contents =
+        QStringLiteral("%1/Applications/Lumivane/Bench%2.app/Contents/PlugIns/Bench%2XPC.pluginkit/Contents")
+            .arg(root)
+            .arg(index, 3, 10, QLatin1Char('0'));
     if (!QDir().mkpath(contents))
         return false;
     QVariantMap info{{QStringLiteral("CFBundleIdentifier"), identifier},
@@ -61,8 +62,8 @@ Pass detectAll(const QList<Product>& products)
     QElapsedTimer timer;
     timer.start();
     for (const Product& product : products) {
-        const QString version = VMInstalledVersions::installedVersionForProduct(product.productID, product.identifier,
-                                                                                QString());
+        const QString version =
+            VMInstalledVersions::installedVersionForProduct(product.productID, product.identifier, QString());
         pass.answers.append(version);
         if (!version.isNull())
             ++pass.found;
@@ -114,13 +115,12 @@ int main(int argc, char* argv[])
     out << "cold pass:    " << ms(cold.nanoseconds) << " ms (" << us(cold.nanoseconds, products.size())
         << " us/product), found " << cold.found << ", file-system accesses " << cold.fileSystemAccesses << Qt::endl;
     out << "cached pass:  " << ms(cached.nanoseconds) << " ms (" << us(cached.nanoseconds, products.size())
-        << " us/product), found " << cached.found << ", file-system accesses " << cached.fileSystemAccesses
-        << Qt::endl;
-    out << "Applications folder moved away: " << (moved ? "yes" : "NO") << ", cached answers unchanged: "
-        << (away.answers == cold.answers ? "yes" : "NO") << ", file-system accesses " << away.fileSystemAccesses
-        << Qt::endl;
-    out << "after clearing: " << ms(cleared.nanoseconds) << " ms, answers equal to the first pass: "
-        << (cleared.answers == cold.answers ? "yes" : "NO") << Qt::endl;
+        << " us/product), found " << cached.found << ", file-system accesses " << cached.fileSystemAccesses << Qt::endl;
+    out << "Applications folder moved away: " << (moved ? "yes" : "NO")
+        << ", cached answers unchanged: " << (away.answers == cold.answers ? "yes" : "NO") << ", file-system accesses "
+        << away.fileSystemAccesses << Qt::endl;
+    out << "after clearing: " << ms(cleared.nanoseconds)
+        << " ms, answers equal to the first pass: " << (cleared.answers == cold.answers ? "yes" : "NO") << Qt::endl;
 
     const bool ok = cold.found == products.size() && cached.fileSystemAccesses == 0 && moved &&
                     away.answers == cold.answers && away.fileSystemAccesses == 0 && cleared.answers == cold.answers;

@@ -104,8 +104,8 @@ bool checkDirectory(const QString& identifier, const QString& directory)
 {
     const bool found = VMUtils::checkInstallDirectory(directory);
     VMLog::logExtended(VMLogger::Message, QStringLiteral("Install Directory %1: %2, %3")
-                                       .arg(found ? QStringLiteral("found") : QStringLiteral("NOT found"),
-                                            described(identifier), described(directory)));
+                                              .arg(found ? QStringLiteral("found") : QStringLiteral("NOT found"),
+                                                   described(identifier), described(directory)));
     return found;
 }
 
@@ -114,9 +114,10 @@ QString lookUp(const QString& productID, const QString& identifier)
     const QString version = tableAnswer(VMInstalledVersions::checkProductVersionsInBundle(identifier), productID);
     if (!version.isNull())
         VMLog::logExtended(VMLogger::Message,
-                    QStringLiteral("Installed Version found: %1, %2").arg(described(identifier), version));
+                           QStringLiteral("Installed Version found: %1, %2").arg(described(identifier), version));
     else
-        VMLog::logExtended(VMLogger::Warning, QStringLiteral("No Installed Version found: '%1'").arg(described(identifier)));
+        VMLog::logExtended(VMLogger::Warning,
+                           QStringLiteral("No Installed Version found: '%1'").arg(described(identifier)));
     return version;
 }
 
@@ -143,7 +144,8 @@ std::optional<QVariantMap> VMInstalledVersions::checkProductVersionsInBundle(con
             const auto bundleVersion = infoMap.constFind(QLatin1String(bundleVersionKey));
             if (bundleVersion != infoMap.constEnd()) {
                 if (bundleVersion->typeId() != QMetaType::QString) {
-                    VM_LOG_MESSAGE(QStringLiteral("%1 of %2 is not a string").arg(QLatin1String(bundleVersionKey), path));
+                    VM_LOG_MESSAGE(
+                        QStringLiteral("%1 of %2 is not a string").arg(QLatin1String(bundleVersionKey), path));
                     break;
                 }
                 const QStringList pieces = bundleVersion->toString().split(QStringLiteral(" ("));
@@ -207,8 +209,9 @@ QString VMInstalledVersions::filePathToXPCBundleUsingPluginKit(const QString& bu
         return QString();
     const QString output = decodeNonLossyASCII(
         runPluginkit({QStringLiteral("-m"), QStringLiteral("-v"), QStringLiteral("-i"), bundleIdentifier}));
-    VMLog::logExtended(VMLogger::Message,
-                QStringLiteral("Check Installed: %1 result: %2").arg(described(bundleIdentifier), described(output)));
+    VMLog::logExtended(
+        VMLogger::Message,
+        QStringLiteral("Check Installed: %1 result: %2").arg(described(bundleIdentifier), described(output)));
     if (output.isNull())
         return QString();
     // The verbose listing ends with the plug-in's path after the last tab.
@@ -221,8 +224,9 @@ bool VMInstalledVersions::registerPluginkitBundle(const QString& path)
     if (path.isEmpty())
         return false;
     const QString output = decodeNonLossyASCII(runPluginkit({QStringLiteral("-a"), path}));
-    VMLog::logExtended(VMLogger::Message,
-                QStringLiteral("Register with Pluginkit: %1 result: %2").arg(described(path), described(output)));
+    VMLog::logExtended(
+        VMLogger::Message,
+        QStringLiteral("Register with Pluginkit: %1 result: %2").arg(described(path), described(output)));
     return false;
 }
 

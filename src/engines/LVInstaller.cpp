@@ -33,7 +33,8 @@ std::shared_ptr<LVInstaller> LVInstaller::iniWithFilePath(const QString& filePat
 }
 
 LVInstaller::LVInstaller(const QString& filePath, const QVariantMap& options)
-    : _authorizationRef(options.value(QLatin1String(optionAuthorizationRef)).value<PrivilegedExecution::AuthorizationRef>()),
+    : _authorizationRef(
+          options.value(QLatin1String(optionAuthorizationRef)).value<PrivilegedExecution::AuthorizationRef>()),
       _filePath(filePath), _options(options)
 {
     // Its callbacks are delivered on the main thread, whichever thread created it.
@@ -181,8 +182,8 @@ void LVInstaller::runAuthenticatedInstaller(const QString& path)
             }
         }
         if (authorization) {
-            const int rights = privileged.copyRights(authorization, QLatin1String(PrivilegedExecution::adminRight),
-                                                     interaction);
+            const int rights =
+                privileged.copyRights(authorization, QLatin1String(PrivilegedExecution::adminRight), interaction);
             record(rights);
             if (rights == PrivilegedExecution::Success) {
                 QStringDecoder decoder(QStringDecoder::Utf8);

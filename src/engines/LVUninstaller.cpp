@@ -18,7 +18,8 @@ constexpr qsizetype kMaxCStringBytes = 1023;
 constexpr double kFinishDelay = 2.0;
 } // namespace
 
-std::shared_ptr<LVUninstaller> LVUninstaller::uninstallerWithScript(const QByteArray& script, const QVariantMap& options)
+std::shared_ptr<LVUninstaller> LVUninstaller::uninstallerWithScript(const QByteArray& script,
+                                                                    const QVariantMap& options)
 {
     if (script.isNull())
         return nullptr;

@@ -17,7 +17,8 @@ namespace {
 QString makePlugin(const QString& root, const QString& app, const QString& plugin, const QString& identifier,
                    const QVariant& bundleVersion = QVariant(), const QVariant& productVersions = QVariant())
 {
-    const QString contents = QStringLiteral("%1/Applications/Lumivane/%2/Contents/PlugIns/%3/Contents").arg(root, app, plugin);
+    const QString contents =
+        QStringLiteral("%1/Applications/Lumivane/%2/Contents/PlugIns/%3/Contents").arg(root, app, plugin);
     QDir().mkpath(contents);
     QVariantMap info{{QStringLiteral("CFBundleIdentifier"), identifier}};
     if (bundleVersion.isValid())
@@ -37,11 +38,12 @@ class LogCapture : public QObject
 public:
     LogCapture()
     {
-        connect(VMLogger::sharedLogger(), &VMLogger::lineLogged, this, [this](const QString& line, VMLogger::Severity s) {
-            const QString text = line.section(QStringLiteral(": "), 1).chopped(1);
-            const char* tag = s == VMLogger::Error ? "E" : s == VMLogger::Warning ? "W" : "M";
-            lines.append(QStringLiteral("%1: %2").arg(QLatin1String(tag), text));
-        });
+        connect(VMLogger::sharedLogger(), &VMLogger::lineLogged, this,
+                [this](const QString& line, VMLogger::Severity s) {
+                    const QString text = line.section(QStringLiteral(": "), 1).chopped(1);
+                    const char* tag = s == VMLogger::Error ? "E" : s == VMLogger::Warning ? "W" : "M";
+                    lines.append(QStringLiteral("%1: %2").arg(QLatin1String(tag), text));
+                });
     }
     QStringList lines;
 };
@@ -102,32 +104,41 @@ void tst_VMInstalledVersions::productAnswer_data()
 
     const QString id = QStringLiteral("com.quarnet.FxPlug.GlowXPC");
     const QVariant none;
-    QTest::newRow("build number cut off") << QVariant(QStringLiteral("2.0 (10)")) << none << "P1" << id << "-" << "2.0";
+    QTest::newRow("build number cut off") << QVariant(QStringLiteral("2.0 (10)")) << none << "P1" << id << "-"
+                                          << "2.0";
     QTest::newRow("same plug-in, other product") << QVariant(QStringLiteral("2.0 (10)")) << none << "P2" << id << "-"
                                                  << "2.0";
     QTest::newRow("product entry beats bundle version")
-        << QVariant(QStringLiteral("3.0")) << QVariant(QVariantMap{{"P1", "1.4"}}) << "P1" << id << "-" << "1.4";
+        << QVariant(QStringLiteral("3.0")) << QVariant(QVariantMap{{"P1", "1.4"}}) << "P1" << id << "-"
+        << "1.4";
     QTest::newRow("product not listed falls back")
-        << QVariant(QStringLiteral("3.0")) << QVariant(QVariantMap{{"P1", "1.4"}}) << "P9" << id << "-" << "3.0";
+        << QVariant(QStringLiteral("3.0")) << QVariant(QVariantMap{{"P1", "1.4"}}) << "P9" << id << "-"
+        << "3.0";
     QTest::newRow("listed XPC_ replaces bundle version")
-        << QVariant(QStringLiteral("3.0")) << QVariant(QVariantMap{{"XPC_", "3.5"}}) << "P9" << id << "-" << "3.5";
+        << QVariant(QStringLiteral("3.0")) << QVariant(QVariantMap{{"XPC_", "3.5"}}) << "P9" << id << "-"
+        << "3.5";
     QTest::newRow("no version keys") << none << none << "P1" << id << "-" << QString();
     QTest::newRow("only product versions, other product")
         << none << QVariant(QVariantMap{{"P1", "1.4"}}) << "P2" << id << "-" << QString();
     QTest::newRow("unknown identifier") << QVariant(QStringLiteral("2.0")) << none << "P1"
-                                        << "com.quarnet.FxPlug.Other" << "-" << QString();
-    QTest::newRow("null identifier") << QVariant(QStringLiteral("2.0")) << none << "P1" << QString() << "-" << QString();
-    QTest::newRow("check directory exists") << QVariant(QStringLiteral("2.0")) << none << "P1" << id
-                                            << "/Applications/Lumivane" << "2.0";
+                                        << "com.quarnet.FxPlug.Other"
+                                        << "-" << QString();
+    QTest::newRow("null identifier") << QVariant(QStringLiteral("2.0")) << none << "P1" << QString() << "-"
+                                     << QString();
+    QTest::newRow("check directory exists")
+        << QVariant(QStringLiteral("2.0")) << none << "P1" << id << "/Applications/Lumivane"
+        << "2.0";
     QTest::newRow("check directory is a plain file")
         << QVariant(QStringLiteral("2.0")) << none << "P1" << id
-        << "/Applications/Lumivane/Glow.app/Contents/PlugIns/GlowXPC.pluginkit/Contents/Info.plist" << "2.0";
-    QTest::newRow("check directory missing") << QVariant(QStringLiteral("2.0")) << none << "P1" << id
-                                             << "/Library/Missing" << QString();
-    QTest::newRow("check directory as the Mac names it") << QVariant(QStringLiteral("2.0")) << none << "P1" << id
-                                                         << "=/Applications/Lumivane/Glow.app" << "2.0";
-    QTest::newRow("Mac path missing in the root") << QVariant(QStringLiteral("2.0")) << none << "P1" << id
-                                                  << "=/Applications/Lumivane/Gone.app" << QString();
+        << "/Applications/Lumivane/Glow.app/Contents/PlugIns/GlowXPC.pluginkit/Contents/Info.plist"
+        << "2.0";
+    QTest::newRow("check directory missing")
+        << QVariant(QStringLiteral("2.0")) << none << "P1" << id << "/Library/Missing" << QString();
+    QTest::newRow("check directory as the Mac names it")
+        << QVariant(QStringLiteral("2.0")) << none << "P1" << id << "=/Applications/Lumivane/Glow.app"
+        << "2.0";
+    QTest::newRow("Mac path missing in the root")
+        << QVariant(QStringLiteral("2.0")) << none << "P1" << id << "=/Applications/Lumivane/Gone.app" << QString();
 }
 
 void tst_VMInstalledVersions::productAnswer()
@@ -143,7 +154,7 @@ void tst_VMInstalledVersions::productAnswer()
                         productVersions)
                  .isNull());
     // "-" is no directory, "=" a path used as given, anything else a path inside the root.
-    const QString dir = directory == QLatin1String("-")  ? QString()
+    const QString dir = directory == QLatin1String("-")          ? QString()
                         : directory.startsWith(QLatin1Char('=')) ? directory.mid(1)
                                                                  : root() + directory;
     const QString answer = VMInstalledVersions::installedVersionForProduct(productID, identifier, dir);
@@ -169,8 +180,8 @@ void tst_VMInstalledVersions::versionAnswer_data()
     QTest::newRow("names neither") << QString() << QString() << productId << exists << QString();
     QTest::newRow("own identifier, directory from product") << versionId << QString() << productId << exists << "3.0";
     QTest::newRow("own directory, identifier from product") << QString() << exists << productId << missing << "1.0";
-    QTest::newRow("identifier but no directory anywhere") << versionId << QString() << productId << QString()
-                                                          << QString();
+    QTest::newRow("identifier but no directory anywhere")
+        << versionId << QString() << productId << QString() << QString();
     QTest::newRow("directory but no identifier anywhere") << QString() << exists << QString() << QString() << QString();
     QTest::newRow("own directory missing") << versionId << missing << productId << exists << QString();
 }
@@ -197,10 +208,17 @@ void tst_VMInstalledVersions::newerInstalledVersion_data()
     QTest::addColumn<QString>("current");
     QTest::addColumn<QString>("candidate");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("2.10 is newer than 2.1") << "2.1" << "2.10" << "2.10";
-    QTest::newRow("older keeps current") << "2.10" << "2.1" << "2.10";
-    QTest::newRow("equal keeps the earlier") << "2.1" << "2.1.0" << "2.1";
-    QTest::newRow("nothing yet") << QString() << "1.0" << "1.0";
+    QTest::newRow("2.10 is newer than 2.1") << "2.1"
+                                            << "2.10"
+                                            << "2.10";
+    QTest::newRow("older keeps current") << "2.10"
+                                         << "2.1"
+                                         << "2.10";
+    QTest::newRow("equal keeps the earlier") << "2.1"
+                                             << "2.1.0"
+                                             << "2.1";
+    QTest::newRow("nothing yet") << QString() << "1.0"
+                                 << "1.0";
     QTest::newRow("nothing new") << "1.0" << QString() << "1.0";
 }
 
@@ -236,13 +254,15 @@ void tst_VMInstalledVersions::findsPluginOnlyByExtensionAndIdentifier()
     makePlugin(root(), "B.app", "Other.pluginkit", "com.quarnet.Other", QStringLiteral("1.0"));
     QVERIFY(VMInstalledVersions::findXPCBunde(QStringLiteral("com.quarnet.Target"), folder).isNull());
 
-    const QString expected = makePlugin(root(), "C.app", "Target.pluginkit", "com.quarnet.Target", QStringLiteral("1.0"));
+    const QString expected =
+        makePlugin(root(), "C.app", "Target.pluginkit", "com.quarnet.Target", QStringLiteral("1.0"));
     // Stray files beside the wrappers are skipped.
     QFile stray(folder + QStringLiteral("/README"));
     QVERIFY(stray.open(QIODevice::WriteOnly));
     stray.close();
-    QCOMPARE(QFileInfo(VMInstalledVersions::findXPCBunde(QStringLiteral("com.quarnet.Target"), folder)).canonicalFilePath(),
-             QFileInfo(expected).canonicalFilePath());
+    QCOMPARE(
+        QFileInfo(VMInstalledVersions::findXPCBunde(QStringLiteral("com.quarnet.Target"), folder)).canonicalFilePath(),
+        QFileInfo(expected).canonicalFilePath());
     QCOMPARE(QFileInfo(VMInstalledVersions::filePathToBundle(QStringLiteral("com.quarnet.Target"))).canonicalFilePath(),
              QFileInfo(expected).canonicalFilePath());
 
@@ -292,8 +312,8 @@ void tst_VMInstalledVersions::malformedInformationIsLoggedAndKeepsWhatWasRead_da
     QTest::addColumn<QVariant>("productVersions");
     QTest::addColumn<QVariantMap>("expected");
     QTest::addColumn<QString>("logged");
-    QTest::newRow("bundle version not text") << QVariant(qint64(7)) << QVariant(QVariantMap{{"P1", "1.0"}})
-                                             << QVariantMap() << "CFBundleVersion of";
+    QTest::newRow("bundle version not text")
+        << QVariant(qint64(7)) << QVariant(QVariantMap{{"P1", "1.0"}}) << QVariantMap() << "CFBundleVersion of";
     QTest::newRow("product versions not a dictionary")
         << QVariant(QStringLiteral("2.0")) << QVariant(QStringLiteral("P1=1.0")) << QVariantMap{{"XPC_", "2.0"}}
         << "Product Versions of";
@@ -424,9 +444,12 @@ void tst_VMInstalledVersions::pluginkitOutput()
     QFile script(tool);
     QVERIFY(script.open(QIODevice::WriteOnly));
     script.write("#!/bin/sh\n"
-                 "echo \"$*\" >> '" + calls.toUtf8() + "'\n"
+                 "echo \"$*\" >> '" +
+                 calls.toUtf8() +
+                 "'\n"
                  "if [ \"$1\" = -m ]; then\n"
-                 "  printf '     %s(2.0)\\tE2F1-77\\t2026-01-01 10:00:00 +0000\\t/Applications/Lumivane/G\\\\u00e9.app/X.pluginkit\\n' \"$4\"\n"
+                 "  printf '     %s(2.0)\\tE2F1-77\\t2026-01-01 10:00:00 "
+                 "+0000\\t/Applications/Lumivane/G\\\\u00e9.app/X.pluginkit\\n' \"$4\"\n"
                  "fi\n");
     script.close();
     script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
@@ -443,11 +466,14 @@ void tst_VMInstalledVersions::pluginkitOutput()
 
     QFile recorded(calls);
     QVERIFY(recorded.open(QIODevice::ReadOnly));
-    QCOMPARE(recorded.readAll(), QByteArray("-m -v -i com.quarnet.GXPC\n-a /Applications/Lumivane/G.app/X.pluginkit\n"));
+    QCOMPARE(recorded.readAll(),
+             QByteArray("-m -v -i com.quarnet.GXPC\n-a /Applications/Lumivane/G.app/X.pluginkit\n"));
     QCOMPARE(log.lines.size(), 2);
-    QVERIFY2(log.lines.at(0).startsWith(QStringLiteral("M: Check Installed: com.quarnet.GXPC result:      com.quarnet.GXPC(2.0)\t")),
+    QVERIFY2(log.lines.at(0).startsWith(
+                 QStringLiteral("M: Check Installed: com.quarnet.GXPC result:      com.quarnet.GXPC(2.0)\t")),
              qPrintable(log.lines.at(0)));
-    QCOMPARE(log.lines.at(1), QStringLiteral("M: Register with Pluginkit: /Applications/Lumivane/G.app/X.pluginkit result: "));
+    QCOMPARE(log.lines.at(1),
+             QStringLiteral("M: Register with Pluginkit: /Applications/Lumivane/G.app/X.pluginkit result: "));
 
     // A tool that can't be started leaves empty output.
     Platform::setCommandLineTools(std::make_shared<ToolsAt>(_env->path() + QStringLiteral("/missing-tool")));
@@ -459,11 +485,13 @@ void tst_VMInstalledVersions::pluginkitOutput()
 void tst_VMInstalledVersions::registryRoundTrip()
 {
     // This platform's own plug-in registry tool.
-    const QString path = makePlugin(root(), "Glow.app", "GlowXPC.pluginkit", "com.quarnet.FxPlug.GlowXPC",
-                                    QStringLiteral("2.0 (10)"));
-    QVERIFY(VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.FxPlug.GlowXPC")).isEmpty());
+    const QString path =
+        makePlugin(root(), "Glow.app", "GlowXPC.pluginkit", "com.quarnet.FxPlug.GlowXPC", QStringLiteral("2.0 (10)"));
+    QVERIFY(
+        VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.FxPlug.GlowXPC")).isEmpty());
     QCOMPARE(VMInstalledVersions::registerPluginkitBundle(path), false);
-    const QString found = VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.FxPlug.GlowXPC"));
+    const QString found =
+        VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.FxPlug.GlowXPC"));
     QCOMPARE(QFileInfo(found).canonicalFilePath(), QFileInfo(path).canonicalFilePath());
     QVERIFY(VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.Other")).isEmpty());
 }
@@ -504,8 +532,8 @@ void tst_VMInstalledVersions::productRecords_data()
     QTest::newRow("a version takes the product's directory")
         << QStringLiteral("com.quarnet.None") << QStringLiteral("@/Applications/Lumivane/Blur.app")
         << QVariantList{version("2.10", v210)} << "2.10";
-    QTest::newRow("nothing installed") << QStringLiteral("com.quarnet.None") << QString() << QVariantList{version("1.0")}
-                                       << QString();
+    QTest::newRow("nothing installed") << QStringLiteral("com.quarnet.None") << QString()
+                                       << QVariantList{version("1.0")} << QString();
 }
 
 void tst_VMInstalledVersions::productRecords()
@@ -522,8 +550,9 @@ void tst_VMInstalledVersions::productRecords()
     for (QVariant& entry : versions) {
         QVariantMap dict = entry.toMap();
         if (dict.contains(QStringLiteral("Check Installed Directory")))
-            dict.insert(QStringLiteral("Check Installed Directory"),
-                        dict.value(QStringLiteral("Check Installed Directory")).toString().replace(QLatin1Char('@'), root()));
+            dict.insert(
+                QStringLiteral("Check Installed Directory"),
+                dict.value(QStringLiteral("Check Installed Directory")).toString().replace(QLatin1Char('@'), root()));
         entry = dict;
     }
     QVariantMap dict{{"Product ID", "P1"}, {"Identifier", identifier}, {"Versions", versions}};

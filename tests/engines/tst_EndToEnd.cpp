@@ -148,15 +148,14 @@ void tst_EndToEnd::installDetectRegisterUninstall()
 
     // Registration as the product row does it after a successful install.
     const QString xpcPath = VMUtils::xpcPathForBundleIndentifier(kPlugin);
-    QCOMPARE(QFileInfo(xpcPath).canonicalFilePath(),
-             QFileInfo(_env->systemRoot() + kPluginPath).canonicalFilePath());
+    QCOMPARE(QFileInfo(xpcPath).canonicalFilePath(), QFileInfo(_env->systemRoot() + kPluginPath).canonicalFilePath());
     QCOMPARE(VMInstalledVersions::registerPluginkitBundle(xpcPath), false);
     QCOMPARE(QFileInfo(VMInstalledVersions::filePathToXPCBundleUsingPluginKit(kPlugin)).canonicalFilePath(),
              QFileInfo(xpcPath).canonicalFilePath());
 
     // The product's uninstall script, run as administrator, ends with "echo $?".
-    const QByteArray script = "rm -rf '" + (_env->systemRoot() + QStringLiteral("/Applications/Lumivane/Glow.app")).toUtf8() +
-                              "'\necho $?\n";
+    const QByteArray script =
+        "rm -rf '" + (_env->systemRoot() + QStringLiteral("/Applications/Lumivane/Glow.app")).toUtf8() + "'\necho $?\n";
     auto uninstaller = LVUninstaller::uninstallerWithScript(script, options);
     QCOMPARE(run(uninstaller), (QStringList{"uninstallStarted", "uninstallCompleted"}));
     uninstaller.reset();

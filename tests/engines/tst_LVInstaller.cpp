@@ -83,10 +83,12 @@ void tst_LVInstaller::init()
     Platform::setPrivilegedExecution(_privileged);
     _tools = std::make_shared<TestCommandLineTools>();
     const QString tools = _env->path() + QStringLiteral("/tools");
-    _tools->installer = writeFile(QStringLiteral("tools/installer"),
-                                  "#!/bin/sh\n"
-                                  "echo \"$*\" >> '" + tools.toUtf8() + "/calls'\n"
-                                  "cat '" + tools.toUtf8() + "/output'\n");
+    _tools->installer = writeFile(QStringLiteral("tools/installer"), "#!/bin/sh\n"
+                                                                     "echo \"$*\" >> '" +
+                                                                         tools.toUtf8() +
+                                                                         "/calls'\n"
+                                                                         "cat '" +
+                                                                         tools.toUtf8() + "/output'\n");
     QFile::setPermissions(_tools->installer, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     setInstallerOutput("installer: The upgrade was successful.\n");
     Platform::setCommandLineTools(_tools);
@@ -125,10 +127,14 @@ void tst_LVInstaller::userRunRefusesBadPaths_data()
     QTest::addColumn<QString>("file");   // created under the test folder unless it starts with '!'
     QTest::addColumn<QString>("logged"); // '@' stands for the path
     QTest::addColumn<QString>("description");
-    QTest::newRow("disk image") << "Glow.dmg" << "Not a pkg file" << "An internal Error occured: 'Not a pkg file'";
-    QTest::newRow("capital extension") << "Glow.PKG" << "Not a pkg file"
+    QTest::newRow("disk image") << "Glow.dmg"
+                                << "Not a pkg file"
+                                << "An internal Error occured: 'Not a pkg file'";
+    QTest::newRow("capital extension") << "Glow.PKG"
+                                       << "Not a pkg file"
                                        << "An internal Error occured: 'Not a pkg file'";
-    QTest::newRow("missing package") << "!Glow.pkg" << "File does not exist: @"
+    QTest::newRow("missing package") << "!Glow.pkg"
+                                     << "File does not exist: @"
                                      << "An internal Error occured: 'file does not exists'";
 }
 
@@ -165,12 +171,13 @@ void tst_LVInstaller::userRunDoesNotJudgeOutput_data()
     QTest::addColumn<QString>("expectedCall");
     QTest::newRow("upgrade, no arguments") << QByteArray("installer: The upgrade was successful.\n") << QVariant()
                                            << "-pkg @ -target CurrentUserHomeDirectory";
-    QTest::newRow("error text still succeeds") << QByteArray("installer: Error - the package is damaged.\n")
-                                               << QVariant(QStringLiteral("-verbose")) << "-pkg @ -target CurrentUserHomeDirectory -verbose";
-    QTest::newRow("arguments kept whole") << QByteArray("") << QVariant(QStringLiteral("-lang en"))
-                                          << "-pkg @ -target CurrentUserHomeDirectory -lang en";
-    QTest::newRow("empty arguments left out") << QByteArray("x") << QVariant(QStringLiteral(""))
-                                              << "-pkg @ -target CurrentUserHomeDirectory";
+    QTest::newRow("error text still succeeds")
+        << QByteArray("installer: Error - the package is damaged.\n") << QVariant(QStringLiteral("-verbose"))
+        << "-pkg @ -target CurrentUserHomeDirectory -verbose";
+    QTest::newRow("arguments kept whole")
+        << QByteArray("") << QVariant(QStringLiteral("-lang en")) << "-pkg @ -target CurrentUserHomeDirectory -lang en";
+    QTest::newRow("empty arguments left out")
+        << QByteArray("x") << QVariant(QStringLiteral("")) << "-pkg @ -target CurrentUserHomeDirectory";
 }
 
 void tst_LVInstaller::userRunDoesNotJudgeOutput()
@@ -225,7 +232,8 @@ void tst_LVInstaller::adminRunJudgesOutput_data()
     QTest::newRow("anywhere in the text") << QByteArray("xThe upgrade was successfuly") << true;
     QTest::newRow("nothing printed") << QByteArray() << false;
     QTest::newRow("case matters") << QByteArray("the upgrade was successful") << false;
-    QTest::newRow("long UTF-8 output") << QByteArray("R\xc3\xa9sum\xc3\xa9 ").repeated(100) + "The upgrade was successful"
+    QTest::newRow("long UTF-8 output") << QByteArray("R\xc3\xa9sum\xc3\xa9 ").repeated(100) +
+                                              "The upgrade was successful"
                                        << true;
 }
 
@@ -243,8 +251,7 @@ void tst_LVInstaller::adminRunJudgesOutput()
     installer->startInBackground();
     QVERIFY(finished.wait());
 
-    QCOMPARE(recorder.events,
-             (QStringList{"installStarted", succeeds ? "installCompleted" : "installFailed"}));
+    QCOMPARE(recorder.events, (QStringList{"installStarted", succeeds ? "installCompleted" : "installFailed"}));
     QCOMPARE(installerCalls(), QStringList{QStringLiteral("-pkg %1 -target /").arg(package)});
     QCOMPARE(_privileged->prompts.load(), 1);
     QCOMPARE(_privileged->frees.load(), 1);
@@ -261,9 +268,12 @@ void tst_LVInstaller::adminRunWithBadPathStillStarts_data()
 {
     QTest::addColumn<QString>("file");
     QTest::addColumn<QString>("logged");
-    QTest::newRow("missing") << "!Glow.pkg" << "File does not exist: @";
-    QTest::newRow("not a package") << "Glow.zip" << "Not a pkg file";
-    QTest::newRow("path too long") << QStringList(6, QString(200, QLatin1Char('d'))).join(QLatin1Char('/')) + "/Glow.pkg"
+    QTest::newRow("missing") << "!Glow.pkg"
+                             << "File does not exist: @";
+    QTest::newRow("not a package") << "Glow.zip"
+                                   << "Not a pkg file";
+    QTest::newRow("path too long") << QStringList(6, QString(200, QLatin1Char('d'))).join(QLatin1Char('/')) +
+                                          "/Glow.pkg"
                                    << "getCString failed";
 }
 
@@ -272,8 +282,8 @@ void tst_LVInstaller::adminRunWithBadPathStillStarts()
     QFETCH(QString, file);
     QFETCH(QString, logged);
 
-    const QString path = file.startsWith(QLatin1Char('!')) ? _env->path() + QLatin1Char('/') + file.mid(1)
-                                                           : writeFile(file, "package");
+    const QString path =
+        file.startsWith(QLatin1Char('!')) ? _env->path() + QLatin1Char('/') + file.mid(1) : writeFile(file, "package");
     QVERIFY(!path.isNull());
     LogCapture log;
     EngineRecorder recorder;
@@ -285,7 +295,8 @@ void tst_LVInstaller::adminRunWithBadPathStillStarts()
 
     // The specific problem is only logged; the caller hears the general verdict.
     QCOMPARE(recorder.events, (QStringList{"installStarted", "installFailed"}));
-    QCOMPARE(recorder.error, VMError(QStringLiteral("LVInstaller"), -1, QStringLiteral("Installation Failed"), QString("")));
+    QCOMPARE(recorder.error,
+             VMError(QStringLiteral("LVInstaller"), -1, QStringLiteral("Installation Failed"), QString("")));
     QCOMPARE(log.messages(), QStringList{QString(logged).replace(QLatin1Char('@'), path)});
     QCOMPARE(_privileged->prompts.load(), 0);
     QVERIFY(installerCalls().isEmpty());
@@ -348,7 +359,8 @@ void tst_LVInstaller::callerAuthorizationIsUsedAndNotFreed()
         installer->start();
         QVERIFY(finished.wait());
     }
-    QCOMPARE(recorder.events, (QStringList{"installStarted", "installCompleted", "installStarted", "installCompleted"}));
+    QCOMPARE(recorder.events,
+             (QStringList{"installStarted", "installCompleted", "installStarted", "installCompleted"}));
     QCOMPARE(_privileged->prompts.load(), 1);
     QCOMPARE(_privileged->creates.load(), 1);
     QCOMPARE(_privileged->frees.load(), 0);
@@ -362,7 +374,9 @@ void tst_LVInstaller::finalCallbackComesLaterAndClearsDetectionCache()
     QVERIFY(!VMInstalledVersions::checkProductVersionsInBundle(id)->contains(QStringLiteral("XPC_")));
 
     // What the package would lay down; the stand-in installer only reports success.
-    const QString contents = _env->systemRoot() + QStringLiteral("/Applications/Lumivane/Glow.app/Contents/PlugIns/GlowXPC.pluginkit/Contents");
+    const QString contents =
+        _env->systemRoot() +
+        QStringLiteral("/Applications/Lumivane/Glow.app/Contents/PlugIns/GlowXPC.pluginkit/Contents");
     QDir().mkpath(contents);
     QFile info(contents + QStringLiteral("/Info.plist"));
     QVERIFY(info.open(QIODevice::WriteOnly));
@@ -379,7 +393,8 @@ void tst_LVInstaller::finalCallbackComesLaterAndClearsDetectionCache()
     QTRY_COMPARE(recorder.events, QStringList{QStringLiteral("installStarted")});
     QCOMPARE(VMInstalledVersions::checkProductVersionsInBundle(id)->value(QStringLiteral("XPC_")), QVariant());
     QVERIFY(finished.wait());
-    QVERIFY2(recorder.finishedAt - recorder.startedAt >= 380, qPrintable(QString::number(recorder.finishedAt - recorder.startedAt)));
+    QVERIFY2(recorder.finishedAt - recorder.startedAt >= 380,
+             qPrintable(QString::number(recorder.finishedAt - recorder.startedAt)));
     QCOMPARE(VMInstalledVersions::checkProductVersionsInBundle(id)->value(QStringLiteral("XPC_")), QVariant("1.2"));
 }
 
@@ -417,7 +432,8 @@ void tst_LVInstaller::packageDeletedOnRelease()
 void tst_LVInstaller::ownerMayDropInstallerMidRun()
 {
     // The installer runs slowly; its owner lets go at once.
-    const QString slow = writeFile(QStringLiteral("tools/slow-installer"), "#!/bin/sh\nsleep 0.3\necho 'The upgrade was successful'\n");
+    const QString slow =
+        writeFile(QStringLiteral("tools/slow-installer"), "#!/bin/sh\nsleep 0.3\necho 'The upgrade was successful'\n");
     QFile::setPermissions(slow, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     _tools->installer = slow;
     const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
@@ -438,7 +454,8 @@ void tst_LVInstaller::ownerMayDropInstallerMidRun()
 
 void tst_LVInstaller::destroyedDelegateIsNotCalled()
 {
-    const QString slow = writeFile(QStringLiteral("tools/slow-installer"), "#!/bin/sh\nsleep 0.2\necho 'The upgrade was successful'\n");
+    const QString slow =
+        writeFile(QStringLiteral("tools/slow-installer"), "#!/bin/sh\nsleep 0.2\necho 'The upgrade was successful'\n");
     QFile::setPermissions(slow, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     _tools->installer = slow;
     auto recorder = std::make_unique<EngineRecorder>();

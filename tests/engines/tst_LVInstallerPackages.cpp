@@ -31,7 +31,8 @@ private:
     VMError install(const QString& package, bool admin, QStringList* events = nullptr);
     QString pluginInfo(const QString& base) const
     {
-        return base + QStringLiteral("/Applications/Lumivane/Glow.app/Contents/PlugIns/GlowXPC.pluginkit/Contents/Info.plist");
+        return base +
+               QStringLiteral("/Applications/Lumivane/Glow.app/Contents/PlugIns/GlowXPC.pluginkit/Contents/Info.plist");
     }
 
     std::unique_ptr<TestEnvironment> _env;
@@ -47,8 +48,8 @@ QString tst_LVInstallerPackages::buildPackage(const QString& name, const QString
     QFile file(info);
     if (!file.open(QIODevice::WriteOnly))
         return QString();
-    file.write(VMPropertyList::toXmlData(QVariantMap{{"CFBundleIdentifier", "com.quarnet.FxPlug.GlowXPC"},
-                                                     {"CFBundleVersion", pluginVersion}}));
+    file.write(VMPropertyList::toXmlData(
+        QVariantMap{{"CFBundleIdentifier", "com.quarnet.FxPlug.GlowXPC"}, {"CFBundleVersion", pluginVersion}}));
     file.close();
 
     PackageBuilder builder;
@@ -114,14 +115,16 @@ void tst_LVInstallerPackages::installsAsUserIntoHome()
         if (line.startsWith(QLatin1String("installer output: ")))
             outputs.append(line);
     QCOMPARE(outputs.size(), 1);
-    QVERIFY2(outputs.first().contains(QLatin1String("installer: The install was successful.")), qPrintable(outputs.first()));
+    QVERIFY2(outputs.first().contains(QLatin1String("installer: The install was successful.")),
+             qPrintable(outputs.first()));
 }
 
 void tst_LVInstallerPackages::administratorInstallIsJudgedByUpgradeText()
 {
     // A first install is reported in other words than an upgrade, and so counts as failed,
     // although the plug-in is in place.
-    const QString first = buildPackage(QStringLiteral("Glow-1.0.pkg"), QStringLiteral("1.0"), QStringLiteral("1.0 (3)"));
+    const QString first =
+        buildPackage(QStringLiteral("Glow-1.0.pkg"), QStringLiteral("1.0"), QStringLiteral("1.0 (3)"));
     const VMError firstError = install(first, true);
     QCOMPARE(firstError.localizedDescription(), QStringLiteral("Installation Failed"));
     QCOMPARE(firstError.code(), -1);
@@ -130,12 +133,14 @@ void tst_LVInstallerPackages::administratorInstallIsJudgedByUpgradeText()
     QVERIFY(QFile::exists(pluginInfo(_env->systemRoot())));
     QVERIFY(!QFile::exists(first));
 
-    const QString second = buildPackage(QStringLiteral("Glow-1.1.pkg"), QStringLiteral("1.1"), QStringLiteral("1.1 (4)"));
+    const QString second =
+        buildPackage(QStringLiteral("Glow-1.1.pkg"), QStringLiteral("1.1"), QStringLiteral("1.1 (4)"));
     QStringList events;
     const VMError secondError = install(second, true, &events);
     QVERIFY2(secondError.isNull(), qPrintable(secondError.description()));
     QCOMPARE(events, (QStringList{"installStarted", "installCompleted"}));
-    QCOMPARE(VMPropertyList::fromFile(pluginInfo(_env->systemRoot())).toMap().value("CFBundleVersion"), QVariant("1.1 (4)"));
+    QCOMPARE(VMPropertyList::fromFile(pluginInfo(_env->systemRoot())).toMap().value("CFBundleVersion"),
+             QVariant("1.1 (4)"));
     QVERIFY(!QFile::exists(second));
     QCOMPARE(_privileged->prompts.load(), 2);
     QCOMPARE(_privileged->frees.load(), 2);

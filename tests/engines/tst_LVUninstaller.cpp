@@ -158,7 +158,8 @@ void tst_LVUninstaller::judgesEachScriptsOutput()
 void tst_LVUninstaller::stopsAtFirstFailure()
 {
     EngineRecorder recorder;
-    const auto uninstaller = runToEnd({script("first", "0\\n"), script("second", "1\\n"), script("third", "0\\n")}, recorder);
+    const auto uninstaller =
+        runToEnd({script("first", "0\\n"), script("second", "1\\n"), script("third", "0\\n")}, recorder);
     QVERIFY(uninstaller);
     QCOMPARE(ran(), (QStringList{"first", "second"}));
     QCOMPARE(recorder.events, (QStringList{"uninstallStarted", "uninstallFailed"}));
@@ -179,7 +180,8 @@ void tst_LVUninstaller::emptyListCompletesAfterDelay()
     QVERIFY(uninstaller->start());
     QVERIFY(finished.wait());
     QCOMPARE(recorder.events, (QStringList{"uninstallStarted", "uninstallCompleted"}));
-    QVERIFY2(recorder.finishedAt - recorder.startedAt >= 380, qPrintable(QString::number(recorder.finishedAt - recorder.startedAt)));
+    QVERIFY2(recorder.finishedAt - recorder.startedAt >= 380,
+             qPrintable(QString::number(recorder.finishedAt - recorder.startedAt)));
     QCOMPARE(_privileged->creates.load(), 0);
 }
 
@@ -187,7 +189,8 @@ void tst_LVUninstaller::vanishedScriptEndsRunAsSuccess()
 {
     EngineRecorder recorder;
     QSignalSpy finished(&recorder, &EngineRecorder::finished);
-    auto uninstaller = LVUninstaller::uninstallerWithScripts(QByteArrayList{script("first", "0\\n"), script("second", "1\\n")}, {});
+    auto uninstaller =
+        LVUninstaller::uninstallerWithScripts(QByteArrayList{script("first", "0\\n"), script("second", "1\\n")}, {});
     uninstaller->setDelegate(&recorder);
     QFile::remove(uninstaller->scriptFilePaths().first());
     QCOMPARE(uninstaller->start(), false);
