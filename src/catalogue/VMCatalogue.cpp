@@ -1,5 +1,7 @@
 #include "VMCatalogue.h"
 
+#include "foundation/VMDispatch.h"
+
 #include "catalogue/VMCatalogueReader.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMLog.h"
@@ -22,7 +24,11 @@ VMCatalogue VMCatalogue::initWithData(const QByteArray& data)
         VM_LOG_MESSAGE(catalogue._errorDescription);
         return catalogue;
     }
-    return initWithDict(root.toMap());
+    VMCatalogue catalogue = initWithDict(root.toMap());
+    // The records hold what they need; a big parsed tree is let go of off this thread.
+    if (data.size() >= 1024 * 1024)
+        VMDispatch::performInBackground([tree = root] {});
+    return catalogue;
 }
 
 VMCatalogue VMCatalogue::initWithDict(const QVariantMap& root)

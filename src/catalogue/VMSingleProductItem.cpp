@@ -1,6 +1,7 @@
 #include "VMSingleProductItem.h"
 
 #include "catalogue/VMCatalogueReader.h"
+#include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMUtils.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMLog.h"
@@ -210,4 +211,13 @@ bool VMSingleProductItem::setValue(const QVariant& value, const QString& key)
         return VMProductItem::setValue(value, key);
     }
     return true;
+}
+
+QString VMSingleProductItem::checkInstalledPluginVersion() const
+{
+    QString installed =
+        VMInstalledVersions::installedVersionForProduct(productID(), _productIdentifier, _productCheckInstalledDirectory);
+    for (const VMVersionItemPtr& versionItem : _versionItems)
+        installed = VMInstalledVersions::newerInstalledVersion(installed, versionItem->checkInstalledPluginVersion());
+    return installed;
 }

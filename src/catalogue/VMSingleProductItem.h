@@ -36,6 +36,10 @@ public:
     // The product's identifier (if set) followed by each version's (if set); duplicates kept.
     QStringList allProductIdentifiers() const;
 
+    // The installed version: the product's own plug-in (when its check directory, if any, exists)
+    // or any version's own one, whichever is newest; null when none is installed.
+    QString checkInstalledPluginVersion() const;
+
     // "downloadURL", "arguments" (only when set) and "requiresAuthentication"; none only when the
     // download URL is null (an empty URL still gives settings).
     std::optional<QVariantMap> installerSettings() const;

@@ -128,7 +128,17 @@ bool VMUtils::checkInstallDirectory(const QString& path)
     if (path.isNull())
         return false;
     // A plain file at the path counts as found too.
-    return QFileInfo::exists(path) || QFileInfo(path).isSymLink();
+    const auto exists = [](const QString& candidate) {
+        return QFileInfo::exists(candidate) || QFileInfo(candidate).isSymLink();
+    };
+    if (exists(path))
+        return true;
+    // Catalogues name the Mac's paths; where the Mac's file system lives inside a system root,
+    // that is where they are.
+    if (!path.startsWith(QLatin1Char('/')))
+        return false;
+    const QString inRoot = Platform::systemInfo().pathInSystemRoot(path);
+    return inRoot != path && exists(inRoot);
 }
 
 QDateTime VMUtils::currentDate()

@@ -1,7 +1,9 @@
 #include "VMVersionItem.h"
 
 #include "catalogue/VMCatalogueReader.h"
+#include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMReleaseDate.h"
+#include "catalogue/VMSingleProductItem.h"
 #include "catalogue/VMUtils.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMLog.h"
@@ -133,4 +135,12 @@ bool VMVersionItem::setValue(const QVariant& value, const QString& key)
         return false;
     }
     return true;
+}
+
+QString VMVersionItem::checkInstalledPluginVersion() const
+{
+    const VMSingleProductItem* product = _productItem;
+    return VMInstalledVersions::installedVersionForVersion(
+        product ? product->productID() : QString(), _productIdentifier, _productCheckInstalledDirectory,
+        product ? product->productIdentifier() : QString(), product ? product->productCheckInstalledDirectory() : QString());
 }

@@ -38,6 +38,10 @@ public:
     // version's download URL is null or empty.
     std::optional<QVariantMap> installerSettings() const;
 
+    // The version installed through this version's own plug-in identifier or check directory (the
+    // missing one taken from its product); null when it names neither or nothing is found.
+    QString checkInstalledPluginVersion() const;
+
     // The single product that holds this version; null once the product lets it go.
     VMSingleProductItem* productItem() const { return _productItem; }
     void setProductItem(VMSingleProductItem* productItem) { _productItem = productItem; }

@@ -19,3 +19,10 @@ QString callSite(const QString& message, qint64 code, const char* function, int 
 #define VM_LOG_MESSAGE_CODE(message, code) VMLogger::logMessage(VM_CALL_SITE_CODE(message, code))
 #define VM_LOG_ERROR_CODE(message, code) VMLogger::logError(VM_CALL_SITE_CODE(message, code))
 #define VM_LOG_WARNING_CODE(message, code) VMLogger::logWarning(VM_CALL_SITE_CODE(message, code))
+
+namespace VMLog {
+// Writes the line only while extended logging is on. The preference is read on the main thread
+// (its settings object is not shared across threads), so a call from another thread is moved
+// there; each thread's lines keep their order.
+void logExtended(VMLogger::Severity severity, const QString& line);
+} // namespace VMLog

@@ -1,0 +1,478 @@
+#include "EngineRecorder.h"
+#include "LogCapture.h"
+#include "TestPrivilegedExecution.h"
+
+#include "catalogue/VMInstalledVersions.h"
+#include "engines/LVInstaller.h"
+#include "foundation/LVPreferences.h"
+#include "foundation/VMPropertyList.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <QtTest>
+
+// The runner's own rules, with a stand-in installer that prints what the test asks for: the
+// checks, the arguments, the verdict on the output, authorization, callbacks and release.
+class tst_LVInstaller : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void creation();
+    void userRunRefusesBadPaths_data();
+    void userRunRefusesBadPaths();
+    void userRunDoesNotJudgeOutput_data();
+    void userRunDoesNotJudgeOutput();
+    void userRunWithoutInstallerProgram();
+    void adminRunJudgesOutput_data();
+    void adminRunJudgesOutput();
+    void adminRunWithBadPathStillStarts_data();
+    void adminRunWithBadPathStillStarts();
+    void adminRunAuthorizationRefused_data();
+    void adminRunAuthorizationRefused();
+    void callerAuthorizationIsUsedAndNotFreed();
+    void finalCallbackComesLaterAndClearsDetectionCache();
+    void packageDeletedOnRelease_data();
+    void packageDeletedOnRelease();
+    void ownerMayDropInstallerMidRun();
+    void destroyedDelegateIsNotCalled();
+
+private:
+    QString writeFile(const QString& name, const QByteArray& content);
+    void setInstallerOutput(const QByteArray& output);
+    QStringList installerCalls() const;
+
+    std::unique_ptr<TestEnvironment> _env;
+    std::shared_ptr<TestPrivilegedExecution> _privileged;
+    std::shared_ptr<TestCommandLineTools> _tools;
+};
+
+QString tst_LVInstaller::writeFile(const QString& name, const QByteArray& content)
+{
+    const QString path = _env->path() + QLatin1Char('/') + name;
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return QString();
+    file.write(content);
+    return path;
+}
+
+void tst_LVInstaller::setInstallerOutput(const QByteArray& output)
+{
+    writeFile(QStringLiteral("tools/output"), output);
+}
+
+QStringList tst_LVInstaller::installerCalls() const
+{
+    QFile file(_env->path() + QStringLiteral("/tools/calls"));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+void tst_LVInstaller::init()
+{
+    _env = std::make_unique<TestEnvironment>();
+    VMInstalledVersions::clearBundleIdentifierCache();
+    _privileged = std::make_shared<TestPrivilegedExecution>();
+    Platform::setPrivilegedExecution(_privileged);
+    _tools = std::make_shared<TestCommandLineTools>();
+    const QString tools = _env->path() + QStringLiteral("/tools");
+    _tools->installer = writeFile(QStringLiteral("tools/installer"), "#!/bin/sh\n"
+                                                                     "echo \"$*\" >> '" +
+                                                                         tools.toUtf8() +
+                                                                         "/calls'\n"
+                                                                         "cat '" +
+                                                                         tools.toUtf8() + "/output'\n");
+    QFile::setPermissions(_tools->installer, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    setInstallerOutput("installer: The upgrade was successful.\n");
+    Platform::setCommandLineTools(_tools);
+}
+
+void tst_LVInstaller::cleanup()
+{
+    _privileged.reset();
+    _tools.reset();
+    _env.reset();
+}
+
+void tst_LVInstaller::creation()
+{
+    LogCapture log;
+    QVERIFY(!LVInstaller::installerWithFilePath(QString(), {}));
+    QCOMPARE(log.messages(), QStringList{QStringLiteral("filePath = nil")});
+    QCOMPARE(LVInstaller::defaultAuthorizationFlags(), 19);
+
+    int status = 0;
+    const auto authorization = _privileged->create(&status);
+    const QVariantMap options{{"requiresAuthentication", true},
+                              {"optionAuthorizationRef", QVariant::fromValue(authorization)},
+                              {"downloadURL", "https://example.invalid/a.pkg"}};
+    const auto installer = LVInstaller::installerWithFilePath(QStringLiteral("/tmp/a.pkg"), options);
+    QVERIFY(installer);
+    QCOMPARE(installer->filePath(), QStringLiteral("/tmp/a.pkg"));
+    QCOMPARE(installer->authorizationRef(), authorization);
+    QCOMPARE(installer->options(), options);
+    QVERIFY(!installer->deleteFileAfterInstallation());
+    QVERIFY(installer->error().isNull());
+}
+
+void tst_LVInstaller::userRunRefusesBadPaths_data()
+{
+    QTest::addColumn<QString>("file");   // created under the test folder unless it starts with '!'
+    QTest::addColumn<QString>("logged"); // '@' stands for the path
+    QTest::addColumn<QString>("description");
+    QTest::newRow("disk image") << "Glow.dmg"
+                                << "Not a pkg file"
+                                << "An internal Error occured: 'Not a pkg file'";
+    QTest::newRow("capital extension") << "Glow.PKG"
+                                       << "Not a pkg file"
+                                       << "An internal Error occured: 'Not a pkg file'";
+    QTest::newRow("missing package") << "!Glow.pkg"
+                                     << "File does not exist: @"
+                                     << "An internal Error occured: 'file does not exists'";
+}
+
+void tst_LVInstaller::userRunRefusesBadPaths()
+{
+    QFETCH(QString, file);
+    QFETCH(QString, logged);
+    QFETCH(QString, description);
+
+    QString path;
+    if (file.startsWith(QLatin1Char('!')))
+        path = _env->path() + QLatin1Char('/') + file.mid(1);
+    else
+        path = writeFile(file, "package");
+    LogCapture log;
+    EngineRecorder recorder;
+    QSignalSpy finished(&recorder, &EngineRecorder::finished);
+    auto installer = LVInstaller::installerWithFilePath(path, {});
+    installer->setDelegate(&recorder);
+    QCOMPARE(installer->start(), QFileInfo::exists(path));
+    QVERIFY(finished.wait());
+
+    QCOMPARE(recorder.events, QStringList{QStringLiteral("installFailed")});
+    QCOMPARE(recorder.error.domain(), QStringLiteral("LVInstaller"));
+    QCOMPARE(recorder.error.localizedDescription(), description);
+    QCOMPARE(log.messages(), QStringList{QString(logged).replace(QLatin1Char('@'), path)});
+    QVERIFY(installerCalls().isEmpty());
+}
+
+void tst_LVInstaller::userRunDoesNotJudgeOutput_data()
+{
+    QTest::addColumn<QByteArray>("output");
+    QTest::addColumn<QVariant>("arguments");
+    QTest::addColumn<QString>("expectedCall");
+    QTest::newRow("upgrade, no arguments") << QByteArray("installer: The upgrade was successful.\n") << QVariant()
+                                           << "-pkg @ -target CurrentUserHomeDirectory";
+    QTest::newRow("error text still succeeds")
+        << QByteArray("installer: Error - the package is damaged.\n") << QVariant(QStringLiteral("-verbose"))
+        << "-pkg @ -target CurrentUserHomeDirectory -verbose";
+    QTest::newRow("arguments kept whole")
+        << QByteArray("") << QVariant(QStringLiteral("-lang en")) << "-pkg @ -target CurrentUserHomeDirectory -lang en";
+    QTest::newRow("empty arguments left out")
+        << QByteArray("x") << QVariant(QStringLiteral("")) << "-pkg @ -target CurrentUserHomeDirectory";
+}
+
+void tst_LVInstaller::userRunDoesNotJudgeOutput()
+{
+    QFETCH(QByteArray, output);
+    QFETCH(QVariant, arguments);
+    QFETCH(QString, expectedCall);
+
+    setInstallerOutput(output);
+    const QString package = writeFile(QStringLiteral("downloads/Glow.pkg"), "package");
+    QVariantMap options{{"requiresAuthentication", false}};
+    if (arguments.isValid())
+        options.insert(QStringLiteral("arguments"), arguments);
+    EngineRecorder recorder;
+    QSignalSpy finished(&recorder, &EngineRecorder::finished);
+    auto installer = LVInstaller::installerWithFilePath(package, options);
+    installer->setDelegate(&recorder);
+    installer->startInBackground();
+    installer.reset();
+    QVERIFY(finished.wait());
+
+    QCOMPARE(recorder.events, (QStringList{"installStarted", "installCompleted"}));
+    QVERIFY(recorder.allOnMainThread);
+    QVERIFY(recorder.error.isNull());
+    QCOMPARE(installerCalls(), QStringList{expectedCall.replace(QLatin1Char('@'), package)});
+    QVERIFY(_env->systemLog->lines().contains(QStringLiteral("installer output: ") + QString::fromUtf8(output)));
+    QCOMPARE(_privileged->creates.load(), 0);
+}
+
+void tst_LVInstaller::userRunWithoutInstallerProgram()
+{
+    _tools->installer = _env->path() + QStringLiteral("/tools/no-such-installer");
+    const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
+    EngineRecorder recorder;
+    QSignalSpy finished(&recorder, &EngineRecorder::finished);
+    auto installer = LVInstaller::installerWithFilePath(package, {});
+    installer->setDelegate(&recorder);
+    installer->startInBackground();
+    QVERIFY(finished.wait());
+    QCOMPARE(recorder.events, (QStringList{"installStarted", "installFailed"}));
+    QCOMPARE(recorder.error.domain(), QStringLiteral("LVInstaller"));
+    QVERIFY(!recorder.error.localizedDescription().isEmpty());
+}
+
+void tst_LVInstaller::adminRunJudgesOutput_data()
+{
+    QTest::addColumn<QByteArray>("output");
+    QTest::addColumn<bool>("succeeds");
+    QTest::newRow("upgrade") << QByteArray("installer: Package name is Glow\ninstaller: The upgrade was successful.\n")
+                             << true;
+    QTest::newRow("fresh install counts as failure") << QByteArray("installer: The install was successful.\n") << false;
+    QTest::newRow("anywhere in the text") << QByteArray("xThe upgrade was successfuly") << true;
+    QTest::newRow("nothing printed") << QByteArray() << false;
+    QTest::newRow("case matters") << QByteArray("the upgrade was successful") << false;
+    QTest::newRow("long UTF-8 output") << QByteArray("R\xc3\xa9sum\xc3\xa9 ").repeated(100) +
+                                              "The upgrade was successful"
+                                       << true;
+}
+
+void tst_LVInstaller::adminRunJudgesOutput()
+{
+    QFETCH(QByteArray, output);
+    QFETCH(bool, succeeds);
+
+    setInstallerOutput(output);
+    const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
+    EngineRecorder recorder;
+    QSignalSpy finished(&recorder, &EngineRecorder::finished);
+    auto installer = LVInstaller::installerWithFilePath(package, {{"requiresAuthentication", true}});
+    installer->setDelegate(&recorder);
+    installer->startInBackground();
+    QVERIFY(finished.wait());
+
+    QCOMPARE(recorder.events, (QStringList{"installStarted", succeeds ? "installCompleted" : "installFailed"}));
+    QCOMPARE(installerCalls(), QStringList{QStringLiteral("-pkg %1 -target /").arg(package)});
+    QCOMPARE(_privileged->prompts.load(), 1);
+    QCOMPARE(_privileged->frees.load(), 1);
+    if (succeeds) {
+        QVERIFY(recorder.error.isNull());
+        QVERIFY(installer->error().isNull());
+    } else {
+        QCOMPARE(recorder.error, VMError(QStringLiteral("LVInstaller"), -1, QStringLiteral("Installation Failed"),
+                                         QString::fromUtf8(output)));
+    }
+}
+
+void tst_LVInstaller::adminRunWithBadPathStillStarts_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("logged");
+    QTest::newRow("missing") << "!Glow.pkg"
+                             << "File does not exist: @";
+    QTest::newRow("not a package") << "Glow.zip"
+                                   << "Not a pkg file";
+    QTest::newRow("path too long") << QStringList(6, QString(200, QLatin1Char('d'))).join(QLatin1Char('/')) +
+                                          "/Glow.pkg"
+                                   << "getCString failed";
+}
+
+void tst_LVInstaller::adminRunWithBadPathStillStarts()
+{
+    QFETCH(QString, file);
+    QFETCH(QString, logged);
+
+    const QString path =
+        file.startsWith(QLatin1Char('!')) ? _env->path() + QLatin1Char('/') + file.mid(1) : writeFile(file, "package");
+    QVERIFY(!path.isNull());
+    LogCapture log;
+    EngineRecorder recorder;
+    QSignalSpy finished(&recorder, &EngineRecorder::finished);
+    auto installer = LVInstaller::installerWithFilePath(path, {{"requiresAuthentication", true}});
+    installer->setDelegate(&recorder);
+    installer->startInBackground();
+    QVERIFY(finished.wait());
+
+    // The specific problem is only logged; the caller hears the general verdict.
+    QCOMPARE(recorder.events, (QStringList{"installStarted", "installFailed"}));
+    QCOMPARE(recorder.error,
+             VMError(QStringLiteral("LVInstaller"), -1, QStringLiteral("Installation Failed"), QString("")));
+    QCOMPARE(log.messages(), QStringList{QString(logged).replace(QLatin1Char('@'), path)});
+    QCOMPARE(_privileged->prompts.load(), 0);
+    QVERIFY(installerCalls().isEmpty());
+}
+
+void tst_LVInstaller::adminRunAuthorizationRefused_data()
+{
+    QTest::addColumn<int>("consent");
+    QTest::addColumn<int>("createStatus");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QStringList>("logged");
+    QTest::addColumn<int>("frees");
+    QTest::newRow("cancelled") << int(TestPrivilegedExecution::Cancel) << 0 << -60006 << QStringList() << 1;
+    QTest::newRow("refused") << int(TestPrivilegedExecution::Refuse) << 0 << -60005 << QStringList() << 1;
+    QTest::newRow("no authorization") << int(TestPrivilegedExecution::Grant) << -60001 << -60001
+                                      << QStringList{"AuthorizationCreate failed"} << 0;
+}
+
+void tst_LVInstaller::adminRunAuthorizationRefused()
+{
+    QFETCH(int, consent);
+    QFETCH(int, createStatus);
+    QFETCH(int, code);
+    QFETCH(QStringList, logged);
+    QFETCH(int, frees);
+
+    _privileged->consent = TestPrivilegedExecution::Consent(consent);
+    _privileged->createStatus = createStatus;
+    const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
+    LogCapture log;
+    EngineRecorder recorder;
+    QSignalSpy finished(&recorder, &EngineRecorder::finished);
+    auto installer = LVInstaller::installerWithFilePath(package, {{"requiresAuthentication", true}});
+    installer->setDelegate(&recorder);
+    installer->startInBackground();
+    QVERIFY(finished.wait());
+
+    QCOMPARE(recorder.events, (QStringList{"installStarted", "installFailed"}));
+    QCOMPARE(recorder.error.code(), code);
+    QCOMPARE(recorder.error.localizedDescription(), QStringLiteral("Installation Failed"));
+    QCOMPARE(log.messages(), logged);
+    QCOMPARE(_privileged->frees.load(), frees);
+    QVERIFY(installerCalls().isEmpty());
+}
+
+void tst_LVInstaller::callerAuthorizationIsUsedAndNotFreed()
+{
+    int status = -1;
+    const auto authorization = _privileged->create(&status);
+    QCOMPARE(_privileged->copyRights(authorization, QStringLiteral("system.privilege.admin"), true), 0);
+    QCOMPARE(_privileged->prompts.load(), 1);
+
+    EngineRecorder recorder;
+    QSignalSpy finished(&recorder, &EngineRecorder::finished);
+    for (const QString& name : {QStringLiteral("A.pkg"), QStringLiteral("B.pkg")}) {
+        auto installer = LVInstaller::installerWithFilePath(
+            writeFile(name, "package"),
+            {{"requiresAuthentication", true}, {"optionAuthorizationRef", QVariant::fromValue(authorization)}});
+        installer->setDelegate(&recorder);
+        installer->start();
+        QVERIFY(finished.wait());
+    }
+    QCOMPARE(recorder.events,
+             (QStringList{"installStarted", "installCompleted", "installStarted", "installCompleted"}));
+    QCOMPARE(_privileged->prompts.load(), 1);
+    QCOMPARE(_privileged->creates.load(), 1);
+    QCOMPARE(_privileged->frees.load(), 0);
+    QCOMPARE(installerCalls().size(), 2);
+}
+
+void tst_LVInstaller::finalCallbackComesLaterAndClearsDetectionCache()
+{
+    VMDispatch::setDelayScale(0.2); // 2.0 s -> 400 ms
+    const QString id = QStringLiteral("com.quarnet.FxPlug.GlowXPC");
+    QVERIFY(!VMInstalledVersions::checkProductVersionsInBundle(id)->contains(QStringLiteral("XPC_")));
+
+    // What the package would lay down; the stand-in installer only reports success.
+    const QString contents =
+        _env->systemRoot() +
+        QStringLiteral("/Applications/Lumivane/Glow.app/Contents/PlugIns/GlowXPC.pluginkit/Contents");
+    QDir().mkpath(contents);
+    QFile info(contents + QStringLiteral("/Info.plist"));
+    QVERIFY(info.open(QIODevice::WriteOnly));
+    info.write(VMPropertyList::toXmlData(QVariantMap{{"CFBundleIdentifier", id}, {"CFBundleVersion", "1.2 (7)"}}));
+    info.close();
+    QVERIFY(!VMInstalledVersions::checkProductVersionsInBundle(id)->contains(QStringLiteral("XPC_")));
+
+    EngineRecorder recorder;
+    QSignalSpy finished(&recorder, &EngineRecorder::finished);
+    auto installer = LVInstaller::installerWithFilePath(writeFile(QStringLiteral("Glow.pkg"), "p"),
+                                                        {{"requiresAuthentication", true}});
+    installer->setDelegate(&recorder);
+    installer->startInBackground();
+    QTRY_COMPARE(recorder.events, QStringList{QStringLiteral("installStarted")});
+    QCOMPARE(VMInstalledVersions::checkProductVersionsInBundle(id)->value(QStringLiteral("XPC_")), QVariant());
+    QVERIFY(finished.wait());
+    QVERIFY2(recorder.finishedAt - recorder.startedAt >= 380,
+             qPrintable(QString::number(recorder.finishedAt - recorder.startedAt)));
+    QCOMPARE(VMInstalledVersions::checkProductVersionsInBundle(id)->value(QStringLiteral("XPC_")), QVariant("1.2"));
+}
+
+void tst_LVInstaller::packageDeletedOnRelease_data()
+{
+    QTest::addColumn<bool>("deleteFile");
+    QTest::addColumn<bool>("admin");
+    QTest::addColumn<QByteArray>("output");
+    QTest::newRow("after success") << true << true << QByteArray("The upgrade was successful");
+    QTest::newRow("after failure") << true << true << QByteArray("The install was successful");
+    QTest::newRow("after a user run") << true << false << QByteArray();
+    QTest::newRow("kept when not asked") << false << true << QByteArray("The upgrade was successful");
+}
+
+void tst_LVInstaller::packageDeletedOnRelease()
+{
+    QFETCH(bool, deleteFile);
+    QFETCH(bool, admin);
+    QFETCH(QByteArray, output);
+
+    setInstallerOutput(output);
+    const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
+    EngineRecorder recorder;
+    QSignalSpy finished(&recorder, &EngineRecorder::finished);
+    recorder.installerHeld = LVInstaller::installerWithFilePath(package, {{"requiresAuthentication", admin}});
+    QPointer<LVInstaller> watch = recorder.installerHeld.get();
+    recorder.installerHeld->setDelegate(&recorder);
+    recorder.installerHeld->setDeleteFileAfterInstallation(deleteFile);
+    recorder.installerHeld->startInBackground();
+    QVERIFY(finished.wait());
+    QTRY_VERIFY(watch.isNull());
+    QCOMPARE(QFile::exists(package), !deleteFile);
+}
+
+void tst_LVInstaller::ownerMayDropInstallerMidRun()
+{
+    // The installer runs slowly; its owner lets go at once.
+    const QString slow =
+        writeFile(QStringLiteral("tools/slow-installer"), "#!/bin/sh\nsleep 0.3\necho 'The upgrade was successful'\n");
+    QFile::setPermissions(slow, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    _tools->installer = slow;
+    const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
+    EngineRecorder recorder;
+    QSignalSpy finished(&recorder, &EngineRecorder::finished);
+    auto installer = LVInstaller::installerWithFilePath(package, {{"requiresAuthentication", true}});
+    QPointer<LVInstaller> watch = installer.get();
+    installer->setDelegate(&recorder);
+    installer->setDeleteFileAfterInstallation(true);
+    installer->startInBackground();
+    installer.reset();
+    QVERIFY(!watch.isNull());
+    QVERIFY(finished.wait());
+    QCOMPARE(recorder.events, (QStringList{"installStarted", "installCompleted"}));
+    QTRY_VERIFY(watch.isNull());
+    QVERIFY(!QFile::exists(package));
+}
+
+void tst_LVInstaller::destroyedDelegateIsNotCalled()
+{
+    const QString slow =
+        writeFile(QStringLiteral("tools/slow-installer"), "#!/bin/sh\nsleep 0.2\necho 'The upgrade was successful'\n");
+    QFile::setPermissions(slow, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    _tools->installer = slow;
+    auto recorder = std::make_unique<EngineRecorder>();
+    QStringList heard;
+    connect(recorder.get(), &EngineRecorder::finished, this, [&] { heard = recorder->events; });
+    auto installer = LVInstaller::installerWithFilePath(writeFile(QStringLiteral("Glow.pkg"), "p"),
+                                                        {{"requiresAuthentication", true}});
+    installer->setDelegate(recorder.get());
+    installer->startInBackground();
+    QTRY_COMPARE(recorder->events, QStringList{QStringLiteral("installStarted")});
+    recorder.reset();
+    QVERIFY(!installer->delegate());
+    QPointer<LVInstaller> watch = installer.get();
+    installer.reset();
+    QTRY_VERIFY(watch.isNull());
+    QVERIFY(heard.isEmpty());
+}
+
+QTEST_GUILESS_MAIN(tst_LVInstaller)
+#include "tst_LVInstaller.moc"
