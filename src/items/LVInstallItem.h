@@ -1,6 +1,8 @@
 #pragma once
 
 #include "engines/LVDownloaderDelegate.h"
+#include "engines/LVInstallerDelegate.h"
+#include "engines/LVUninstallerDelegate.h"
 #include "manager/LVOutlineItem.h"
 
 #include <QObject>
@@ -21,7 +23,11 @@ class QEvent;
 // The base of every install row (product, bundle, bundle member, "update all"). It owns the row's
 // install status and is the one place that reports a change of it to the install list; all other
 // answers are neutral defaults that the concrete rows override.
-class LVInstallItem : public QObject, public LVOutlineItem, public LVDownloaderDelegate
+class LVInstallItem : public QObject,
+                      public LVOutlineItem,
+                      public LVDownloaderDelegate,
+                      public LVInstallerDelegate,
+                      public LVUninstallerDelegate
 {
     Q_OBJECT
 public:
@@ -71,12 +77,12 @@ public:
     void downloadProgress(double progress, LVDownloader* downloader) override;
     void downloadCompleted(LVDownloader* downloader) override;
     void downloadFailed(LVDownloader* downloader) override;
-    virtual void installStarted(LVInstaller* installer);
-    virtual void installCompleted(LVInstaller* installer);
-    virtual void installFailed(LVInstaller* installer);
-    virtual void uninstallStarted(LVUninstaller* uninstaller);
-    virtual void uninstallCompleted(LVUninstaller* uninstaller);
-    virtual void uninstallFailed(LVUninstaller* uninstaller);
+    void installStarted(LVInstaller* installer) override;
+    void installCompleted(LVInstaller* installer) override;
+    void installFailed(LVInstaller* installer) override;
+    void uninstallStarted(LVUninstaller* uninstaller) override;
+    void uninstallCompleted(LVUninstaller* uninstaller) override;
+    void uninstallFailed(LVUninstaller* uninstaller) override;
 
 signals:
     // Every real change of the status, after the install manager has been told.
