@@ -656,7 +656,7 @@ void LVInstallManager::setBadge(QLabel* badgeView, qint64 count)
         badgeView->setPixmap(QPixmap::fromImage(batchImageWithNumber(count, LVBadgeImage::systemOrangeColor())));
         badgeView->show();
     }
-    _ui->_mainSegmentedControl->update();
+    _ui->_mainSegmentedControl->placeBadges();
 }
 
 QImage LVInstallManager::batchImageWithNumber(qint64 number, const QColor& color)

@@ -32,6 +32,8 @@ void LVSegmentedControl::setLabel(const QString& label, int segment)
     if (segment < 0 || segment >= _segments.size())
         return;
     _segments[segment].label = label;
+    updateGeometry();
+    placeBadges();
     update();
 }
 
@@ -72,6 +74,7 @@ void LVSegmentedControl::setCompact(bool compact)
 {
     _compact = compact;
     updateGeometry();
+    placeBadges();
     update();
 }
 
@@ -128,7 +131,6 @@ void LVSegmentedControl::paintEvent(QPaintEvent*)
 {
     if (_segments.isEmpty())
         return;
-    placeBadges();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const QRect first = segmentRect(0);

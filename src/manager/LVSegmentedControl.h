@@ -28,6 +28,8 @@ public:
     int tagForSegment(int segment) const;
 
     void setBadgeView(int segment, QLabel* badge);
+    // Puts each badge at the top right of its segment; call it when a badge's image changes.
+    void placeBadges();
 
     // Smaller segments for a secondary control.
     void setCompact(bool compact);
@@ -54,7 +56,6 @@ private:
         QPointer<QLabel> badge;
     };
     int segmentWidth() const;
-    void placeBadges();
     QFont segmentFont() const;
 
     QList<Segment> _segments;
