@@ -16,6 +16,7 @@
 #include "catalogue/VMBundleProductItem.h"
 #include "catalogue/VMCatalogue.h"
 #include "catalogue/VMHelpItemsCollection.h"
+#include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMNewsCollection.h"
 #include "catalogue/VMProductsCollection.h"
 #include "catalogue/VMSingleProductItem.h"
@@ -926,4 +927,34 @@ QWidget* LVInstallManager::window() const
 bool LVInstallManager::isUpdating() const
 {
     return _progressView != nullptr;
+}
+
+std::optional<QVariantMap> LVInstallManager::checkProductVersionsInBundle(const QString& bundleIdentifier)
+{
+    return VMInstalledVersions::checkProductVersionsInBundle(bundleIdentifier);
+}
+
+QString LVInstallManager::filePathToBundle(const QString& bundleIdentifier)
+{
+    return VMInstalledVersions::filePathToBundle(bundleIdentifier);
+}
+
+QString LVInstallManager::findXPCBunde(const QString& bundleIdentifier, const QString& folder)
+{
+    return VMInstalledVersions::findXPCBunde(bundleIdentifier, folder);
+}
+
+QString LVInstallManager::filePathToXPCBundleUsingPluginKit(const QString& bundleIdentifier)
+{
+    return VMInstalledVersions::filePathToXPCBundleUsingPluginKit(bundleIdentifier);
+}
+
+bool LVInstallManager::registerPluginkitBundle(const QString& path)
+{
+    return VMInstalledVersions::registerPluginkitBundle(path);
+}
+
+void LVInstallManager::clearBundleIdentifierCache()
+{
+    VMInstalledVersions::clearBundleIdentifierCache();
 }

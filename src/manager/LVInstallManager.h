@@ -12,7 +12,9 @@
 #include <QPoint>
 #include <QPointer>
 #include <QUrl>
+#include <QVariantMap>
 #include <functional>
+#include <optional>
 #include <memory>
 
 namespace Ui {
@@ -131,6 +133,14 @@ public:
     void updateInstallTabTitle();
     void updateStatusChanged(uint status, LVInstallItem* installItem);
     static QImage batchImageWithNumber(qint64 number, const QColor& color);
+
+    // Installed-version detection, kept in core; these are the names the rows know it by.
+    static std::optional<QVariantMap> checkProductVersionsInBundle(const QString& bundleIdentifier);
+    static QString filePathToBundle(const QString& bundleIdentifier);
+    static QString findXPCBunde(const QString& bundleIdentifier, const QString& folder);
+    static QString filePathToXPCBundleUsingPluginKit(const QString& bundleIdentifier);
+    static bool registerPluginkitBundle(const QString& path);
+    static void clearBundleIdentifierCache();
 
     // Icon cache shared by all rows; safe from any thread.
     static QImage cachedIconForURL(const QUrl& url);
