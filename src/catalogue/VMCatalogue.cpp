@@ -1,7 +1,5 @@
 #include "VMCatalogue.h"
 
-#include "foundation/VMDispatch.h"
-
 #include "catalogue/VMCatalogueReader.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMLog.h"
@@ -24,11 +22,7 @@ VMCatalogue VMCatalogue::initWithData(const QByteArray& data)
         VM_LOG_MESSAGE(catalogue._errorDescription);
         return catalogue;
     }
-    VMCatalogue catalogue = initWithDict(root.toMap());
-    // The records hold what they need; a big parsed tree is let go of off this thread.
-    if (data.size() >= 1024 * 1024)
-        VMDispatch::performInBackground([tree = root] {});
-    return catalogue;
+    return initWithDict(root.toMap());
 }
 
 VMCatalogue VMCatalogue::initWithDict(const QVariantMap& root)

@@ -1,7 +1,5 @@
 #include "VMPropertyList.h"
 
-#include "foundation/VMDispatch.h"
-
 #include <QDateTime>
 #include <QFile>
 #include <QTimeZone>
@@ -23,7 +21,6 @@ const QDateTime& referenceDate()
 }
 
 constexpr int kMaxDepth = 512;
-constexpr qsizetype kBackgroundFreeThreshold = 1024 * 1024;
 
 struct PlistDeleter
 {
@@ -218,15 +215,10 @@ QVariant fromData(const QByteArray& data, QString* errorString)
     } else {
         plist_from_xml(data.constData(), length, &root);
     }
+    PlistPtr guard(root);
     if (!root)
         return fail(QStringLiteral("The data couldn't be read because it isn't in the correct format."));
     QVariant result = toVariant(root, 0);
-    // Freeing libplist's tree costs more than parsing it; a big one (a whole catalogue) is freed
-    // off the caller's thread so that the caller can go on with the values at once.
-    if (data.size() >= kBackgroundFreeThreshold)
-        VMDispatch::performInBackground([root] { plist_free(root); });
-    else
-        plist_free(root);
     if (!result.isValid())
         return fail(QStringLiteral("The property list holds nothing that can be read."));
     return result;
