@@ -4,7 +4,7 @@
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
 
-VMHelpItemsCollection::VMHelpItemsCollection() = default;
+VMHelpItemsCollection::VMHelpItemsCollection() : VMPropertyTable("VMHelpItemsCollection") {}
 
 VMHelpItemsCollection::~VMHelpItemsCollection()
 {
@@ -65,27 +65,6 @@ bool VMHelpItemsCollection::setValue(const QVariant& value, const QString& key)
     setHelpItems(value.value<QList<VMHelpItemPtr>>());
     postNotification(QStringLiteral("reloadNodeTable"));
     return true;
-}
-
-void VMHelpItemsCollection::setProperty(const QVariant& value, const QString& key)
-{
-    if (key.isNull()) {
-        VM_LOG_MESSAGE(QStringLiteral("key = nil"));
-        return;
-    }
-    if (!value.isValid())
-        _properties.remove(key);
-    else
-        _properties.insert(key, value);
-}
-
-QVariant VMHelpItemsCollection::propertyForKey(const QString& key) const
-{
-    if (key.isNull()) {
-        VM_LOG_MESSAGE(QStringLiteral("key = nil"));
-        return QVariant();
-    }
-    return _properties.value(key);
 }
 
 QList<VMNodePtr> VMHelpItemsCollection::children() const

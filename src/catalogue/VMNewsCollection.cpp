@@ -4,7 +4,7 @@
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
 
-VMNewsCollection::VMNewsCollection() = default;
+VMNewsCollection::VMNewsCollection() : VMPropertyTable("VMNewsCollection") {}
 
 VMNewsCollection::~VMNewsCollection()
 {
@@ -69,27 +69,6 @@ bool VMNewsCollection::setValue(const QVariant& value, const QString& key)
     setNewsItems(value.value<QList<VMNewsItemPtr>>());
     postNotification(QStringLiteral("reloadNodeTable"));
     return true;
-}
-
-void VMNewsCollection::setProperty(const QVariant& value, const QString& key)
-{
-    if (key.isNull()) {
-        VM_LOG_MESSAGE(QStringLiteral("key = nil"));
-        return;
-    }
-    if (!value.isValid())
-        _properties.remove(key);
-    else
-        _properties.insert(key, value);
-}
-
-QVariant VMNewsCollection::propertyForKey(const QString& key) const
-{
-    if (key.isNull()) {
-        VM_LOG_MESSAGE(QStringLiteral("key = nil"));
-        return QVariant();
-    }
-    return _properties.value(key);
 }
 
 QList<VMNodePtr> VMNewsCollection::children() const

@@ -2,6 +2,7 @@
 
 #include "catalogue/VMNewsItem.h"
 #include "catalogue/VMNode.h"
+#include "catalogue/VMPropertyTable.h"
 
 #include <QList>
 #include <QVariant>
@@ -12,7 +13,7 @@ class VMNewsCollection;
 using VMNewsCollectionPtr = std::shared_ptr<VMNewsCollection>;
 
 // The catalogue's news items, in catalogue order.
-class VMNewsCollection : public VMNode
+class VMNewsCollection : public VMNode, public VMPropertyTable
 {
 public:
     VMNewsCollection();
@@ -33,18 +34,12 @@ public:
     // was recognised.
     bool setValue(const QVariant& value, const QString& key);
 
-    // A null key logs and does nothing; an invalid value removes the key.
-    void setProperty(const QVariant& value, const QString& key);
-    QVariant propertyForKey(const QString& key) const;
-    QVariantMap properties() const { return _properties; }
-
     QString title() const override { return QStringLiteral("Root"); }
     bool titleEditable() const override { return false; }
     bool isExpandable() const override { return true; }
     QList<VMNodePtr> children() const override;
 
 private:
-    QVariantMap _properties;
     QList<VMNewsItemPtr> _newsItems;
 };
 

@@ -5,7 +5,9 @@
 #include "catalogue/VMUtils.h"
 #include "foundation/VMLog.h"
 
-VMNewsItem::VMNewsItem() : _title(QStringLiteral("Untitled News")), _releaseDate(VMUtils::currentDate()) {}
+VMNewsItem::VMNewsItem()
+    : VMPropertyTable("VMNewsItem"), _title(QStringLiteral("Untitled News")), _releaseDate(VMUtils::currentDate())
+{}
 
 VMNewsItem::~VMNewsItem() = default;
 
@@ -33,27 +35,6 @@ VMNewsItemPtr VMNewsItem::initWithDict(const QVariantMap& dict)
     if (!reader.ok())
         VM_LOG_MESSAGE(reader.problem());
     return item;
-}
-
-void VMNewsItem::setProperty(const QVariant& value, const QString& key)
-{
-    if (key.isNull()) {
-        VM_LOG_MESSAGE(QStringLiteral("key = nil"));
-        return;
-    }
-    if (!value.isValid())
-        _properties.remove(key);
-    else
-        _properties.insert(key, value);
-}
-
-QVariant VMNewsItem::propertyForKey(const QString& key) const
-{
-    if (key.isNull()) {
-        VM_LOG_MESSAGE(QStringLiteral("key = nil"));
-        return QVariant();
-    }
-    return _properties.value(key);
 }
 
 bool VMNewsItem::setValue(const QVariant& value, const QString& key)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "catalogue/VMNode.h"
+#include "catalogue/VMPropertyTable.h"
 
 #include <QDateTime>
 #include <QString>
@@ -13,7 +14,7 @@ class VMNewsItem;
 using VMNewsItemPtr = std::shared_ptr<VMNewsItem>;
 
 // A dated announcement of the catalogue's news section.
-class VMNewsItem : public VMNode
+class VMNewsItem : public VMNode, public VMPropertyTable
 {
 public:
     // Property-table key: the height of the downloaded news image (a double).
@@ -29,11 +30,6 @@ public:
 
     VMNewsCollection* collection() const { return _collection; }
     void setCollection(VMNewsCollection* collection) { _collection = collection; }
-
-    // A null key logs and does nothing; an invalid value removes the key.
-    void setProperty(const QVariant& value, const QString& key);
-    QVariant propertyForKey(const QString& key) const;
-    QVariantMap properties() const { return _properties; }
 
     // Key-value setting by property name; "title" posts "reloadItemInNodeTable".
     bool setValue(const QVariant& value, const QString& key);
@@ -59,7 +55,6 @@ public:
     void setMoreInfoURL(const QString& url) { _moreInfoURL = url; }
 
 private:
-    QVariantMap _properties;
     QString _title;
     QDateTime _releaseDate;
     qint64 _showDays = 0;

@@ -6,27 +6,6 @@
 
 VMProductItem::~VMProductItem() = default;
 
-void VMProductItem::setProperty(const QVariant& value, const QString& key)
-{
-    if (key.isNull()) {
-        VM_LOG_MESSAGE(QStringLiteral("key = nil"));
-        return;
-    }
-    if (!value.isValid())
-        _properties.remove(key);
-    else
-        _properties.insert(key, value);
-}
-
-QVariant VMProductItem::propertyForKey(const QString& key) const
-{
-    if (key.isNull()) {
-        VM_LOG_MESSAGE(QStringLiteral("key = nil"));
-        return QVariant();
-    }
-    return _properties.value(key);
-}
-
 bool VMProductItem::setValue(const QVariant& value, const QString& key)
 {
     if (key == QLatin1String("productID")) {

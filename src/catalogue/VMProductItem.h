@@ -1,6 +1,7 @@
 #pragma once
 
 #include "catalogue/VMNode.h"
+#include "catalogue/VMPropertyTable.h"
 
 #include <QString>
 #include <QVariant>
@@ -11,7 +12,7 @@ class VMCatalogueReader;
 class VMProductsCollection;
 
 // A product of the catalogue: a single installable plug-in or a bundle of them.
-class VMProductItem : public VMNode
+class VMProductItem : public VMNode, public VMPropertyTable
 {
 public:
     ~VMProductItem() override;
@@ -27,11 +28,6 @@ public:
     VMProductsCollection* collection() const { return _collection; }
     void setCollection(VMProductsCollection* collection) { _collection = collection; }
 
-    // A null key logs and does nothing; an invalid value removes the key.
-    void setProperty(const QVariant& value, const QString& key);
-    QVariant propertyForKey(const QString& key) const;
-    QVariantMap properties() const { return _properties; }
-
     // Key-value setting by property name, with the notifications the outline relies on. Answers
     // whether the key was recognised.
     virtual bool setValue(const QVariant& value, const QString& key);
@@ -42,12 +38,11 @@ public:
     QList<VMNodePtr> children() const override { return {}; }
 
 protected:
-    VMProductItem() = default;
+    VMProductItem() : VMPropertyTable("VMProductItem") {}
     // Reads "Product ID" and "Properties", the keys every product starts with.
     void readBase(VMCatalogueReader& reader);
     static void logUnrecognizedKey(const QString& key);
 
-    QVariantMap _properties;
     QString _productID;
     VMProductsCollection* _collection = nullptr;
 };

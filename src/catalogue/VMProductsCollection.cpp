@@ -6,7 +6,7 @@
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
 
-VMProductsCollection::VMProductsCollection() = default;
+VMProductsCollection::VMProductsCollection() : VMPropertyTable("VMProductsCollection") {}
 
 VMProductsCollection::~VMProductsCollection()
 {
@@ -97,27 +97,6 @@ bool VMProductsCollection::setValue(const QVariant& value, const QString& key)
     setProductItems(value.value<QList<VMProductItemPtr>>());
     postNotification(QStringLiteral("reloadNodeTable"));
     return true;
-}
-
-void VMProductsCollection::setProperty(const QVariant& value, const QString& key)
-{
-    if (key.isNull()) {
-        VM_LOG_MESSAGE(QStringLiteral("key = nil"));
-        return;
-    }
-    if (!value.isValid())
-        _properties.remove(key);
-    else
-        _properties.insert(key, value);
-}
-
-QVariant VMProductsCollection::propertyForKey(const QString& key) const
-{
-    if (key.isNull()) {
-        VM_LOG_MESSAGE(QStringLiteral("key = nil"));
-        return QVariant();
-    }
-    return _properties.value(key);
 }
 
 QList<VMNodePtr> VMProductsCollection::children() const

@@ -2,6 +2,7 @@
 
 #include "catalogue/VMNode.h"
 #include "catalogue/VMProductItem.h"
+#include "catalogue/VMPropertyTable.h"
 
 #include <QList>
 #include <QStringList>
@@ -13,7 +14,7 @@ class VMProductsCollection;
 using VMProductsCollectionPtr = std::shared_ptr<VMProductsCollection>;
 
 // The catalogue's products and bundles, in catalogue order.
-class VMProductsCollection : public VMNode
+class VMProductsCollection : public VMNode, public VMPropertyTable
 {
 public:
     VMProductsCollection();
@@ -38,18 +39,12 @@ public:
     // was recognised.
     bool setValue(const QVariant& value, const QString& key);
 
-    // A null key logs and does nothing; an invalid value removes the key.
-    void setProperty(const QVariant& value, const QString& key);
-    QVariant propertyForKey(const QString& key) const;
-    QVariantMap properties() const { return _properties; }
-
     QString title() const override { return QStringLiteral("Root"); }
     bool titleEditable() const override { return false; }
     bool isExpandable() const override { return true; }
     QList<VMNodePtr> children() const override;
 
 private:
-    QVariantMap _properties;
     QList<VMProductItemPtr> _productItems;
 };
 
