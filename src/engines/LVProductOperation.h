@@ -1,0 +1,178 @@
+#pragma once
+
+#include "catalogue/VMSingleProductItem.h"
+#include "engines/LVDownloaderDelegate.h"
+#include "engines/LVInstallerDelegate.h"
+#include "engines/LVUninstallerDelegate.h"
+#include "platform/PrivilegedExecution.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <QUrl>
+#include <QVariant>
+#include <QVariantMap>
+#include <memory>
+
+class LVDownloader;
+class LVInstaller;
+class LVUninstaller;
+
+// Carries one product through download -> package installer -> confirmation, and through
+// uninstall: the one mechanism behind the single-product row, the bundle's product rows, the
+// update-all tool and the command line. It owns the downloader, the downloaded package, the
+// installer settings and the installer or uninstaller of its product, and deletes packages it no
+// longer needs. Policy (alerts, queues, the 2.0 s waits, what a failure means) stays with the owner.
+//
+// The owner hears the engines' own callbacks (downloadStarted:, installCompleted:, ...), forwarded
+// after the operation has updated its phase, so rows keep their callbacks and read identifiers and
+// represented objects from the engine as before. Everything here runs on the main thread except
+// install(..., Synchronous) and runUninstallSynchronously(), which block the calling background thread.
+class LVProductOperation : public QObject,
+                           public LVDownloaderDelegate,
+                           public LVInstallerDelegate,
+                           public LVUninstallerDelegate
+{
+    Q_OBJECT
+public:
+    enum class Phase {
+        Idle,         // nothing running, no package held
+        Downloading,  // a downloader runs (installer, manual download or uninstall scripts)
+        Downloaded,   // the package lies on disk and waits for install()
+        Installing,   // the package installer runs
+        Uninstalling, // uninstall scripts are downloaded together or run
+    };
+    Q_ENUM(Phase)
+    enum class Execution { Background, Synchronous };
+
+    // Downloader identifiers.
+    static constexpr qint64 iconDownload = 1;
+    static constexpr qint64 installerDownload = 2;
+    static constexpr qint64 manualDownload = 3;
+    static constexpr qint64 uninstallScriptDownload = 4;
+
+    explicit LVProductOperation(const VMSingleProductItemPtr& product, QObject* parent = nullptr);
+    // Cancels a running download and deletes a package that was downloaded but not installed. A
+    // running installer or uninstaller finishes on its own and no longer calls back.
+    ~LVProductOperation() override;
+
+    // The owner: a QObject implementing the three engine delegate interfaces (a row or a tool).
+    template <typename Delegate> void setDelegate(Delegate* delegate)
+    {
+        setDelegates(delegate, delegate, delegate, delegate);
+    }
+
+    VMSingleProductItemPtr productItem() const { return _productItem; }
+    Phase phase() const { return _phase; }
+    bool isDownloading() const;
+    bool isInstalling() const;
+    bool isUninstalling() const;
+
+    // The product's uninstall scripts: its own URL if non-empty, then each version's non-empty
+    // one in catalogue order; repeats kept (callers skip them when downloading).
+    static QStringList uninstallScriptURLs(const VMSingleProductItem& product);
+
+    // Downloads the version's installer (settings from installerSettingsForVersionItem:) to the
+    // path the downloader proposes for the URL's last path component, identifier 2, represented
+    // object the version; logs "Installer settings: %@" and keeps the settings. False when a
+    // download runs already, or with no version, URL or path, or when the start fails.
+    bool startDownload(const VMVersionItemPtr& version);
+    // The general form: any URL and settings, a chosen identifier (2 or 3), represented object and
+    // target file (empty: the proposed temporary path). The update-all tool and manual downloads.
+    bool startDownload(const QUrl& url, const QVariantMap& installerSettings, qint64 identifier,
+                       const QVariant& representedObject, const QString& filePath = QString());
+    // The running downloader, or null.
+    LVDownloader* downloader() const;
+    // Cancels the running download (its downloadFailed: follows) and deletes its file.
+    void cancelDownload();
+
+    // The downloaded package waiting for install(); empty when none.
+    QString packagePath() const { return _packagePath; }
+    QVariantMap installerSettings() const { return _installerSettings; }
+    // The version being installed (the represented object of the installer download), or null.
+    VMVersionItemPtr installingVersionItem() const { return _installingVersionItem; }
+
+    // Installs packagePath() with the kept settings plus `extraOptions` (e.g. "requiresAuthentication")
+    // and, when given, "optionAuthorizationRef" -> `authorization`. The installer deletes the package
+    // after the run; represented object the installing version. Background: the installer runs on a
+    // background thread and calls back on the main thread. Synchronous: runs on the calling
+    // (background) thread and returns when the package installer has ended. False when an installer
+    // runs already or there is no package.
+    bool install(const PrivilegedExecution::AuthorizationRef& authorization = nullptr,
+                 Execution execution = Execution::Background, const QVariantMap& extraOptions = {});
+    // Null when no installer runs.
+    std::shared_ptr<LVInstaller> installer() const { return _installer; }
+
+    // The confirmation after a successful install, in two halves so that the owner can put its own
+    // steps between them: begin stores `versionString` under "temporaryVersionStr", registers the
+    // plug-in found at xpcPathForBundleIndentifier: with pluginkit and launches the wrapper app
+    // (bundle identifier: the version's productIdentifier, else the product's); announce posts
+    // "productInstallCompleted" with the product and removes "temporaryVersionStr" again.
+    void beginConfirmation(const VMVersionItemPtr& version);
+    void announceInstallation();
+
+    // Downloads every script (identifier 4, repeats skipped) at the same time, then runs them in
+    // the order their downloads completed on a background thread under one LVAdminAuthorization. A
+    // refused right ends silently (authorizationRefused is emitted). False for an empty list.
+    bool startUninstall(const QStringList& scriptURLs);
+    // The bundle's form, on the calling background thread under the caller's authorization:
+    // downloads each script synchronously, then runs one uninstaller per script. False when an
+    // uninstaller runs already.
+    bool runUninstallSynchronously(const PrivilegedExecution::AuthorizationRef& authorization);
+    std::shared_ptr<LVUninstaller> uninstaller() const { return _uninstaller; }
+
+    // Cancels a download and deletes the held package (cleanUp of the bundle rows).
+    void cleanUp();
+
+    // Progress of the running download.
+    qint64 expectedBytes() const;
+    qint64 receivedBytes() const;
+    double bytesPerSecond() const;
+    // -1 when unknown.
+    double secondsLeft() const;
+    // "12.4 of 80.0 MB — 4.1 MB/s, about 16 s left" (parts that are unknown are left out); empty
+    // when nothing is downloading.
+    QString progressDescription() const;
+
+    // Engine callbacks: update the phase, then forward to the owner.
+    void downloadStarted(LVDownloader* downloader) override;
+    void downloadProgress(double progress, LVDownloader* downloader) override;
+    void downloadCompleted(LVDownloader* downloader) override;
+    void downloadFailed(LVDownloader* downloader) override;
+    void installStarted(LVInstaller* installer) override;
+    void installCompleted(LVInstaller* installer) override;
+    void installFailed(LVInstaller* installer) override;
+    void uninstallStarted(LVUninstaller* uninstaller) override;
+    void uninstallCompleted(LVUninstaller* uninstaller) override;
+    void uninstallFailed(LVUninstaller* uninstaller) override;
+
+signals:
+    void phaseChanged(LVProductOperation::Phase phase);
+    void progressChanged();
+    // The administrator right was refused or cancelled (status -60005 / -60006) for an uninstall.
+    void authorizationRefused(int status);
+
+private:
+    void setDelegates(QObject* owner, LVDownloaderDelegate* downloads, LVInstallerDelegate* installs,
+                      LVUninstallerDelegate* uninstalls);
+    void setPhase(Phase phase);
+
+    VMSingleProductItemPtr _productItem;
+    Phase _phase = Phase::Idle;
+    QPointer<QObject> _owner;
+    LVDownloaderDelegate* _downloadDelegate = nullptr;
+    LVInstallerDelegate* _installDelegate = nullptr;
+    LVUninstallerDelegate* _uninstallDelegate = nullptr;
+
+    QPointer<LVDownloader> _installerDownloader;
+    QString _packagePath;
+    QVariantMap _installerSettings;
+    VMVersionItemPtr _installingVersionItem;
+    std::shared_ptr<LVInstaller> _installer;
+    std::shared_ptr<LVUninstaller> _uninstaller;
+    QList<QPointer<LVDownloader>> _scriptDownloaders;
+    QStringList _downloadUninstallScriptPaths;
+    QByteArrayList _uninstallScriptData;
+    QElapsedTimer _downloadClock;
+};
