@@ -7,7 +7,7 @@
 #include "foundation/VMNotificationCenter.h"
 #include "manager/AppDelegate.h"
 #include "manager/LVInstallManager.h"
-#include "manager/LVOutlineView.h"
+#include "outline/LVOutlineView.h"
 
 #include <QApplication>
 #include <QDateTime>

@@ -3,7 +3,7 @@
 #include "catalogue/LVServers.h"
 #include "manager/AppDelegate.h"
 #include "manager/LVInstallManager.h"
-#include "manager/LVOutlineView.h"
+#include "outline/LVOutlineView.h"
 #include "newshelp/LVNewsInfoView.h"
 #include "newshelp/LVNewsItem.h"
 

@@ -3,7 +3,7 @@
 #include "engines/LVDownloaderDelegate.h"
 #include "engines/LVInstallerDelegate.h"
 #include "engines/LVUninstallerDelegate.h"
-#include "manager/LVOutlineItem.h"
+#include "outline/LVOutlineItem.h"
 
 #include <QObject>
 #include <QPointer>

@@ -1,7 +1,7 @@
 #include "AppDelegate.h"
 
-#include "LVAlert.h"
-#include "LVAppearance.h"
+#include "widgets/LVAlert.h"
+#include "widgets/LVAppearance.h"
 #include "LVConsentPrompt.h"
 #include "LVInstallManager.h"
 #include "LVPreferencesWindow.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "LVAlertPresenter.h"
+#include "widgets/LVAlertPresenter.h"
 #include "engines/LVDownloaderDelegate.h"
 
 #include <QByteArray>

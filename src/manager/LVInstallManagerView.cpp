@@ -1,6 +1,6 @@
 #include "LVInstallManagerView.h"
 
-#include "LVAppearance.h"
+#include "widgets/LVAppearance.h"
 #include "LVInstallManager.h"
 
 #include <QApplication>

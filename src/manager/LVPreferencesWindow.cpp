@@ -1,7 +1,7 @@
 #include "LVPreferencesWindow.h"
 #include "ui_LVPreferences.h"
 
-#include "LVAppearance.h"
+#include "widgets/LVAppearance.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMNotificationCenter.h"
 #include "platform/Platform.h"

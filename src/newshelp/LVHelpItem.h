@@ -1,6 +1,6 @@
 #pragma once
 
-#include "manager/LVOutlineItem.h"
+#include "outline/LVOutlineItem.h"
 
 #include <QObject>
 #include <QPointer>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "engines/LVDownloaderDelegate.h"
-#include "manager/LVOutlineItem.h"
+#include "outline/LVOutlineItem.h"
 
 #include <QObject>
 #include <QPointer>

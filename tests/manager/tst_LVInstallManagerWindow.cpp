@@ -3,7 +3,7 @@
 #include "catalogue/LVServers.h"
 #include "foundation/VMDispatch.h"
 #include "manager/AppDelegate.h"
-#include "manager/LVAppearance.h"
+#include "widgets/LVAppearance.h"
 #include "manager/LVInstallManager.h"
 #include "manager/LVInstallManagerDelegate.h"
 #include "manager/LVInstallManagerView.h"
