@@ -21,7 +21,7 @@ public:
     bool shouldExpand() override { return false; }
     bool shouldCollapse() override { return false; }
     bool shouldSelect() override { return false; }
-    void setInstallManager(LVInstallManager*) override {}
+    void setInstallManager(LVRowHost*) override {}
 
 private:
     LVNewsItem* _newsItem;
