@@ -6,8 +6,10 @@
 #include "catalogue/LVServers.h"
 #include "foundation/VMNotificationCenter.h"
 #include "manager/AppDelegate.h"
+#include "manager/LVApplicationItemFactory.h"
 #include "manager/LVInstallManager.h"
-#include "manager/LVOutlineView.h"
+#include "manager/LVInstallManagerView.h"
+#include "outline/LVOutlineView.h"
 
 #include <QApplication>
 #include <QDateTime>
@@ -51,13 +53,20 @@ int runOnce(int products)
     qint64 appliedAt = -1;
     clock.start();
     LVInstallManager* manager = LVInstallManager::sharedInstallManager();
-    manager->installItemsTable()->viewport()->installEventFilter(&watcher);
-    VMNotificationCenter::defaultCenter().addObserver(manager, QStringLiteral("productsChanged"),
-                                                      [&](const VMNotification&) {
-                                                          appliedAt = clock.nsecsElapsed();
-                                                          watcher.armed = true;
-                                                          manager->installItemsTable()->viewport()->update();
-                                                      });
+    manager->setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());
+    manager->containerView()
+        ->findChild<LVOutlineView*>(QStringLiteral("_installItemsTable"))
+        ->viewport()
+        ->installEventFilter(&watcher);
+    VMNotificationCenter::defaultCenter().addObserver(
+        manager, QStringLiteral("productsChanged"), [&](const VMNotification&) {
+            appliedAt = clock.nsecsElapsed();
+            watcher.armed = true;
+            manager->containerView()
+                ->findChild<LVOutlineView*>(QStringLiteral("_installItemsTable"))
+                ->viewport()
+                ->update();
+        });
     manager->setAttachedToStatusItem(false);
     manager->show();
     while (watcher.paintedAt < 0 && clock.elapsed() < 30000)

@@ -1,10 +1,18 @@
 # add_app_test(NAME <name> SOURCES <files...> [LIBS <targets...>] [GUI])
 # One QtTest executable per test class, registered with CTest. Every test gets its own
-# temporary HOME, XDG folders and settings so that nothing it writes outlives it.
+# temporary HOME, XDG folders and settings so that nothing it writes outlives it. Tests of the
+# core layers (tests/foundation, platform, catalogue, engines) link the core test support only,
+# so they build without Widgets; the others (or GUI) get the gui half as well.
 function(add_app_test)
     cmake_parse_arguments(T "GUI" "NAME;TIMEOUT" "SOURCES;LIBS" ${ARGN})
     add_executable(${T_NAME} ${T_SOURCES})
-    target_link_libraries(${T_NAME} PRIVATE Qt6::Test lv_testsupport ${T_LIBS})
+    get_filename_component(layer ${CMAKE_CURRENT_SOURCE_DIR} NAME)
+    if(layer MATCHES "^(foundation|platform|catalogue|engines)$" AND NOT T_GUI)
+        set(support lv_testsupport_core)
+    else()
+        set(support lv_testsupport)
+    endif()
+    target_link_libraries(${T_NAME} PRIVATE Qt6::Test ${support} ${T_LIBS})
     add_test(NAME ${T_NAME} COMMAND ${T_NAME})
     set(env "QT_QPA_PLATFORM=offscreen" "LV_TEST_BINARY_DIR=${PROJECT_BINARY_DIR}"
             "LV_TEST_DATA_DIR=${PROJECT_SOURCE_DIR}/tests/data"

@@ -2,10 +2,11 @@
 // images and help are in place and saves one picture of the window per tab into a folder.
 #include "catalogue/LVServers.h"
 #include "manager/AppDelegate.h"
+#include "manager/LVApplicationItemFactory.h"
 #include "manager/LVInstallManager.h"
-#include "manager/LVOutlineView.h"
 #include "newshelp/LVNewsInfoView.h"
 #include "newshelp/LVNewsItem.h"
+#include "outline/LVOutlineView.h"
 
 #include <QApplication>
 #include <QDir>
@@ -40,6 +41,7 @@ int main(int argc, char* argv[])
     AppDelegate::configureApplication();
 
     LVInstallManager manager;
+    manager.setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());
     manager.setAttachedToStatusItem(false);
     manager.show();
     waitFor([&] { return manager.lastUpdateDate().isValid() && !manager.isUpdating(); }, 20000);

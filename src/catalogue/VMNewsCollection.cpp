@@ -47,6 +47,32 @@ VMNewsCollectionPtr VMNewsCollection::initWithDict(const QVariant& section)
     return collection;
 }
 
+bool VMNewsCollection::isNewsItemCurrent(const VMNewsItem& item, const QDateTime& now)
+{
+    const QDateTime released = item.releaseDate();
+    const qint64 showDays = item.showDays();
+    if (!released.isValid() || showDays < 1 || !now.isValid())
+        return false;
+    // Compared in whole days since the release rather than by adding showDays × 86400 seconds to
+    // the date, which overflows for the large values a catalogue may hold.
+    const qint64 secondsSinceRelease = released.secsTo(now);
+    if (secondsSinceRelease < 0)
+        return true;
+    return secondsSinceRelease / 86400 < showDays;
+}
+
+QList<VMNewsItemPtr> VMNewsCollection::currentNewsItems(const QDateTime& now, QList<VMNewsItemPtr>* expired) const
+{
+    QList<VMNewsItemPtr> current;
+    for (const VMNewsItemPtr& item : _newsItems) {
+        if (isNewsItemCurrent(*item, now))
+            current.append(item);
+        else if (expired)
+            expired->append(item);
+    }
+    return current;
+}
+
 void VMNewsCollection::setNewsItems(const QList<VMNewsItemPtr>& newsItems)
 {
     for (const VMNewsItemPtr& item : std::as_const(_newsItems)) {

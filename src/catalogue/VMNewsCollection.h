@@ -4,6 +4,7 @@
 #include "catalogue/VMNode.h"
 #include "catalogue/VMPropertyTable.h"
 
+#include <QDateTime>
 #include <QList>
 #include <QVariant>
 #include <QVariantMap>
@@ -27,6 +28,12 @@ public:
     static VMNewsCollectionPtr initWithDict(const QVariant& section);
 
     QList<VMNewsItemPtr> newsItems() const { return _newsItems; }
+    // Whether the item is shown at `now`: it has a release date, at least one show day, and `now`
+    // lies before the release date plus that many days. Holds for any number of days.
+    static bool isNewsItemCurrent(const VMNewsItem& item, const QDateTime& now);
+    // The items shown at `now`, in catalogue order; the others are appended to `expired`.
+    QList<VMNewsItemPtr> currentNewsItems(const QDateTime& now, QList<VMNewsItemPtr>* expired = nullptr) const;
+
     // Detaches the old items (their collection cleared) and attaches the new ones.
     void setNewsItems(const QList<VMNewsItemPtr>& newsItems);
 

@@ -39,7 +39,7 @@ public:
     static QString checkInstalledBundleVersion(const QString& bundleIdentifier);
     static bool checkInstallDirectory(const QString& path);
 
-    // The clock. Tests may replace it; a null function restores the real one.
+    // The clock (VMClock). Tests may replace it; a null function restores the real one.
     static QDateTime currentDate();
     static void setCurrentDateProvider(std::function<QDateTime()> provider);
 

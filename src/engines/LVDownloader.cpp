@@ -170,7 +170,7 @@ QString LVDownloader::downloadFilePathWithSuggestedFileName(const QString& fileN
     };
     QString path = candidate(stem);
     for (qint64 number = 1; QFileInfo::exists(path); ++number)
-        path = candidate(QStringLiteral("%1 %2").arg(stem).arg(number));
+        path = candidate(QStringLiteral("%1 %2").arg(stem, QString::number(number)));
     return path;
 }
 

@@ -4,12 +4,12 @@ VMError::VMError(const QString& domain, qint64 code, const QString& localizedDes
                  const QString& localizedFailureReason)
     : _domain(domain), _code(code), _localizedDescription(localizedDescription),
       _localizedFailureReason(localizedFailureReason)
-{
-}
+{}
 
 QString VMError::description() const
 {
-    QString text = QStringLiteral("Error Domain=%1 Code=%2 \"%3\"").arg(_domain).arg(_code).arg(_localizedDescription);
+    QString text =
+        QStringLiteral("Error Domain=%1 Code=%2 \"%3\"").arg(_domain, QString::number(_code), _localizedDescription);
     if (!_localizedFailureReason.isEmpty())
         text += QStringLiteral(" UserInfo={NSLocalizedFailureReason=%1}").arg(_localizedFailureReason);
     return text;

@@ -1,6 +1,6 @@
 #include "LVInstallItem.h"
 
-#include "manager/LVInstallManager.h"
+#include "outline/LVRowHost.h"
 
 #include <QMenu>
 
@@ -20,19 +20,24 @@ void LVInstallItem::setInstallStatus(uint status)
     if (status == _installStatus)
         return;
     _installStatus = status;
-    if (_installManager)
-        _installManager->updateStatusChanged(status, this);
+    if (LVRowHost* host = installManager())
+        host->updateStatusChanged(status, this);
     emit installStatusChanged(status);
 }
 
-LVInstallManager* LVInstallItem::installManager() const
+LVRowHost* LVInstallItem::installManager() const
 {
+    // A host that is a QObject may die before the row hears of it.
+    if (_installManagerGuarded && !_installManagerObject)
+        return nullptr;
     return _installManager;
 }
 
-void LVInstallItem::setInstallManager(LVInstallManager* manager)
+void LVInstallItem::setInstallManager(LVRowHost* manager)
 {
     _installManager = manager;
+    _installManagerObject = dynamic_cast<QObject*>(manager);
+    _installManagerGuarded = _installManagerObject != nullptr;
 }
 
 void LVInstallItem::doubleClicked(QMouseEvent*) {}

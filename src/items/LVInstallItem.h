@@ -3,7 +3,7 @@
 #include "engines/LVDownloaderDelegate.h"
 #include "engines/LVInstallerDelegate.h"
 #include "engines/LVUninstallerDelegate.h"
-#include "manager/LVOutlineItem.h"
+#include "outline/LVOutlineItem.h"
 
 #include <QObject>
 #include <QPointer>
@@ -13,7 +13,7 @@ class LVDownloader;
 class LVInstaller;
 class LVUninstaller;
 class LVInstallItemTitleField;
-class LVInstallManager;
+class LVRowHost;
 class VMProductItem;
 class VMVersionItem;
 class QMenu;
@@ -46,6 +46,7 @@ public:
     explicit LVInstallItem(QObject* parent = nullptr);
     ~LVInstallItem() override;
 
+    Kind outlineKind() const override { return Kind::Install; }
     QString title() const override { return QStringLiteral(""); }
 
     // The stored status; a status still to be computed is computed first.
@@ -58,8 +59,12 @@ public:
     // The product (or bundle) the row stands for; none in the base.
     virtual std::shared_ptr<VMProductItem> productItem() const { return nullptr; }
 
-    LVInstallManager* installManager() const;
-    void setInstallManager(LVInstallManager* manager) override;
+    // Whether a download, install or uninstall of the row is under way. A row that the list drops
+    // while busy is kept until it emits becameIdle.
+    virtual bool isBusy() const { return false; }
+
+    LVRowHost* installManager() const;
+    void setInstallManager(LVRowHost* manager) override;
 
     virtual void doubleClicked(QMouseEvent* event);
     virtual void downloadVersion(const std::shared_ptr<VMVersionItem>& version);
@@ -87,8 +92,13 @@ public:
 signals:
     // Every real change of the status, after the install manager has been told.
     void installStatusChanged(uint status);
+    // The row's operation has ended (isBusy() is false again).
+    void becameIdle();
 
 private:
     uint _installStatus = StatusNotComputed;
-    QPointer<LVInstallManager> _installManager;
+    LVRowHost* _installManager = nullptr;
+    // Guards _installManager: null once the host object is gone.
+    QPointer<QObject> _installManagerObject;
+    bool _installManagerGuarded = false;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "manager/LVOutlineItem.h"
+#include "outline/LVOutlineItem.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -20,7 +20,7 @@ public:
     QList<LVOutlineItem*> childItems() override { return {}; }
     bool shouldExpand() override { return false; }
     bool shouldSelect() override { return false; }
-    void setInstallManager(LVInstallManager*) override {}
+    void setInstallManager(LVRowHost*) override {}
 
 private:
     LVInstallItem* _installItem;

@@ -1,7 +1,6 @@
 #include "AppDelegate.h"
 
-#include "LVAlert.h"
-#include "LVAppearance.h"
+#include "LVApplicationItemFactory.h"
 #include "LVConsentPrompt.h"
 #include "LVInstallManager.h"
 #include "LVPreferencesWindow.h"
@@ -9,6 +8,8 @@
 #include "foundation/LVPreferences.h"
 #include "foundation/VMNotificationCenter.h"
 #include "platform/Platform.h"
+#include "widgets/LVAlert.h"
+#include "widgets/LVAppearance.h"
 
 #include <QApplication>
 
@@ -45,6 +46,7 @@ void AppDelegate::applicationDidFinishLaunching()
 
     // The main window comes up detached and centred; showing it loads the catalogue.
     LVInstallManager* installManager = LVInstallManager::sharedInstallManager();
+    installManager->setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());
     installManager->setDelegate(this);
     installManager->setAttachedToStatusItem(false);
     installManager->show();

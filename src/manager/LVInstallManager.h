@@ -1,9 +1,19 @@
 #pragma once
 
-#include "LVAlertPresenter.h"
+#include "LVHelpTab.h"
+#include "LVInstallsTab.h"
+#include "LVNewsTab.h"
+#include "LVWindowPlacement.h"
+#include "catalogue/VMInstalledVersions.h"
+#include "engines/LVCatalogueLoader.h"
 #include "engines/LVDownloaderDelegate.h"
+#include "outline/LVRowHost.h"
+#include "tools/LVToolsTab.h"
+#include "widgets/LVAlertPresenter.h"
+#include "widgets/LVBadgeImage.h"
+#include "widgets/LVIconCache.h"
+#include "widgets/LVSegmentedControl.h"
 
-#include <QByteArray>
 #include <QColor>
 #include <QDateTime>
 #include <QImage>
@@ -13,26 +23,24 @@
 #include <QPointer>
 #include <QUrl>
 #include <QVariantMap>
-#include <functional>
-#include <optional>
 #include <memory>
+#include <optional>
 
 namespace Ui {
 class LVInstallManager;
 }
+class LVCatalogueLoader;
 class LVHelpItem;
 class LVInstallItem;
+class LVInstallItemFactory;
 class LVInstallManagerDelegate;
 class LVInstallManagerView;
-class LVMouseDownMonitor;
 class LVNewsItem;
 class LVOutlineItem;
-class LVOutlineModel;
-class LVOutlineView;
 class LVProgressView;
 class LVSegmentedControl;
+class LVWindowPlacement;
 class QLabel;
-class QStackedWidget;
 class QWidget;
 class VMBundleProductItem;
 class VMHelpItemsCollection;
@@ -41,10 +49,10 @@ class VMProductsCollection;
 class VMSingleProductItem;
 struct VMNotification;
 
-// The controller of the main window: it loads the catalogue, turns it into rows for the installs,
-// news and help tabs, keeps the count badges, shows the alerts the rows raise and places the window
-// in its attached (borderless, hides on outside clicks) or detached (titled) mode.
-class LVInstallManager : public QObject, public LVDownloaderDelegate
+// The controller of the main window, kept a shell: the catalogue loader fetches and parses, the
+// four tabs keep their rows, the window placement shows and hides the window; the manager wires
+// them together, keeps the badges and the busy overlay, and shows the alerts the rows raise.
+class LVInstallManager : public QObject, public LVRowHost, public LVDownloaderDelegate
 {
     Q_OBJECT
 public:
@@ -60,112 +68,145 @@ public:
     // Destroys the shared instance (at application exit).
     static void releaseSharedInstallManager();
 
-    // "Product Versions.plist" in the home directory: when present it replaces the remote catalogue.
-    static QString localVersionsFilePath();
-    // The override file's bytes; a null array when it can't be read.
-    static QByteArray getLocalUpdatesConfigData(QString* error = nullptr);
+    // The rows of the installs tab come from here; set before the first load.
+    void setInstallItemFactory(std::shared_ptr<LVInstallItemFactory> factory)
+    {
+        _installsTab->setItemFactory(std::move(factory));
+    }
 
-    static bool showDiscontinuedProducts();
-
-    // The rows each catalogue entry becomes, made by the product and bundle rows themselves; a
-    // factory left empty, or answering null, leaves the entry out.
-    using SingleInstallItemFactory = std::function<LVInstallItem*(const std::shared_ptr<VMSingleProductItem>&)>;
-    using BundleInstallItemFactory = std::function<LVInstallItem*(const std::shared_ptr<VMBundleProductItem>&,
-                                                                  const std::shared_ptr<VMProductsCollection>&)>;
-    static void setSingleInstallItemFactory(SingleInstallItemFactory factory);
-    static void setBundleInstallItemFactory(BundleInstallItemFactory factory);
-    // The "update all installed" row shown first on the installs tab, when it answers one.
-    static void setUpdateAllInstalledItemProvider(std::function<LVInstallItem*()> provider);
-
-    // Catalogue loading.
-    void update();
-    void updateAction();
+    // Catalogue loading (LVCatalogueLoader).
+    static QString localVersionsFilePath() { return LVCatalogueLoader::localVersionsFilePath(); }
+    static QByteArray getLocalUpdatesConfigData(QString* error = nullptr)
+    {
+        return LVCatalogueLoader::getLocalUpdatesConfigData(error);
+    }
+    static bool showDiscontinuedProducts() { return LVInstallsTab::showDiscontinuedProducts(); }
+    void update() { _catalogueLoader->update(); }
+    void updateAction() { update(); }
     void willShow();
-    void updateWithConfigData(const QByteArray& data);
+    void updateWithConfigData(const QByteArray& data) { _catalogueLoader->updateWithConfigData(data); }
     void beginUpdate();
-    void endUpdate();
+    void endUpdate() { _catalogueLoader->endUpdate(); }
     bool isUpdating() const;
     void setProductsCollection(const std::shared_ptr<VMProductsCollection>& collection);
-    void setNewsCollection(const std::shared_ptr<VMNewsCollection>& collection);
-    void setNewsItems(const QList<LVNewsItem*>& newsItems);
-    void setHelpItemsCollection(const std::shared_ptr<VMHelpItemsCollection>& collection);
-    void saveRemoteConfigData(const QByteArray& data);
+    void setNewsCollection(const std::shared_ptr<VMNewsCollection>& collection)
+    {
+        _newsTab->setNewsCollection(collection);
+    }
+    void setNewsItems(const QList<LVNewsItem*>& newsItems) { _newsTab->setNewsItems(newsItems); }
+    void setHelpItemsCollection(const std::shared_ptr<VMHelpItemsCollection>& collection)
+    {
+        _helpTab->setHelpItemsCollection(collection);
+    }
+    void saveRemoteConfigData(const QByteArray& data) { LVCatalogueLoader::saveRemoteConfigData(data); }
+    void downloadCompleted(LVDownloader* downloader) override { _catalogueLoader->downloadCompleted(downloader); }
+    void downloadFailed(LVDownloader* downloader) override { _catalogueLoader->downloadFailed(downloader); }
 
-    void downloadCompleted(LVDownloader* downloader) override;
-    void downloadFailed(LVDownloader* downloader) override;
-
-    std::shared_ptr<VMProductsCollection> productsCollection() const { return _productsCollection; }
-    std::shared_ptr<VMNewsCollection> newsCollection() const { return _newsCollection; }
-    std::shared_ptr<VMHelpItemsCollection> helpItemsCollection() const { return _helpItemsCollection; }
-    QDateTime lastUpdateDate() const { return _lastUpdateDate; }
-    void setLastUpdateDate(const QDateTime& date) { _lastUpdateDate = date; }
-    QString licenseAgreementURL() const { return _licenseAgreementURL; }
-    void setLicenseAgreementURL(const QString& url) { _licenseAgreementURL = url; }
-    qint64 indicateAsNewProductPeriod() const { return _indicateAsNewProductPeriod; }
+    std::shared_ptr<VMProductsCollection> productsCollection() const override
+    {
+        return _installsTab->productsCollection();
+    }
+    std::shared_ptr<VMNewsCollection> newsCollection() const { return _newsTab->newsCollection(); }
+    std::shared_ptr<VMHelpItemsCollection> helpItemsCollection() const { return _helpTab->helpItemsCollection(); }
+    QDateTime lastUpdateDate() const { return _catalogueLoader->lastUpdateDate(); }
+    void setLastUpdateDate(const QDateTime& date) { _catalogueLoader->setLastUpdateDate(date); }
+    QString licenseAgreementURL() const { return _catalogueLoader->licenseAgreementURL(); }
+    void setLicenseAgreementURL(const QString& url) { _catalogueLoader->setLicenseAgreementURL(url); }
+    qint64 indicateAsNewProductPeriod() const override { return _indicateAsNewProductPeriod; }
     LVInstallManagerDelegate* delegate() const { return _delegate; }
     void setDelegate(LVInstallManagerDelegate* delegate) { _delegate = delegate; }
 
-    // Row lists.
-    QList<LVInstallItem*> installItems() const;
-    QList<LVInstallItem*> singleProductInstallItems() const { return _singleProductInstallItems; }
-    QList<LVInstallItem*> bundleProductInstallItems() const { return _bundleProductInstallItems; }
-    QList<LVNewsItem*> newsItems() const { return _newsItems; }
-    QList<LVHelpItem*> helpItems() const { return _helpItems; }
-    QList<LVOutlineItem*> toolItems() const { return _toolItems; }
-    void setToolItems(const QList<LVOutlineItem*>& toolItems);
-    // A single-product row; never a bundle row, even for a bundle's identifier.
-    LVInstallItem* installItemWithProductID(const QString& productID) const;
+    // Row lists (the tabs).
+    QList<LVInstallItem*> installItems() const override { return _installsTab->installItems(); }
+    QList<LVInstallItem*> singleProductInstallItems() const { return _installsTab->singleProductInstallItems(); }
+    QList<LVInstallItem*> bundleProductInstallItems() const { return _installsTab->bundleProductInstallItems(); }
+    QList<LVNewsItem*> newsItems() const { return _newsTab->newsItems(); }
+    QList<LVHelpItem*> helpItems() const { return _helpTab->helpItems(); }
+    QList<LVOutlineItem*> toolItems() const { return _toolsTab->toolItems(); }
+    void setToolItems(const QList<LVOutlineItem*>& toolItems) { _toolsTab->setToolItems(toolItems); }
+    LVInstallItem* installItemWithProductID(const QString& productID) const override
+    {
+        return _installsTab->installItemWithProductID(productID);
+    }
     void selectItem(QObject* item);
-    void selectInstallItem(LVInstallItem* item);
-    void reloadItem(const VMNotification& notification);
+    void selectInstallItem(LVInstallItem* item) override;
+    void reloadItem(const VMNotification&) { _installsTab->reloadData(); }
     void expandInstallItem(const VMNotification& notification);
     void expandNewsItem(const VMNotification& notification);
     void showDiscontinuedProductsChanged(const VMNotification& notification);
 
     // Tabs.
     void selectMainTabViewAtIndex(int index);
-    void selectInstallsTabViewAtIndex(int index);
-    void mainSegmentedControlAction(LVSegmentedControl* control);
-    void installsSegmentedControlAction(LVSegmentedControl* control);
+    void selectInstallsTabViewAtIndex(int index) { _installsTab->selectInstallsTabViewAtIndex(index); }
+    void mainSegmentedControlAction(LVSegmentedControl* control)
+    {
+        selectMainTabViewAtIndex(control->selectedSegment());
+    }
+    void installsSegmentedControlAction(LVSegmentedControl* control)
+    {
+        selectInstallsTabViewAtIndex(control->selectedSegment());
+    }
     int selectedMainTabIndex() const;
 
     // Badges.
     void updateInstallTabTitle();
-    void updateStatusChanged(uint status, LVInstallItem* installItem);
-    static QImage batchImageWithNumber(qint64 number, const QColor& color);
+    void updateStatusChanged(uint status, LVInstallItem* installItem) override
+    {
+        _installsTab->updateStatusChanged(status, installItem);
+    }
+    static QImage batchImageWithNumber(qint64 number, const QColor& color)
+    {
+        return LVBadgeImage::imageWithNumber(number, color);
+    }
 
     // Installed-version detection, kept in core; these are the names the rows know it by.
-    static std::optional<QVariantMap> checkProductVersionsInBundle(const QString& bundleIdentifier);
-    static QString filePathToBundle(const QString& bundleIdentifier);
-    static QString findXPCBunde(const QString& bundleIdentifier, const QString& folder);
-    static QString filePathToXPCBundleUsingPluginKit(const QString& bundleIdentifier);
-    static bool registerPluginkitBundle(const QString& path);
-    static void clearBundleIdentifierCache();
+    static std::optional<QVariantMap> checkProductVersionsInBundle(const QString& bundleIdentifier)
+    {
+        return VMInstalledVersions::checkProductVersionsInBundle(bundleIdentifier);
+    }
+    static QString filePathToBundle(const QString& bundleIdentifier)
+    {
+        return VMInstalledVersions::filePathToBundle(bundleIdentifier);
+    }
+    static QString findXPCBunde(const QString& bundleIdentifier, const QString& folder)
+    {
+        return VMInstalledVersions::findXPCBunde(bundleIdentifier, folder);
+    }
+    static QString filePathToXPCBundleUsingPluginKit(const QString& bundleIdentifier)
+    {
+        return VMInstalledVersions::filePathToXPCBundleUsingPluginKit(bundleIdentifier);
+    }
+    static bool registerPluginkitBundle(const QString& path)
+    {
+        return VMInstalledVersions::registerPluginkitBundle(path);
+    }
+    static void clearBundleIdentifierCache() { VMInstalledVersions::clearBundleIdentifierCache(); }
 
     // Icon cache shared by all rows; safe from any thread.
-    static QImage cachedIconForURL(const QUrl& url);
-    static void setCachedIcon(const QImage& image, const QUrl& url);
-    static void clearImageCache();
+    static QImage cachedIconForURL(const QUrl& url) { return LVIconCache::cachedIconForURL(url); }
+    static void setCachedIcon(const QImage& image, const QUrl& url) { LVIconCache::setCachedIcon(image, url); }
+    static void clearImageCache() { LVIconCache::clearImageCache(); }
 
-    // Window.
-    void show();
-    void showAtPosition(const QPoint& point);
-    void hide();
-    bool isVisible() const;
-    bool attachedToStatusItem() const { return _attachedToStatusItem; }
-    void setAttachedToStatusItem(bool attached);
-    bool suspendWindowMoveNotifications() const { return _suspendWindowMoveNotifications; }
-    void setSuspendWindowMoveNotifications(bool flag) { _suspendWindowMoveNotifications = flag; }
-    QWidget* viewForStatusMenu();
-    void windowDidMove();
+    // Window (LVWindowPlacement).
+    void show() { showAtPosition(QPoint(-1, -1)); }
+    void showAtPosition(const QPoint& point) { _windowPlacement->showAtPosition(point); }
+    void hide() { _windowPlacement->hide(); }
+    bool isVisible() const { return _windowPlacement->isVisible(); }
+    bool attachedToStatusItem() const { return _windowPlacement->attachedToStatusItem(); }
+    void setAttachedToStatusItem(bool attached) { _windowPlacement->setAttachedToStatusItem(attached); }
+    bool suspendWindowMoveNotifications() const { return _windowPlacement->suspendWindowMoveNotifications(); }
+    void setSuspendWindowMoveNotifications(bool flag) { _windowPlacement->setSuspendWindowMoveNotifications(flag); }
+    QWidget* viewForStatusMenu() { return _windowPlacement->viewForStatusMenu(); }
+    void windowDidMove() { _windowPlacement->windowDidMove(); }
     void windowWillClose();
-    QWidget* window() const;
-    bool hasMouseMonitor() const { return _mouseDragMonitor != nullptr; }
+    QWidget* window() const override { return _windowPlacement->window(); }
+    // The root view of the window's content.
+    LVInstallManagerView* containerView() const;
 
     // Alerts raised by the rows, shown over the main window.
-    void showAlert(const LVAlert& alert);
-    void showAlert(const LVAlert& alert, LVAlertPresenter::Completion completionHandler);
-    void showError(const VMError& error);
+    void showAlert(const LVAlert& alert) override;
+    void showAlert(const LVAlert& alert, LVAlertPresenter::Completion completionHandler) override;
+    void showError(const VMError& error) override;
     void setAlertPresenter(std::shared_ptr<LVAlertPresenter> presenter);
 
     // Buttons.
@@ -176,56 +217,20 @@ public:
     // The maker's web site, opened by the header button.
     static QUrl makerWebSiteURL();
 
-    // Views, for the application and for tests.
-    LVInstallManagerView* containerView() const;
-    LVSegmentedControl* mainSegmentedControl() const;
-    LVSegmentedControl* installsSegmentedControl() const;
-    QLabel* installsCountImageView() const;
-    QLabel* newsCountImageView() const;
-    QWidget* usingLocalConfigIndicator() const;
-    QStackedWidget* mainTabView() const;
-    LVOutlineView* installItemsTable() const;
-    LVOutlineView* newsItemsTable() const;
-    LVOutlineView* helpItemsTable() const;
-    LVOutlineView* toolItemsTable() const;
-    LVProgressView* progressView() const;
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     void setUpInterface();
-    void detachInstallItems();
     void setBadge(QLabel* badgeView, qint64 count);
-    void removeMouseMonitor();
-    Qt::WindowFlags windowFlagsForMode() const;
 
     std::unique_ptr<Ui::LVInstallManager> _ui;
     QPointer<LVInstallManagerView> _containerView;
-    QPointer<QWidget> _window;
     QPointer<LVProgressView> _progressView;
-    LVMouseDownMonitor* _mouseDragMonitor = nullptr;
-
-    LVOutlineModel* _installModel = nullptr;
-    LVOutlineModel* _newsModel = nullptr;
-    LVOutlineModel* _helpModel = nullptr;
-    LVOutlineModel* _toolModel = nullptr;
-
-    std::shared_ptr<VMProductsCollection> _productsCollection;
-    std::shared_ptr<VMNewsCollection> _newsCollection;
-    std::shared_ptr<VMHelpItemsCollection> _helpItemsCollection;
-    QList<LVInstallItem*> _singleProductInstallItems;
-    QList<LVInstallItem*> _bundleProductInstallItems;
-    QList<LVInstallItem*> _installItems;
-    QList<LVNewsItem*> _newsItems;
-    QList<LVHelpItem*> _helpItems;
-    QList<LVOutlineItem*> _toolItems;
-
-    QDateTime _lastUpdateDate;
-    QString _licenseAgreementURL;
+    LVCatalogueLoader* _catalogueLoader = nullptr;
+    LVInstallsTab* _installsTab = nullptr;
+    LVNewsTab* _newsTab = nullptr;
+    LVHelpTab* _helpTab = nullptr;
+    LVToolsTab* _toolsTab = nullptr;
+    LVWindowPlacement* _windowPlacement = nullptr;
     qint64 _indicateAsNewProductPeriod = 14;
     LVInstallManagerDelegate* _delegate = nullptr;
-    bool _attachedToStatusItem = false;
-    bool _suspendWindowMoveNotifications = false;
     std::shared_ptr<LVAlertPresenter> _alertPresenter;
 };

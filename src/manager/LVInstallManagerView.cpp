@@ -1,7 +1,7 @@
 #include "LVInstallManagerView.h"
 
-#include "LVAppearance.h"
 #include "LVInstallManager.h"
+#include "widgets/LVAppearance.h"
 
 #include <QApplication>
 #include <QEvent>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "manager/LVOutlineItem.h"
+#include "outline/LVOutlineItem.h"
 
 #include <QObject>
 #include <QPointer>
@@ -25,13 +25,14 @@ public:
     QString helpURL() const { return _helpURL; }
     void setHelpURL(const QString& url) { _helpURL = url; }
 
+    Kind outlineKind() const override { return Kind::Help; }
     QString title() const override;
     QWidget* view() override;
     QList<LVOutlineItem*> childItems() override { return {}; }
     bool shouldExpand() override { return false; }
     bool shouldCollapse() override { return false; }
     bool shouldSelect() override { return true; }
-    void setInstallManager(LVInstallManager*) override {}
+    void setInstallManager(LVRowHost*) override {}
 
     void textFieldClicked(QMouseEvent* event, LVHelpTitleTextField* textField);
     void helpButtonAction();

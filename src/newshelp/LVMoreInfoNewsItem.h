@@ -1,6 +1,6 @@
 #pragma once
 
-#include "manager/LVOutlineItem.h"
+#include "outline/LVOutlineItem.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -21,7 +21,7 @@ public:
     bool shouldExpand() override { return false; }
     bool shouldCollapse() override { return false; }
     bool shouldSelect() override { return false; }
-    void setInstallManager(LVInstallManager*) override {}
+    void setInstallManager(LVRowHost*) override {}
 
 private:
     LVNewsItem* _newsItem;

@@ -8,7 +8,7 @@
 #include "engines/LVDownloader.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
-#include "manager/LVInstallManager.h"
+#include "outline/LVRowHost.h"
 #include "platform/Platform.h"
 
 #include <QBoxLayout>
@@ -43,14 +43,16 @@ LVNewsItem* LVNewsItem::newsItemWithVMNewsItem(const std::shared_ptr<VMNewsItem>
     return initWithVMNewsItem(newsItem);
 }
 
-LVInstallManager* LVNewsItem::installManager() const
+LVRowHost* LVNewsItem::installManager() const
 {
-    return _installManager;
+    return _installManagerGuarded && !_installManagerObject ? nullptr : _installManager;
 }
 
-void LVNewsItem::setInstallManager(LVInstallManager* manager)
+void LVNewsItem::setInstallManager(LVRowHost* manager)
 {
     _installManager = manager;
+    _installManagerObject = dynamic_cast<QObject*>(manager);
+    _installManagerGuarded = _installManagerObject != nullptr;
 }
 
 QString LVNewsItem::title() const

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "engines/LVDownloaderDelegate.h"
-#include "manager/LVOutlineItem.h"
+#include "outline/LVOutlineItem.h"
 
 #include <QObject>
 #include <QPointer>
@@ -33,8 +33,9 @@ public:
     QString newsImageURL() const { return _newsImageURL; }
     void setNewsImageURL(const QString& url) { _newsImageURL = url; }
     LVMoreInfoNewsItem* moreInfoItem() const { return _moreInfoItem.get(); }
-    LVInstallManager* installManager() const;
+    LVRowHost* installManager() const;
 
+    Kind outlineKind() const override { return Kind::News; }
     QString title() const override;
     QWidget* view() override;
     QList<LVOutlineItem*> childItems() override;
@@ -42,7 +43,7 @@ public:
     bool shouldExpand() override;
     bool shouldCollapse() override { return true; }
     bool shouldSelect() override { return true; }
-    void setInstallManager(LVInstallManager* manager) override;
+    void setInstallManager(LVRowHost* manager) override;
 
     void downloadCompleted(LVDownloader* downloader) override;
     void downloadFailed(LVDownloader* downloader) override;
@@ -69,6 +70,8 @@ private:
     QPointer<QWidget> _moreInfoView;
     std::shared_ptr<VMNewsItem> _newsItem;
     QString _newsImageURL;
-    QPointer<LVInstallManager> _installManager;
+    LVRowHost* _installManager = nullptr;
+    QPointer<QObject> _installManagerObject;
+    bool _installManagerGuarded = false;
     std::unique_ptr<LVMoreInfoNewsItem> _moreInfoItem;
 };

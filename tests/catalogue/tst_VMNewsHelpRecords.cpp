@@ -37,6 +37,8 @@ private slots:
     void newsImageFallback();
     void newsReleaseDate_data();
     void newsReleaseDate();
+    void newsExpiry_data();
+    void newsExpiry();
     void newsWrongTypes_data();
     void newsWrongTypes();
     void newsPropertyTable();
@@ -48,6 +50,39 @@ private slots:
 private:
     std::unique_ptr<TestEnvironment> _env;
 };
+
+void tst_VMNewsHelpRecords::newsExpiry_data()
+{
+    QTest::addColumn<qint64>("secondsAfterRelease");
+    QTest::addColumn<qint64>("showDays");
+    QTest::addColumn<bool>("shown");
+    const qint64 max = std::numeric_limits<qint64>::max();
+    QTest::newRow("one second before the end") << qint64(3 * 86400 - 1) << qint64(3) << true;
+    QTest::newRow("exactly at the end") << qint64(3 * 86400) << qint64(3) << false;
+    QTest::newRow("not yet released") << qint64(-60) << qint64(1) << true;
+    QTest::newRow("zero show days") << qint64(0) << qint64(0) << false;
+    QTest::newRow("negative show days") << qint64(0) << qint64(-2) << false;
+    QTest::newRow("the most negative show days") << qint64(0) << std::numeric_limits<qint64>::min() << false;
+    // Days whose seconds no 64-bit number holds.
+    QTest::newRow("show days beyond any date") << qint64(86400) << max << true;
+    QTest::newRow("show days just past the overflow") << qint64(86400) << (max / 86400 + 1) << true;
+}
+
+void tst_VMNewsHelpRecords::newsExpiry()
+{
+    QFETCH(qint64, secondsAfterRelease);
+    QFETCH(qint64, showDays);
+    QFETCH(bool, shown);
+    auto collection = VMNewsCollection::initWithDict(QVariantMap{
+        {"News", QVariantList{QVariantMap{{"Title", "N"}, {"Release Date", "26.05.01"}, {"Show Days", showDays}}}}});
+    QCOMPARE(collection->newsItems().size(), 1);
+    const VMNewsItemPtr item = collection->newsItems().first();
+    const QDateTime now = item->releaseDate().addSecs(secondsAfterRelease);
+    QCOMPARE(VMNewsCollection::isNewsItemCurrent(*item, now), shown);
+    QList<VMNewsItemPtr> expired;
+    QCOMPARE(collection->currentNewsItems(now, &expired).size(), shown ? 1 : 0);
+    QCOMPARE(expired.size(), shown ? 0 : 1);
+}
 
 void tst_VMNewsHelpRecords::newsDefaults()
 {

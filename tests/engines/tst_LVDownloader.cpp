@@ -436,6 +436,7 @@ void tst_LVDownloader::suggestedFileNames_data()
     QTest::newRow("no extension") << "README" << QStringList{"README", "README 1", "README 2"};
     QTest::newRow("spaces") << "Product Versions.plist"
                             << QStringList{"Product Versions.plist", "Product Versions 1.plist"};
+    QTest::newRow("a placeholder in the name") << "Setup%1.pkg" << QStringList{"Setup%1.pkg", "Setup%1 1.pkg"};
 }
 
 void tst_LVDownloader::suggestedFileNames()

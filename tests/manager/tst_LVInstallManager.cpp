@@ -14,16 +14,17 @@
 #include "foundation/VMLogger.h"
 #include "foundation/VMNotificationCenter.h"
 #include "foundation/VMPropertyList.h"
+#include "items/LVInstallItemFactory.h"
 #include "manager/AppDelegate.h"
-#include "manager/LVBadgeImage.h"
 #include "manager/LVInstallManager.h"
 #include "manager/LVInstallManagerDelegate.h"
 #include "manager/LVInstallManagerView.h"
-#include "manager/LVOutlineModel.h"
-#include "manager/LVOutlineView.h"
-#include "manager/LVSegmentedControl.h"
 #include "newshelp/LVHelpItem.h"
 #include "newshelp/LVNewsItem.h"
+#include "outline/LVOutlineModel.h"
+#include "outline/LVOutlineView.h"
+#include "widgets/LVBadgeImage.h"
+#include "widgets/LVSegmentedControl.h"
 
 #include <QAbstractItemModelTester>
 #include <QElapsedTimer>
@@ -54,6 +55,38 @@ QVariantMap newsEntry(const QString& title, const QDateTime& released, const QVa
         entry.insert("Show Days", showDays);
     return entry;
 }
+
+// The window's parts, found by their names in the .ui file.
+template <typename T> T* part(const LVInstallManager& manager, const char* name)
+{
+    return manager.containerView()->findChild<T*>(QLatin1String(name));
+}
+
+// Product and bundle rows of our own: their status is what the test says.
+class RowFactory : public LVInstallItemFactory
+{
+public:
+    LVInstallItem* singleInstallItem(const std::shared_ptr<VMSingleProductItem>& single) override
+    {
+        events->append(QStringLiteral("row ") + single->productID());
+        auto* row = new TestInstallItem(single->productID(), statusForProduct->value(single->productID(), 1));
+        row->isDiscontinued = single->productDiscontinued();
+        row->product = single;
+        return row;
+    }
+    LVInstallItem* bundleInstallItem(const std::shared_ptr<VMBundleProductItem>& bundleItem,
+                                     const std::shared_ptr<VMProductsCollection>&) override
+    {
+        auto* row = new TestInstallItem(QStringLiteral("bundle"), statusForProduct->value(QStringLiteral("bundle"), 1));
+        row->product = std::static_pointer_cast<VMProductItem>(bundleItem);
+        return row;
+    }
+    LVInstallItem* updateAllInstalledItem() override { return updateAll; }
+
+    QHash<QString, uint>* statusForProduct = nullptr;
+    QStringList* events = nullptr;
+    LVInstallItem* updateAll = nullptr;
+};
 
 QByteArray catalogueData(const QVariantMap& root)
 {
@@ -139,6 +172,7 @@ private slots:
     void badgeImageShape_data();
     void badgeImageShape();
     void discontinuedFilter();
+    void refreshKeepsBusyRowsUntilTheyAreIdle();
     void installsSubTabs();
     void mainTabsFollowTheSegmentedControl();
     void selectItemPicksTheTabByRowKind();
@@ -155,6 +189,7 @@ private:
     std::unique_ptr<TestEnvironment> _environment;
     std::unique_ptr<LocalHttpServer> _server;
     std::shared_ptr<TestAlertPresenter> _alerts;
+    std::shared_ptr<RowFactory> _rows;
     RecordingDelegate _delegate;
     QHash<QString, uint> _statusForProduct;
     QStringList _events;
@@ -177,27 +212,13 @@ void tst_LVInstallManager::init()
     _statusForProduct.clear();
     _events.clear();
     LVInstallManager::clearImageCache();
-    // Product and bundle rows of our own: their status is what the test says.
-    LVInstallManager::setSingleInstallItemFactory([this](const std::shared_ptr<VMSingleProductItem>& single) {
-        _events.append(QStringLiteral("row ") + single->productID());
-        auto* row = new TestInstallItem(single->productID(), _statusForProduct.value(single->productID(), 1));
-        row->isDiscontinued = single->productDiscontinued();
-        row->product = single;
-        return row;
-    });
-    LVInstallManager::setBundleInstallItemFactory([this](const std::shared_ptr<VMBundleProductItem>& bundleItem,
-                                                         const std::shared_ptr<VMProductsCollection>&) {
-        auto* row = new TestInstallItem(QStringLiteral("bundle"), _statusForProduct.value(QStringLiteral("bundle"), 1));
-        row->product = std::static_pointer_cast<VMProductItem>(bundleItem);
-        return row;
-    });
+    _rows = std::make_shared<RowFactory>();
+    _rows->statusForProduct = &_statusForProduct;
+    _rows->events = &_events;
 }
 
 void tst_LVInstallManager::cleanup()
 {
-    LVInstallManager::setSingleInstallItemFactory({});
-    LVInstallManager::setBundleInstallItemFactory({});
-    LVInstallManager::setUpdateAllInstalledItemProvider({});
     VMUtils::setCurrentDateProvider({});
     LVServers::setOverrideURL(QUrl());
     _server.reset();
@@ -208,6 +229,7 @@ void tst_LVInstallManager::cleanup()
 std::unique_ptr<LVInstallManager> tst_LVInstallManager::makeManager()
 {
     auto manager = std::make_unique<LVInstallManager>();
+    manager->setInstallItemFactory(_rows);
     manager->setAlertPresenter(_alerts);
     manager->setDelegate(&_delegate);
     VMNotificationCenter::defaultCenter().addObserver(
@@ -302,13 +324,13 @@ void tst_LVInstallManager::localOverrideFileIsUsedWithoutNetwork()
     // Applied at once, from the file.
     QCOMPARE(_delegate.loads.size(), 1);
     QCOMPARE(manager->singleProductInstallItems().size(), 3);
-    QVERIFY(manager->usingLocalConfigIndicator()->isVisibleTo(manager->containerView()));
+    QVERIFY(part<QWidget>(*manager, "_usingLocalConfig")->isVisibleTo(manager->containerView()));
     QTest::qWait(50);
     QCOMPARE(_server->requests().size(), 0);
 
     QVERIFY(file.remove());
     manager->update();
-    QVERIFY(!manager->usingLocalConfigIndicator()->isVisibleTo(manager->containerView()));
+    QVERIFY(!part<QWidget>(*manager, "_usingLocalConfig")->isVisibleTo(manager->containerView()));
     QTRY_COMPARE(_delegate.loads.size(), 2);
     QCOMPARE(_server->requests().size(), 1);
     QCOMPARE(manager->singleProductInstallItems().size(), 1);
@@ -358,16 +380,16 @@ void tst_LVInstallManager::loadAppliesProductsAtOnceAndTheRestASecondLater()
     QCOMPARE(seen.newsRows, 0);
     QCOMPARE(seen.helpRows, 0);
     QVERIFY(seen.overlayShown);
-    QVERIFY(manager->progressView());
+    QVERIFY(manager->isUpdating());
     QVERIFY(!manager->lastUpdateDate().isValid());
 
     waitForLoadEnd(*manager);
     QCOMPARE(manager->newsItems().size(), 1);
     QCOMPARE(manager->helpItems().size(), 2);
-    QCOMPARE(manager->progressView(), nullptr);
-    QCOMPARE(manager->mainSegmentedControl()->labelForSegment(1), QStringLiteral("News"));
+    QVERIFY(!manager->isUpdating());
+    QCOMPARE(part<LVSegmentedControl>(*manager, "_mainSegmentedControl")->labelForSegment(1), QStringLiteral("News"));
     // The first news row is opened.
-    QVERIFY(manager->newsItemsTable()->isItemExpanded(manager->newsItems().first()));
+    QVERIFY(part<LVOutlineView>(*manager, "_newsItemsTable")->isItemExpanded(manager->newsItems().first()));
 }
 
 void tst_LVInstallManager::deferredStepsWaitTheScaledSecond()
@@ -470,12 +492,11 @@ void tst_LVInstallManager::newsExpiryBoundary_data()
     QTest::addColumn<int>("secondsAfterEnd"); // now relative to release + showDays days
     QTest::addColumn<QVariant>("showDays");
     QTest::addColumn<bool>("shown");
+    // The rule itself is the news collection's (tst_VMNewsHelpRecords); here, what the tab shows.
     QTest::newRow("one second before the end") << -1 << QVariant(3) << true;
     QTest::newRow("exactly at the end") << 0 << QVariant(3) << false;
-    QTest::newRow("after the end") << 60 << QVariant(3) << false;
-    QTest::newRow("no show days") << -86400 << QVariant() << false;
-    QTest::newRow("zero show days") << -86400 << QVariant(0) << false;
-    QTest::newRow("negative show days") << -86400 << QVariant(-2) << false;
+    QTest::newRow("show days beyond any date") << 0 << QVariant(std::numeric_limits<qint64>::max()) << true;
+    QTest::newRow("the most negative show days") << -86400 << QVariant(std::numeric_limits<qint64>::min()) << false;
 }
 
 void tst_LVInstallManager::newsExpiryBoundary()
@@ -496,9 +517,9 @@ void tst_LVInstallManager::newsExpiryBoundary()
     QCOMPARE(manager->newsItems().size(), expected);
     QCOMPARE(manager->newsItems().last()->title(), QStringLiteral("Other"));
     // The badge counts the rows shown.
-    QCOMPARE(manager->newsCountImageView()->pixmap().toImage(),
+    QCOMPARE(part<QLabel>(*manager, "_newsCountImageView")->pixmap().toImage(),
              LVInstallManager::batchImageWithNumber(expected, LVBadgeImage::systemOrangeColor())
-                 .convertToFormat(manager->newsCountImageView()->pixmap().toImage().format()));
+                 .convertToFormat(part<QLabel>(*manager, "_newsCountImageView")->pixmap().toImage().format()));
 }
 
 void tst_LVInstallManager::expiredNewsIsLoggedWithExtendedLogging()
@@ -507,17 +528,18 @@ void tst_LVInstallManager::expiredNewsIsLoggedWithExtendedLogging()
     auto manager = makeManager();
     QSignalSpy logged(VMLogger::sharedLogger(), &VMLogger::lineLogged);
     const auto news =
-        VMNewsCollection::initWithDict(QVariantMap{{"News", QVariantList{newsEntry("Old", now.addDays(-30), 2)}}});
+        VMNewsCollection::initWithDict(QVariantMap{{"News", QVariantList{newsEntry("Old %1", now.addDays(-30), 2)}}});
     manager->setNewsCollection(news);
     QCoreApplication::processEvents();
     for (const auto& line : logged)
         QVERIFY(!line.at(0).toString().contains(QStringLiteral("News item expired")));
-    QVERIFY(manager->newsCountImageView()->pixmap().isNull());
+    QVERIFY(part<QLabel>(*manager, "_newsCountImageView")->pixmap().isNull());
 
     LVPreferences::sharedPreferences()->useExtendedLogging(true);
     manager->setNewsCollection(news);
     QTRY_VERIFY(std::any_of(logged.begin(), logged.end(), [](const QList<QVariant>& line) {
-        return line.at(0).toString().contains(QStringLiteral("News item expired: Old, ")) &&
+        // The title is written as it stands, "%1" and all.
+        return line.at(0).toString().contains(QStringLiteral("News item expired: Old %1, ")) &&
                line.at(0).toString().contains(QStringLiteral(", 2"));
     }));
     LVPreferences::sharedPreferences()->useExtendedLogging(false);
@@ -541,7 +563,7 @@ void tst_LVInstallManager::installsBadgeCountsRowsNeedingAttention()
     _statusForProduct = {{"P1", statuses[0]}, {"P2", statuses[1]}, {"OLD", statuses[2]}, {"bundle", statuses[3]}};
     auto manager = makeManager();
     load(*manager, fullCatalogue());
-    const QPixmap badge = manager->installsCountImageView()->pixmap();
+    const QPixmap badge = part<QLabel>(*manager, "_installsCountImageView")->pixmap();
     if (count == 0) {
         QVERIFY(badge.isNull());
     } else {
@@ -555,12 +577,14 @@ void tst_LVInstallManager::installsBadgeCountsRowsNeedingAttention()
     first->setInstallStatus(firstCounted ? 2 : 3);
     const int after = count + (firstCounted ? -1 : 1);
     if (after == 0)
-        QVERIFY(manager->installsCountImageView()->pixmap().isNull());
+        QVERIFY(part<QLabel>(*manager, "_installsCountImageView")->pixmap().isNull());
     else
-        QCOMPARE(
-            manager->installsCountImageView()->pixmap().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied),
-            LVInstallManager::batchImageWithNumber(after, LVBadgeImage::systemOrangeColor())
-                .convertToFormat(QImage::Format_ARGB32_Premultiplied));
+        QCOMPARE(part<QLabel>(*manager, "_installsCountImageView")
+                     ->pixmap()
+                     .toImage()
+                     .convertToFormat(QImage::Format_ARGB32_Premultiplied),
+                 LVInstallManager::batchImageWithNumber(after, LVBadgeImage::systemOrangeColor())
+                     .convertToFormat(QImage::Format_ARGB32_Premultiplied));
 }
 
 void tst_LVInstallManager::badgeImageShape_data()
@@ -612,9 +636,9 @@ void tst_LVInstallManager::discontinuedFilter()
         return result;
     };
     QCOMPARE(titles(), (QStringList{"P1", "P2"}));
-    QCOMPARE(manager->installItemsTable()->outlineModel()->rowCount(), 2);
+    QCOMPARE(part<LVOutlineView>(*manager, "_installItemsTable")->outlineModel()->rowCount(), 2);
     // Counted although hidden.
-    QVERIFY(!manager->installsCountImageView()->pixmap().isNull());
+    QVERIFY(!part<QLabel>(*manager, "_installsCountImageView")->pixmap().isNull());
 
     VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("notifShowDiscontinuedProductsChanged"),
                                                            true);
@@ -622,7 +646,7 @@ void tst_LVInstallManager::discontinuedFilter()
     QCOMPARE(LVPreferences::sharedPreferences()->propertyForKey(QStringLiteral("showDiscontinuedProducts")).toBool(),
              true);
     QCOMPARE(titles(), (QStringList{"P1", "P2", "OLD"}));
-    QCOMPARE(manager->installItemsTable()->outlineModel()->rowCount(), 3);
+    QCOMPARE(part<LVOutlineView>(*manager, "_installItemsTable")->outlineModel()->rowCount(), 3);
 
     VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("notifShowDiscontinuedProductsChanged"),
                                                            false);
@@ -631,10 +655,35 @@ void tst_LVInstallManager::discontinuedFilter()
              false);
 }
 
+void tst_LVInstallManager::refreshKeepsBusyRowsUntilTheyAreIdle()
+{
+    auto manager = makeManager();
+    load(*manager, fullCatalogue());
+    auto* busy = static_cast<TestInstallItem*>(manager->singleProductInstallItems().at(0));
+    busy->busy = true; // say, an install started before the refresh
+    QPointer<TestInstallItem> busyRow(busy);
+    QPointer<LVInstallItem> idleRow(manager->singleProductInstallItems().at(1));
+
+    load(*manager, fullCatalogue());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!idleRow);
+    QVERIFY(busyRow);
+    QCOMPARE(busyRow->installManager(), nullptr);
+    QVERIFY(!manager->singleProductInstallItems().contains(busyRow.data()));
+    // Its status changes reach nobody, and the new rows are counted alone.
+    busyRow->setInstallStatus(LVInstallItem::StatusInstalling);
+    QVERIFY(part<QLabel>(*manager, "_installsCountImageView")->pixmap().isNull());
+
+    busyRow->busy = false;
+    emit busyRow->becameIdle();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!busyRow);
+}
+
 void tst_LVInstallManager::installsSubTabs()
 {
     TestInstallItem updateAll(QStringLiteral("Update All Installed Products"));
-    LVInstallManager::setUpdateAllInstalledItemProvider([&] { return &updateAll; });
+    _rows->updateAll = &updateAll;
     auto manager = makeManager();
     load(*manager, fullCatalogue());
     auto titles = [&] {
@@ -643,14 +692,14 @@ void tst_LVInstallManager::installsSubTabs()
             result.append(row->title());
         return result;
     };
-    QCOMPARE(manager->installsSegmentedControl()->selectedTag(), 0);
+    QCOMPARE(part<LVSegmentedControl>(*manager, "_installsSegmentedControl")->selectedTag(), 0);
     QCOMPARE(titles(), (QStringList{"Update All Installed Products", "bundle"}));
-    manager->installsSegmentedControl()->selectSegmentWithTag(1);
-    manager->installsSegmentedControlAction(manager->installsSegmentedControl());
+    part<LVSegmentedControl>(*manager, "_installsSegmentedControl")->selectSegmentWithTag(1);
+    manager->installsSegmentedControlAction(part<LVSegmentedControl>(*manager, "_installsSegmentedControl"));
     QCOMPARE(titles(), (QStringList{"Update All Installed Products", "P1", "P2"}));
     manager->selectInstallsTabViewAtIndex(5);
     QCOMPARE(titles(), QStringList{"Update All Installed Products"});
-    QCOMPARE(manager->installItemsTable()->outlineModel()->rowCount(), 1);
+    QCOMPARE(part<LVOutlineView>(*manager, "_installItemsTable")->outlineModel()->rowCount(), 1);
     // A new catalogue keeps the sub-tab the control shows.
     manager->selectInstallsTabViewAtIndex(1);
     load(*manager, fullCatalogue());
@@ -661,15 +710,16 @@ void tst_LVInstallManager::mainTabsFollowTheSegmentedControl()
 {
     auto manager = makeManager();
     QCOMPARE(manager->selectedMainTabIndex(), 0);
-    LVSegmentedControl* control = manager->mainSegmentedControl();
+    LVSegmentedControl* control = part<LVSegmentedControl>(*manager, "_mainSegmentedControl");
     control->resize(control->sizeHint());
     for (int tab : {2, 1, 3, 0}) {
         QTest::mouseClick(control, Qt::LeftButton, Qt::NoModifier, control->segmentRect(tab).center());
-        QCOMPARE(manager->mainTabView()->currentIndex(), tab);
+        QCOMPARE(part<QStackedWidget>(*manager, "_mainTabView")->currentIndex(), tab);
         QCOMPARE(control->selectedTag(), tab);
     }
     manager->selectMainTabViewAtIndex(2);
-    QCOMPARE(manager->mainTabView()->currentWidget()->findChild<LVOutlineView*>(), manager->helpItemsTable());
+    QCOMPARE(part<QStackedWidget>(*manager, "_mainTabView")->currentWidget()->findChild<LVOutlineView*>(),
+             part<LVOutlineView>(*manager, "_helpItemsTable"));
     // No such tab: nothing changes.
     manager->selectMainTabViewAtIndex(9);
     QCOMPARE(manager->selectedMainTabIndex(), 2);
@@ -682,17 +732,18 @@ void tst_LVInstallManager::selectItemPicksTheTabByRowKind()
     manager->containerView()->resize(460, 640);
     manager->selectItem(manager->helpItems().last());
     QCOMPARE(manager->selectedMainTabIndex(), 2);
-    QCOMPARE(manager->helpItemsTable()->selectedItem(), manager->helpItems().last());
+    QCOMPARE(part<LVOutlineView>(*manager, "_helpItemsTable")->selectedItem(), manager->helpItems().last());
     manager->selectItem(manager->newsItems().first());
     QCOMPARE(manager->selectedMainTabIndex(), 1);
     manager->selectItem(manager->bundleProductInstallItems().first());
     QCOMPARE(manager->selectedMainTabIndex(), 0);
-    QCOMPARE(manager->installItemsTable()->selectedItem(), manager->bundleProductInstallItems().first());
+    QCOMPARE(part<LVOutlineView>(*manager, "_installItemsTable")->selectedItem(),
+             manager->bundleProductInstallItems().first());
     QObject stranger;
     manager->selectItem(&stranger);
     QCOMPARE(manager->selectedMainTabIndex(), 0);
     manager->selectInstallItem(nullptr);
-    QCOMPARE(manager->installItemsTable()->selectedItem(), nullptr);
+    QCOMPARE(part<LVOutlineView>(*manager, "_installItemsTable")->selectedItem(), nullptr);
 }
 
 void tst_LVInstallManager::installItemWithProductIDNeverAnswersABundle()
@@ -733,17 +784,17 @@ void tst_LVInstallManager::alertsGoThroughThePresenter()
 void tst_LVInstallManager::outlineOfTheInstallTableIsConsistent()
 {
     auto manager = makeManager();
-    QAbstractItemModelTester tester(manager->installItemsTable()->outlineModel(),
+    QAbstractItemModelTester tester(part<LVOutlineView>(*manager, "_installItemsTable")->outlineModel(),
                                     QAbstractItemModelTester::FailureReportingMode::QtTest);
-    QAbstractItemModelTester newsTester(manager->newsItemsTable()->outlineModel(),
+    QAbstractItemModelTester newsTester(part<LVOutlineView>(*manager, "_newsItemsTable")->outlineModel(),
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
     load(*manager, fullCatalogue());
     manager->selectInstallsTabViewAtIndex(1);
     load(*manager, fullCatalogue());
-    QCOMPARE(manager->installItemsTable()->outlineModel()->rowCount(), 2);
+    QCOMPARE(part<LVOutlineView>(*manager, "_installItemsTable")->outlineModel()->rowCount(), 2);
     // The news row has its more-info child.
-    const QModelIndex news = manager->newsItemsTable()->outlineModel()->index(0, 0);
-    QCOMPARE(manager->newsItemsTable()->outlineModel()->rowCount(news), 1);
+    const QModelIndex news = part<LVOutlineView>(*manager, "_newsItemsTable")->outlineModel()->index(0, 0);
+    QCOMPARE(part<LVOutlineView>(*manager, "_newsItemsTable")->outlineModel()->rowCount(news), 1);
 }
 
 void tst_LVInstallManager::expandNotificationsToggleRows()
@@ -751,16 +802,16 @@ void tst_LVInstallManager::expandNotificationsToggleRows()
     auto manager = makeManager();
     load(*manager, fullCatalogue());
     LVNewsItem* row = manager->newsItems().first();
-    QVERIFY(manager->newsItemsTable()->isItemExpanded(row));
+    QVERIFY(part<LVOutlineView>(*manager, "_newsItemsTable")->isItemExpanded(row));
     VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("expandLVNewsItem"),
                                                            QVariant::fromValue(static_cast<QObject*>(row)));
-    QVERIFY(!manager->newsItemsTable()->isItemExpanded(row));
+    QVERIFY(!part<LVOutlineView>(*manager, "_newsItemsTable")->isItemExpanded(row));
     VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("expandLVNewsItem"),
                                                            QVariant::fromValue(static_cast<QObject*>(row)));
-    QVERIFY(manager->newsItemsTable()->isItemExpanded(row));
+    QVERIFY(part<LVOutlineView>(*manager, "_newsItemsTable")->isItemExpanded(row));
     // Without a row: nothing.
     VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("expandLVNewsItem"));
-    QVERIFY(manager->newsItemsTable()->isItemExpanded(row));
+    QVERIFY(part<LVOutlineView>(*manager, "_newsItemsTable")->isItemExpanded(row));
 }
 
 QTEST_MAIN(tst_LVInstallManager)

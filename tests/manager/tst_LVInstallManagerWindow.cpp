@@ -3,10 +3,11 @@
 #include "catalogue/LVServers.h"
 #include "foundation/VMDispatch.h"
 #include "manager/AppDelegate.h"
-#include "manager/LVAppearance.h"
 #include "manager/LVInstallManager.h"
 #include "manager/LVInstallManagerDelegate.h"
 #include "manager/LVInstallManagerView.h"
+#include "manager/LVMouseDownMonitor.h"
+#include "widgets/LVAppearance.h"
 
 #include <QMessageBox>
 #include <QPushButton>
@@ -151,7 +152,7 @@ void tst_LVInstallManagerWindow::outsideClickHidesOnlyAnAttachedWindow()
 {
     LVInstallManager manager;
     manager.show();
-    QVERIFY(manager.hasMouseMonitor());
+    QVERIFY(manager.findChild<LVMouseDownMonitor*>());
     QWidget elsewhere;
     elsewhere.resize(100, 100);
     elsewhere.show();
@@ -168,7 +169,7 @@ void tst_LVInstallManagerWindow::outsideClickHidesOnlyAnAttachedWindow()
     manager.setAttachedToStatusItem(true);
     QTest::mouseClick(&elsewhere, Qt::RightButton);
     QTRY_VERIFY(!manager.isVisible());
-    QVERIFY(!manager.hasMouseMonitor());
+    QVERIFY(!manager.findChild<LVMouseDownMonitor*>());
     QCOMPARE(_delegate.quits, 0);
 }
 
@@ -229,7 +230,7 @@ void tst_LVInstallManagerWindow::busyOverlayCoversTheWindow()
     LVInstallManager manager;
     manager.show();
     manager.beginUpdate();
-    QWidget* overlay = reinterpret_cast<QWidget*>(manager.progressView());
+    auto* overlay = manager.containerView()->findChild<QWidget*>(QStringLiteral("progressView"));
     QVERIFY(overlay);
     manager.beginUpdate(); // one overlay at a time
     QCOMPARE(manager.containerView()->findChildren<QWidget*>(QStringLiteral("progressView")).size(), 1);

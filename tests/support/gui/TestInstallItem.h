@@ -20,6 +20,7 @@ public:
     QString title() const override { return _title; }
     void updateStatus() override;
     bool discontinued() const override { return isDiscontinued; }
+    bool isBusy() const override { return busy; }
     std::shared_ptr<VMProductItem> productItem() const override { return product; }
     QWidget* view() override;
     QList<LVOutlineItem*> childItems() override { return children; }
@@ -32,6 +33,7 @@ public:
     uint computedStatus = 0;
     int updateStatusCalls = 0;
     bool isDiscontinued = false;
+    bool busy = false;
     bool expandable = false;
     bool selectable = true;
     int viewHeight = 40;

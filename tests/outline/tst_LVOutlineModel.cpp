@@ -1,7 +1,7 @@
 #include "TestInstallItem.h"
 #include "manager/AppDelegate.h"
-#include "manager/LVOutlineModel.h"
-#include "manager/LVOutlineView.h"
+#include "outline/LVOutlineModel.h"
+#include "outline/LVOutlineView.h"
 
 #include <QAbstractItemModelTester>
 #include <QPointer>

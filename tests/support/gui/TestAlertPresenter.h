@@ -1,6 +1,6 @@
 #pragma once
 
-#include "manager/LVAlertPresenter.h"
+#include "widgets/LVAlertPresenter.h"
 
 #include <QList>
 

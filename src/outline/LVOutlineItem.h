@@ -3,7 +3,7 @@
 #include <QList>
 #include <QString>
 
-class LVInstallManager;
+class LVRowHost;
 class QWidget;
 
 // What the main window's outlines ask of a row controller: its view, its children and how it
@@ -11,13 +11,18 @@ class QWidget;
 class LVOutlineItem
 {
 public:
+    // Which tab a row belongs on; rows say so themselves instead of being recognised by class name.
+    enum class Kind { Other, Install, News, Help, Tool };
+
     virtual ~LVOutlineItem() = default;
 
+    virtual Kind outlineKind() const { return Kind::Other; }
     virtual QString title() const { return QString(); }
     virtual QWidget* view() { return nullptr; }
     virtual QList<LVOutlineItem*> childItems() { return {}; }
     virtual bool shouldExpand() { return false; }
     virtual bool shouldCollapse() { return true; }
     virtual bool shouldSelect() { return false; }
-    virtual void setInstallManager(LVInstallManager*) {}
+    // The list controller that shows the row; null when the row is dropped from the list.
+    virtual void setInstallManager(LVRowHost*) {}
 };

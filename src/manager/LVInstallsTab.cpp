@@ -1,0 +1,168 @@
+#include "LVInstallsTab.h"
+
+#include "catalogue/VMBundleProductItem.h"
+#include "catalogue/VMProductsCollection.h"
+#include "catalogue/VMSingleProductItem.h"
+#include "foundation/LVPreferences.h"
+#include "items/LVInstallItem.h"
+#include "items/LVInstallItemFactory.h"
+#include "widgets/LVSegmentedControl.h"
+
+namespace {
+struct DiscontinuedFlag
+{
+    DiscontinuedFlag()
+        : show(LVPreferences::sharedPreferences()
+                   ->propertyForKey(QLatin1String(LVPreferences::showDiscontinuedProducts))
+                   .toBool())
+    {}
+    bool show;
+};
+
+DiscontinuedFlag& discontinuedFlag()
+{
+    static DiscontinuedFlag flag;
+    return flag;
+}
+} // namespace
+
+LVInstallsTab::LVInstallsTab(QWidget* parent) : LVOutlineTab(parent) {}
+
+LVInstallsTab::~LVInstallsTab()
+{
+    // Busy rows outlive the list only while the list does.
+    qDeleteAll(_singleProductInstallItems);
+    qDeleteAll(_bundleProductInstallItems);
+}
+
+void LVInstallsTab::setUp()
+{
+    setUpOutline(QStringLiteral("No bundles to show."));
+    _segmentedControl = findChild<LVSegmentedControl*>();
+    if (!_segmentedControl)
+        return;
+    _segmentedControl->setSegments({QStringLiteral("Bundles"), QStringLiteral("Products")});
+    _segmentedControl->setCompact(true);
+    connect(_segmentedControl, &LVSegmentedControl::activated, this,
+            [this] { selectInstallsTabViewAtIndex(_segmentedControl->selectedSegment()); });
+}
+
+bool LVInstallsTab::showDiscontinuedProducts()
+{
+    return discontinuedFlag().show;
+}
+
+void LVInstallsTab::setShowDiscontinuedProducts(bool show)
+{
+    discontinuedFlag().show = show;
+}
+
+LVInstallItem* LVInstallsTab::adopt(LVInstallItem* row, QList<LVInstallItem*>& list)
+{
+    if (row) {
+        row->setParent(this);
+        list.append(row);
+        row->setInstallManager(rowHost());
+    }
+    return row;
+}
+
+void LVInstallsTab::detachInstallItems()
+{
+    for (LVInstallItem* row : std::as_const(_bundleProductInstallItems) + _singleProductInstallItems) {
+        row->setInstallManager(nullptr);
+        // A row whose download, install or uninstall is under way finishes it first: its
+        // confirmation and announcement must not be cut short by a refresh.
+        if (row->isBusy())
+            connect(row, &LVInstallItem::becameIdle, row, &QObject::deleteLater, Qt::UniqueConnection);
+        else
+            row->deleteLater();
+    }
+    _bundleProductInstallItems.clear();
+    _singleProductInstallItems.clear();
+    _installItems.clear();
+}
+
+void LVInstallsTab::setProductsCollection(const std::shared_ptr<VMProductsCollection>& collection)
+{
+    detachInstallItems();
+    _productsCollection = collection;
+    if (collection && _itemFactory) {
+        for (const VMProductItemPtr& product : collection->productItems()) {
+            if (auto single = std::dynamic_pointer_cast<VMSingleProductItem>(product))
+                adopt(_itemFactory->singleInstallItem(single), _singleProductInstallItems);
+            else if (auto bundle = std::dynamic_pointer_cast<VMBundleProductItem>(product))
+                adopt(_itemFactory->bundleInstallItem(bundle, collection), _bundleProductInstallItems);
+        }
+    }
+    selectInstallsTabViewAtIndex(_segmentedControl ? _segmentedControl->selectedTag() : BundlesTab);
+    emit attentionCountChanged(attentionCount());
+}
+
+QList<LVInstallItem*> LVInstallsTab::installItems() const
+{
+    QList<LVInstallItem*> rows;
+    if (_itemFactory) {
+        if (LVInstallItem* updateAll = _itemFactory->updateAllInstalledItem())
+            rows.append(updateAll);
+    }
+    const bool showDiscontinued = showDiscontinuedProducts();
+    for (LVInstallItem* row : _installItems) {
+        if (showDiscontinued || !row->discontinued())
+            rows.append(row);
+    }
+    return rows;
+}
+
+QList<LVOutlineItem*> LVInstallsTab::rows() const
+{
+    return outlineItems(installItems());
+}
+
+LVInstallItem* LVInstallsTab::installItemWithProductID(const QString& productID) const
+{
+    if (productID.isNull())
+        return nullptr;
+    for (LVInstallItem* row : _singleProductInstallItems) {
+        const auto product = row->productItem();
+        if (product && product->productID() == productID)
+            return row;
+    }
+    // Bundles are looked at only to stop the search: a bundle row is never the answer.
+    return nullptr;
+}
+
+void LVInstallsTab::selectInstallsTabViewAtIndex(int index)
+{
+    _installItems.clear();
+    if (_segmentedControl)
+        _segmentedControl->selectSegmentWithTag(index);
+    if (index == BundlesTab)
+        _installItems = _bundleProductInstallItems;
+    else if (index == SingleProductsTab)
+        _installItems = _singleProductInstallItems;
+    setPlaceholderText(index == BundlesTab ? QStringLiteral("No bundles to show.")
+                                           : QStringLiteral("No products to show."));
+    reloadData();
+}
+
+int LVInstallsTab::selectedSubTab() const
+{
+    return _segmentedControl ? _segmentedControl->selectedTag() : BundlesTab;
+}
+
+qint64 LVInstallsTab::attentionCount() const
+{
+    qint64 count = 0;
+    for (LVInstallItem* row : std::as_const(_bundleProductInstallItems) + _singleProductInstallItems) {
+        const uint status = row->installStatus();
+        if (status != LVInstallItem::StatusNotInstalled && status != LVInstallItem::StatusLatestInstalled)
+            ++count;
+    }
+    return count;
+}
+
+void LVInstallsTab::updateStatusChanged(uint, LVInstallItem*)
+{
+    emit attentionCountChanged(attentionCount());
+}

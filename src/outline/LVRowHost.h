@@ -1,0 +1,38 @@
+#pragma once
+
+#include "widgets/LVAlertPresenter.h"
+
+#include <QList>
+#include <QString>
+#include <memory>
+
+class LVInstallItem;
+class QWidget;
+class VMError;
+class VMProductsCollection;
+
+// What a row may ask of the list controller that shows it: in the application the install
+// manager, in tests a stand-in. Rows hold it as their `installManager`, so they reach the window
+// without depending on the layer above them.
+class LVRowHost
+{
+public:
+    virtual ~LVRowHost() = default;
+
+    // Alerts over the main window.
+    virtual void showAlert(const LVAlert& alert) = 0;
+    virtual void showAlert(const LVAlert& alert, LVAlertPresenter::Completion completionHandler) = 0;
+    virtual void showError(const VMError& error) = 0;
+
+    // Install rows report every real change of their status here.
+    virtual void updateStatusChanged(uint status, LVInstallItem* installItem) = 0;
+    virtual void selectInstallItem(LVInstallItem* item) = 0;
+    // A single-product row; never a bundle row.
+    virtual LVInstallItem* installItemWithProductID(const QString& productID) const = 0;
+    // The rows the installs tab shows now.
+    virtual QList<LVInstallItem*> installItems() const = 0;
+    virtual std::shared_ptr<VMProductsCollection> productsCollection() const = 0;
+    virtual qint64 indicateAsNewProductPeriod() const = 0;
+    // The main window, or null while it has not been shown.
+    virtual QWidget* window() const = 0;
+};
