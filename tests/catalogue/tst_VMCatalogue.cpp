@@ -304,6 +304,7 @@ void tst_VMCatalogue::bundleFlagChoosesClass_data()
     QTest::newRow("integer 0") << QVariant(qint64(0)) << false;
     QTest::newRow("text YES") << QVariant(QStringLiteral("YES")) << true;
     QTest::newRow("text NO") << QVariant(QStringLiteral("NO")) << false;
+    QTest::newRow("array, read as absent") << QVariant(QVariantList{true}) << false;
 }
 
 void tst_VMCatalogue::bundleFlagChoosesClass()
