@@ -1,6 +1,8 @@
 // Downloads one large body from a server in another process (lv_http_serve) to disk, with
-// LVDownloader and with `curl -o` in turn, and prints both throughputs, their ratio and this
-// process's peak memory (VmHWM), which must not grow with the size of the download.
+// LVDownloader and with `curl -o` in turn (paired rounds, alternating who goes first), and prints
+// per round and as medians: throughputs, CPU time per GiB of each and their ratio (the steadier
+// figure on a busy machine), and this process's peak memory (VmHWM), which must not grow with the
+// size of the download.
 //
 //   bench_download [--size-mib N] [--rounds R] [--dir FOLDER]
 
@@ -80,6 +82,19 @@ double cpuSeconds(int who)
 double g_cpuOurs = 0;
 double g_cpuCurl = 0;
 
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    const size_t n = values.size();
+    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+}
+
+double loadAverage()
+{
+    QFile file(QStringLiteral("/proc/loadavg"));
+    return file.open(QIODevice::ReadOnly) ? file.readAll().split(' ').value(0).toDouble() : -1;
+}
+
 double withDownloader(const QUrl& url, const QString& path, qint64 size)
 {
     const double cpuBefore = cpuSeconds(RUSAGE_SELF);
@@ -150,8 +165,10 @@ int main(int argc, char** argv)
     const double mib = size / (1024.0 * 1024.0);
 
     double bestOurs = 0, bestCurl = 0;
-    std::vector<double> ratios;
+    std::vector<double> ratios, cpuRatios, cpuOursPerGiB, cpuCurlPerGiB;
+    std::printf("load average before: %.2f\n", loadAverage());
     for (int round = 0; round < rounds; ++round) {
+        const double oursBefore = g_cpuOurs, curlBefore = g_cpuCurl;
         // Alternate who goes first, so neither always meets a cold or a dirty page cache.
         double ours = -1, curl = -1;
         if (round % 2 == 0) {
@@ -165,9 +182,15 @@ int main(int argc, char** argv)
             std::fprintf(stderr, "round %d: a download failed or came out wrong\n", round + 1);
             return 1;
         }
-        std::printf("round %d: LVDownloader %.0f MiB/s (%.2f s), curl -o %.0f MiB/s (%.2f s)\n", round + 1, mib / ours,
-                    ours, mib / curl, curl);
+        const double oursPerGiB = (g_cpuOurs - oursBefore) * 1024 / mib;
+        const double curlPerGiB = (g_cpuCurl - curlBefore) * 1024 / mib;
+        std::printf("round %d: LVDownloader %.0f MiB/s (%.2f s, CPU %.2f s/GiB), curl -o %.0f MiB/s (%.2f s, CPU "
+                    "%.2f s/GiB), CPU ratio %.2f\n",
+                    round + 1, mib / ours, ours, oursPerGiB, mib / curl, curl, curlPerGiB, oursPerGiB / curlPerGiB);
         ratios.push_back(curl / ours);
+        cpuOursPerGiB.push_back(oursPerGiB);
+        cpuCurlPerGiB.push_back(curlPerGiB);
+        cpuRatios.push_back(oursPerGiB / curlPerGiB);
         bestOurs = std::max(bestOurs, mib / ours);
         bestCurl = std::max(bestCurl, mib / curl);
     }
@@ -181,12 +204,13 @@ int main(int argc, char** argv)
                 bestOurs, bestCurl, bestOurs / bestCurl);
     // Rounds are paired (same moment, same machine load), so the median of their ratios is the
     // steadier figure on a busy machine.
-    std::sort(ratios.begin(), ratios.end());
-    const double median =
-        ratios.size() % 2 ? ratios[ratios.size() / 2] : (ratios[ratios.size() / 2 - 1] + ratios[ratios.size() / 2]) / 2;
-    std::printf("median of the per-round ratios: %.2f\n", median);
-    std::printf("CPU time per GiB: LVDownloader %.2f s, curl -o %.2f s\n", g_cpuOurs * 1024 / (mib * rounds),
-                g_cpuCurl * 1024 / (mib * rounds));
+    std::printf("median of the per-round throughput ratios: %.2f\n", median(ratios));
+    std::printf("CPU time per GiB over all rounds: LVDownloader %.2f s, curl -o %.2f s\n",
+                g_cpuOurs * 1024 / (mib * rounds), g_cpuCurl * 1024 / (mib * rounds));
+    std::printf("CPU time per GiB, medians: LVDownloader %.2f s, curl -o %.2f s; median of the per-round CPU ratios "
+                "(LVDownloader / curl): %.2f (goal <= 1.10)\n",
+                median(cpuOursPerGiB), median(cpuCurlPerGiB), median(cpuRatios));
+    std::printf("load average after: %.2f\n", loadAverage());
     std::printf("peak RSS of this process (VmHWM): %lld KiB (%lld KiB before the downloads); "
                 "peak RSS of curl: %ld KiB\n",
                 statusKiB("VmHWM"), baselineKiB, children.ru_maxrss);

@@ -9,19 +9,24 @@ VMBundleProductItem::~VMBundleProductItem() = default;
 
 VMBundleProductItemPtr VMBundleProductItem::initWithDict(const QVariantMap& dict)
 {
+    return initWithNode(VMPropertyList::treeFromVariant(dict).root());
+}
+
+VMBundleProductItemPtr VMBundleProductItem::initWithNode(plist_t dict)
+{
     VMBundleProductItemPtr item(new VMBundleProductItem(Empty{}));
     VMCatalogueReader reader(dict);
     item->readBase(reader);
-    reader.readString(QStringLiteral("Title"), item->_title);
-    reader.readString(QStringLiteral("Included Product IDs"), item->_bundleIncludedProductIDs);
-    reader.readString(QStringLiteral("Description"), item->_bundleDescription);
-    reader.readString(QStringLiteral("Icon URL"), item->_bundleIconURL);
-    reader.readString(QStringLiteral("Info URL"), item->_bundleInfoURL);
-    reader.readString(QStringLiteral("Docs URL"), item->_bundleDocsURL);
-    reader.readString(QStringLiteral("Buy URL"), item->_bundleBuyURL);
-    reader.readBool(QStringLiteral("Discontinued"), item->_bundleDiscontinued, false);
-    if (!reader.ok())
-        VM_LOG_MESSAGE(reader.problem());
+    reader.readString("Title", item->_title);
+    reader.readString("Included Product IDs", item->_bundleIncludedProductIDs);
+    reader.readString("Description", item->_bundleDescription);
+    reader.readString("Icon URL", item->_bundleIconURL);
+    reader.readString("Info URL", item->_bundleInfoURL);
+    reader.readString("Docs URL", item->_bundleDocsURL);
+    reader.readString("Buy URL", item->_bundleBuyURL);
+    reader.readBool("Discontinued", item->_bundleDiscontinued, false);
+    for (const QString& problem : reader.problems())
+        VM_LOG_MESSAGE(problem);
     return item;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "catalogue/VMProductItem.h"
+#include "foundation/VMPropertyList.h"
 
 class VMBundleProductItem;
 using VMBundleProductItemPtr = std::shared_ptr<VMBundleProductItem>;
@@ -17,6 +18,8 @@ public:
     // Built from an empty bundle, so absent keys stay null. A value of the wrong type is logged
     // and ends the reading; the bundle read so far is returned. Never null.
     static VMBundleProductItemPtr initWithDict(const QVariantMap& dict);
+    // The same from a dictionary node of a parsed catalogue.
+    static VMBundleProductItemPtr initWithNode(plist_t dict);
 
     // "title" posts "reloadItemInNodeTable"; an unknown key goes to the system log.
     bool setValue(const QVariant& value, const QString& key) override;

@@ -8,57 +8,59 @@
 VMCatalogue VMCatalogue::initWithData(const QByteArray& data)
 {
     QString error;
-    const QVariant root = VMPropertyList::fromData(data, &error);
-    if (!root.isValid()) {
+    const VMPropertyList::Tree tree = VMPropertyList::treeFromData(data, &error);
+    if (!tree.root()) {
         VM_LOG_MESSAGE(error);
         VMCatalogue catalogue;
         catalogue._errorDescription = error;
         return catalogue;
     }
-    if (root.typeId() != QMetaType::QVariantMap) {
+    return initWithNode(tree.root());
+}
+
+VMCatalogue VMCatalogue::initWithDict(const QVariantMap& root)
+{
+    return initWithNode(VMPropertyList::treeFromVariant(root).root());
+}
+
+VMCatalogue VMCatalogue::initWithNode(plist_t root)
+{
+    if (!VMCatalogueReader::isDictionary(root)) {
         VMCatalogue catalogue;
         catalogue._errorDescription =
             QStringLiteral("The catalogue's root is %1, not a dictionary").arg(VMCatalogueReader::typeName(root));
         VM_LOG_MESSAGE(catalogue._errorDescription);
         return catalogue;
     }
-    return initWithDict(root.toMap());
-}
-
-VMCatalogue VMCatalogue::initWithDict(const QVariantMap& root)
-{
     VMCatalogue catalogue;
     catalogue._valid = true;
+    VMCatalogueReader reader(root);
 
     bool ok = false;
-    const qint64 version = VMCatalogueReader::integerValue(root.value(QStringLiteral("Version Number")), &ok);
+    const qint64 version = VMCatalogueReader::integerValue(reader.value("Version Number"), &ok);
     catalogue._versionNumber = ok ? version : 0;
     if (LVPreferences::sharedPreferences()->usesExtendedLogging())
         VM_LOG_MESSAGE(QStringLiteral("Loading Version: %1").arg(catalogue._versionNumber));
 
-    const auto products = root.constFind(QStringLiteral("Products"));
-    if (products != root.constEnd())
-        catalogue._productsCollection = VMProductsCollection::initWithDict(*products);
+    if (const plist_t products = reader.value("Products"))
+        catalogue._productsCollection = VMProductsCollection::initWithNode(products);
 
-    auto news = root.constFind(QStringLiteral("News"));
-    if (news == root.constEnd())
-        news = root.constFind(QStringLiteral("Announcements"));
-    if (news != root.constEnd())
-        catalogue._newsCollection = VMNewsCollection::initWithDict(*news);
+    plist_t news = reader.value("News");
+    if (!news)
+        news = reader.value("Announcements");
+    if (news)
+        catalogue._newsCollection = VMNewsCollection::initWithNode(news);
 
-    const auto help = root.constFind(QStringLiteral("Help Items"));
-    if (help != root.constEnd())
-        catalogue._helpItemsCollection = VMHelpItemsCollection::initWithDict(*help);
+    if (const plist_t help = reader.value("Help Items"))
+        catalogue._helpItemsCollection = VMHelpItemsCollection::initWithNode(help);
 
-    catalogue._indicateProductAsNewPeriod = root.value(QStringLiteral("Indicate Product as New Period"));
+    catalogue._indicateProductAsNewPeriod =
+        VMPropertyList::nodeToVariant(reader.value("Indicate Product as New Period"));
 
-    const auto license = root.constFind(QStringLiteral("License Agreement URL"));
-    if (license != root.constEnd()) {
-        if (license->typeId() == QMetaType::QString)
-            catalogue._licenseAgreementURL = license->toString();
-        else
+    if (const plist_t license = reader.value("License Agreement URL")) {
+        if (!VMCatalogueReader::stringValue(license, &catalogue._licenseAgreementURL))
             VM_LOG_MESSAGE(QStringLiteral("Value for key \"License Agreement URL\" is %1, not a string")
-                               .arg(VMCatalogueReader::typeName(*license)));
+                               .arg(VMCatalogueReader::typeName(license)));
     }
     return catalogue;
 }

@@ -3,6 +3,7 @@
 #include "catalogue/VMHelpItemsCollection.h"
 #include "catalogue/VMNewsCollection.h"
 #include "catalogue/VMProductsCollection.h"
+#include "foundation/VMPropertyList.h"
 
 #include <QByteArray>
 #include <QString>
@@ -18,6 +19,8 @@ public:
     static VMCatalogue initWithData(const QByteArray& data);
     // Splits a parsed root dictionary. With extended logging on, logs "Loading Version: %ld".
     static VMCatalogue initWithDict(const QVariantMap& root);
+    // The same from the root node of a parsed property list.
+    static VMCatalogue initWithNode(plist_t root);
 
     // Whether the data parsed into a root dictionary.
     bool isValid() const { return _valid; }

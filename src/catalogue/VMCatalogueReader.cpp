@@ -1,5 +1,10 @@
 #include "VMCatalogueReader.h"
 
+#include <plist/plist.h>
+
+#include <algorithm>
+#include <cstring>
+
 #include <cmath>
 #include <limits>
 
@@ -20,10 +25,41 @@ qsizetype skipSpaceAndSign(QStringView text, bool* negative)
 
 } // namespace
 
-void VMCatalogueReader::fail(const QString& problem)
+VMCatalogueReader::VMCatalogueReader(plist_t dict) : _dict(isDictionary(dict) ? dict : nullptr) {}
+
+plist_t VMCatalogueReader::value(const char* key) const
 {
-    if (ok())
-        _problem = problem;
+    return _dict ? plist_dict_get_item(_dict, key) : nullptr;
+}
+
+bool VMCatalogueReader::isDictionary(plist_t node)
+{
+    return node && plist_get_node_type(node) == PLIST_DICT;
+}
+
+QString VMCatalogueReader::typeName(plist_t node)
+{
+    switch (node ? plist_get_node_type(node) : PLIST_NONE) {
+    case PLIST_STRING:
+        return QStringLiteral("a string");
+    case PLIST_BOOLEAN:
+        return QStringLiteral("a boolean");
+    case PLIST_UINT:
+    case PLIST_REAL:
+        return QStringLiteral("a number");
+    case PLIST_DICT:
+        return QStringLiteral("a dictionary");
+    case PLIST_ARRAY:
+        return QStringLiteral("an array");
+    case PLIST_DATA:
+        return QStringLiteral("data");
+    case PLIST_DATE:
+        return QStringLiteral("a date");
+    case PLIST_NONE:
+        return node ? QStringLiteral("a value of an unknown type") : QStringLiteral("nothing");
+    default:
+        return QStringLiteral("a value of an unknown type");
+    }
 }
 
 QString VMCatalogueReader::typeName(const QVariant& value)
@@ -51,21 +87,46 @@ QString VMCatalogueReader::typeName(const QVariant& value)
     }
 }
 
-bool VMCatalogueReader::boolValue(const QVariant& value, bool* ok)
+bool VMCatalogueReader::stringValue(plist_t node, QString* out)
+{
+    if (!node || plist_get_node_type(node) != PLIST_STRING)
+        return false;
+    // Read in place: plist_get_string_val asserts on XML text that holds a NUL byte, whose
+    // recorded length then runs past the text, so the text ends at its first NUL.
+    uint64_t length = 0;
+    const char* text = plist_get_string_ptr(node, &length);
+    if (!text) {
+        *out = QString(QLatin1String(""));
+        return true;
+    }
+    const size_t limit = static_cast<size_t>(std::min<uint64_t>(length, std::numeric_limits<int32_t>::max()));
+    *out = QString::fromUtf8(text, static_cast<qsizetype>(strnlen(text, limit)));
+    return true;
+}
+
+bool VMCatalogueReader::boolValue(plist_t node, bool* ok)
 {
     *ok = true;
-    switch (value.typeId()) {
-    case QMetaType::Bool:
-        return value.toBool();
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Int:
-        return value.toLongLong() != 0;
-    case QMetaType::Double:
-        return value.toDouble() != 0.0;
-    case QMetaType::QString: {
+    switch (node ? plist_get_node_type(node) : PLIST_NONE) {
+    case PLIST_BOOLEAN: {
+        uint8_t value = 0;
+        plist_get_bool_val(node, &value);
+        return value != 0;
+    }
+    case PLIST_UINT: {
+        uint64_t value = 0;
+        plist_get_uint_val(node, &value);
+        return value != 0;
+    }
+    case PLIST_REAL: {
+        double value = 0;
+        plist_get_real_val(node, &value);
+        return value != 0.0;
+    }
+    case PLIST_STRING: {
         // Text is true when its first significant character is Y, T or a digit 1-9.
-        const QString text = value.toString();
+        QString text;
+        stringValue(node, &text);
         bool negative = false;
         qsizetype i = skipSpaceAndSign(text, &negative);
         while (i < text.size() && text.at(i) == QLatin1Char('0'))
@@ -82,19 +143,23 @@ bool VMCatalogueReader::boolValue(const QVariant& value, bool* ok)
     }
 }
 
-qint64 VMCatalogueReader::integerValue(const QVariant& value, bool* ok)
+qint64 VMCatalogueReader::integerValue(plist_t node, bool* ok)
 {
     *ok = true;
-    switch (value.typeId()) {
-    case QMetaType::Bool:
-        return value.toBool() ? 1 : 0;
-    case QMetaType::LongLong:
-    case QMetaType::Int:
-        return value.toLongLong();
-    case QMetaType::ULongLong:
-        return static_cast<qint64>(value.toULongLong());
-    case QMetaType::Double: {
-        const double d = value.toDouble();
+    switch (node ? plist_get_node_type(node) : PLIST_NONE) {
+    case PLIST_BOOLEAN: {
+        uint8_t value = 0;
+        plist_get_bool_val(node, &value);
+        return value ? 1 : 0;
+    }
+    case PLIST_UINT: {
+        uint64_t value = 0;
+        plist_get_uint_val(node, &value);
+        return static_cast<qint64>(value);
+    }
+    case PLIST_REAL: {
+        double d = 0;
+        plist_get_real_val(node, &d);
         if (std::isnan(d))
             return 0;
         if (d >= 9.2e18)
@@ -103,9 +168,10 @@ qint64 VMCatalogueReader::integerValue(const QVariant& value, bool* ok)
             return std::numeric_limits<qint64>::min();
         return static_cast<qint64>(d);
     }
-    case QMetaType::QString: {
+    case PLIST_STRING: {
         // The leading integer of the text, 0 when there is none.
-        const QString text = value.toString();
+        QString text;
+        stringValue(node, &text);
         bool negative = false;
         qsizetype i = skipSpaceAndSign(text, &negative);
         qint64 result = 0;
@@ -126,81 +192,70 @@ qint64 VMCatalogueReader::integerValue(const QVariant& value, bool* ok)
     }
 }
 
-void VMCatalogueReader::wrongType(const QString& key, const QVariant& value, const char* expected)
+void VMCatalogueReader::wrongType(const char* key, plist_t node, const char* expected)
 {
-    fail(QStringLiteral("Value for key \"%1\" is %2, not %3").arg(key, typeName(value), QLatin1String(expected)));
+    fail(QStringLiteral("Value for key \"%1\" is %2, not %3")
+             .arg(QString::fromUtf8(key), typeName(node), QLatin1String(expected)));
 }
 
-void VMCatalogueReader::readString(const QString& key, QString& out)
+void VMCatalogueReader::readString(const char* key, QString& out)
 {
-    if (!ok())
-        return;
-    const auto it = _dict.constFind(key);
-    if (it == _dict.constEnd()) {
-        out = QString();
-        return;
-    }
-    if (it->typeId() != QMetaType::QString)
-        return wrongType(key, *it, "a string");
-    out = it->toString();
+    const plist_t node = value(key);
+    out = QString();
+    if (node && !stringValue(node, &out))
+        wrongType(key, node, "a string");
 }
 
-void VMCatalogueReader::readBool(const QString& key, bool& out, bool absent)
+void VMCatalogueReader::readBool(const char* key, bool& out, bool absent)
 {
-    if (!ok())
+    const plist_t node = value(key);
+    out = absent;
+    if (!node)
         return;
-    const auto it = _dict.constFind(key);
-    if (it == _dict.constEnd()) {
-        out = absent;
-        return;
-    }
     bool valid = false;
-    const bool value = boolValue(*it, &valid);
+    const bool result = boolValue(node, &valid);
     if (!valid)
-        return wrongType(key, *it, "a boolean");
-    out = value;
+        return wrongType(key, node, "a boolean");
+    out = result;
 }
 
-void VMCatalogueReader::readInteger(const QString& key, qint64& out, qint64 absent)
+void VMCatalogueReader::readInteger(const char* key, qint64& out, qint64 absent)
 {
-    if (!ok())
+    const plist_t node = value(key);
+    out = absent;
+    if (!node)
         return;
-    const auto it = _dict.constFind(key);
-    if (it == _dict.constEnd()) {
-        out = absent;
-        return;
-    }
     bool valid = false;
-    const qint64 value = integerValue(*it, &valid);
+    const qint64 result = integerValue(node, &valid);
     if (!valid)
-        return wrongType(key, *it, "a number");
-    out = value;
+        return wrongType(key, node, "a number");
+    out = result;
 }
 
-void VMCatalogueReader::readDictionary(const QString& key, QVariantMap& out)
+void VMCatalogueReader::readDictionary(const char* key, QVariantMap& out)
 {
-    if (!ok())
+    const plist_t node = value(key);
+    out = QVariantMap();
+    if (!node)
         return;
-    const auto it = _dict.constFind(key);
-    if (it == _dict.constEnd()) {
-        out = QVariantMap();
-        return;
-    }
-    if (it->typeId() != QMetaType::QVariantMap)
-        return wrongType(key, *it, "a dictionary");
-    out = it->toMap();
+    if (!isDictionary(node))
+        return wrongType(key, node, "a dictionary");
+    out = VMPropertyList::nodeToVariant(node).toMap();
 }
 
-void VMCatalogueReader::readArray(const QString& key, QVariantList& out)
+std::vector<plist_t> VMCatalogueReader::readArray(const char* key)
 {
-    if (!ok())
-        return;
-    const auto it = _dict.constFind(key);
-    if (it == _dict.constEnd()) {
-        out = QVariantList();
-        return;
+    std::vector<plist_t> items;
+    const plist_t node = value(key);
+    if (!node)
+        return items;
+    if (plist_get_node_type(node) != PLIST_ARRAY) {
+        wrongType(key, node, "an array");
+        return items;
     }
-    if (it->typeId() != QMetaType::QVariantList)
-        return wrongType(key, *it, "an array");
-    out = it->toList();
+    const uint32_t count = plist_array_get_size(node);
+    items.reserve(count);
+    for (uint32_t i = 0; i < count; ++i)
+        items.push_back(plist_array_get_item(node, i));
+    return items;
 }

@@ -10,12 +10,17 @@ VMHelpItem::~VMHelpItem() = default;
 
 VMHelpItemPtr VMHelpItem::initWithDict(const QVariantMap& dict)
 {
+    return initWithNode(VMPropertyList::treeFromVariant(dict).root());
+}
+
+VMHelpItemPtr VMHelpItem::initWithNode(plist_t dict)
+{
     VMHelpItemPtr item(new VMHelpItem(Empty{}));
     VMCatalogueReader reader(dict);
-    reader.readString(QStringLiteral("Title"), item->_title);
-    reader.readString(QStringLiteral("Help URL"), item->_helpURL);
-    if (!reader.ok())
-        VM_LOG_MESSAGE(reader.problem());
+    reader.readString("Title", item->_title);
+    reader.readString("Help URL", item->_helpURL);
+    for (const QString& problem : reader.problems())
+        VM_LOG_MESSAGE(problem);
     return item;
 }
 

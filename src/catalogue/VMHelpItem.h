@@ -1,6 +1,7 @@
 #pragma once
 
 #include "catalogue/VMNode.h"
+#include "foundation/VMPropertyList.h"
 
 #include <QString>
 #include <QVariant>
@@ -22,6 +23,8 @@ public:
     // Reads "Title" and "Help URL" only, from an empty item. A value of the wrong type is logged
     // and ends the reading; the item read so far is returned. Never null.
     static VMHelpItemPtr initWithDict(const QVariantMap& dict);
+    // The same from a dictionary node of a parsed catalogue.
+    static VMHelpItemPtr initWithNode(plist_t dict);
 
     VMHelpItemsCollection* collection() const { return _collection; }
     void setCollection(VMHelpItemsCollection* collection) { _collection = collection; }

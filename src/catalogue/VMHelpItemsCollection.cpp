@@ -13,33 +13,47 @@ VMHelpItemsCollection::~VMHelpItemsCollection()
 
 VMHelpItemsCollectionPtr VMHelpItemsCollection::initWithDict(const QVariant& section)
 {
-    auto collection = std::make_shared<VMHelpItemsCollection>();
     if (section.typeId() != QMetaType::QVariantMap) {
+        VM_LOG_MESSAGE(
+            QStringLiteral("Help Items section is %1, not a dictionary").arg(VMCatalogueReader::typeName(section)));
+        return std::make_shared<VMHelpItemsCollection>();
+    }
+    return initWithNode(VMPropertyList::treeFromVariant(section).root());
+}
+
+VMHelpItemsCollectionPtr VMHelpItemsCollection::initWithNode(plist_t section)
+{
+    auto collection = std::make_shared<VMHelpItemsCollection>();
+    if (!VMCatalogueReader::isDictionary(section)) {
         VM_LOG_MESSAGE(
             QStringLiteral("Help Items section is %1, not a dictionary").arg(VMCatalogueReader::typeName(section)));
         return collection;
     }
-    VMCatalogueReader reader(section.toMap());
-    QVariantList helpDicts;
-    reader.readArray(QStringLiteral("Help Items"), helpDicts);
+    VMCatalogueReader reader(section);
+    const std::vector<plist_t> entries = reader.readArray("Help Items");
     QList<VMHelpItemPtr> items;
-    items.reserve(helpDicts.size());
-    for (const QVariant& entry : std::as_const(helpDicts)) {
-        if (entry.typeId() != QMetaType::QVariantMap) {
+    items.reserve(static_cast<qsizetype>(entries.size()));
+    // A bad entry ends the walk: what was built before it is kept, and nothing after it is read.
+    bool walked = true;
+    for (plist_t entry : entries) {
+        if (!VMCatalogueReader::isDictionary(entry)) {
             reader.fail(QStringLiteral("Help entry is %1, not a dictionary").arg(VMCatalogueReader::typeName(entry)));
+            walked = false;
             break;
         }
-        if (auto item = VMHelpItem::initWithDict(entry.toMap()))
+        if (auto item = VMHelpItem::initWithNode(entry))
             items.append(std::move(item));
     }
     collection->setHelpItems(items);
 
-    QVariantMap properties;
-    reader.readDictionary(QStringLiteral("Properties"), properties);
-    for (auto it = properties.cbegin(); it != properties.cend(); ++it)
-        collection->_properties.insert(it.key(), it.value());
-    if (!reader.ok())
-        VM_LOG_MESSAGE(reader.problem());
+    if (walked) {
+        QVariantMap properties;
+        reader.readDictionary("Properties", properties);
+        for (auto it = properties.cbegin(); it != properties.cend(); ++it)
+            collection->_properties.insert(it.key(), it.value());
+    }
+    for (const QString& problem : reader.problems())
+        VM_LOG_MESSAGE(problem);
     return collection;
 }
 

@@ -3,6 +3,7 @@
 #include "catalogue/VMHelpItem.h"
 #include "catalogue/VMNode.h"
 #include "catalogue/VMPropertyTable.h"
+#include "foundation/VMPropertyList.h"
 
 #include <QList>
 #include <QVariant>
@@ -24,6 +25,8 @@ public:
     // Bad input (a section or entry of the wrong type) is logged and ends the reading; the items
     // read before it are kept. Never null.
     static VMHelpItemsCollectionPtr initWithDict(const QVariant& section);
+    // The same from a section node of a parsed catalogue.
+    static VMHelpItemsCollectionPtr initWithNode(plist_t section);
 
     QList<VMHelpItemPtr> helpItems() const { return _helpItems; }
     // Detaches the old items (their collection cleared) and attaches the new ones.

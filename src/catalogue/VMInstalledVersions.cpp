@@ -13,14 +13,27 @@
 #include <QProcess>
 
 #include <atomic>
+#include <memory>
 
 namespace {
 
-// The process-wide cache: plug-in bundle identifier -> installed-versions table.
+// Where each plug-in identifier lives in one wrapper folder, read in one go: a cold pass over many
+// products lists the folder once instead of once per identifier.
+struct WrapperIndex
+{
+    QString folder;
+    qint64 folderStamp = -1;       // the folder's modification time when it was read
+    QHash<QString, QString> paths; // identifier -> the first plug-in with it, in listing order
+};
+
+// The process-wide cache: plug-in bundle identifier -> installed-versions table, and the wrapper
+// index it was built from; both go when the cache is cleared.
 struct BundleVersionCache
 {
     QMutex lock;
     QHash<QString, QVariantMap> tables;
+    std::shared_ptr<const WrapperIndex> index;
+    quint64 generation = 0; // bumped by every clearing, so an index read before one is not kept
 };
 
 BundleVersionCache& cache()
@@ -66,6 +79,108 @@ QStringList listFolder(const QString& path, bool* ok)
     if (!*ok)
         return {};
     return dir.entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Name);
+}
+
+qint64 folderStamp(const QString& folder)
+{
+    ++g_fileSystemAccesses;
+    const QFileInfo info(folder);
+    return info.exists() ? info.fileTime(QFileDevice::FileModificationTime).toMSecsSinceEpoch() : -1;
+}
+
+// Visits every plug-in ("pluginkit" extension) of every wrapper in `folder`, in listing order,
+// until `visit` answers true. False when the folder can't be listed.
+template <typename Visit> bool forEachPlugIn(const QString& folder, Visit visit)
+{
+    bool listed = false;
+    const QStringList wrappers = listFolder(folder, &listed);
+    if (!listed)
+        return false;
+    const QDir dir(folder);
+    for (const QString& wrapper : wrappers) {
+        const QString wrapperPath = dir.filePath(wrapper);
+        if (!bundleOpens(wrapperPath))
+            continue;
+        const QString plugInsPath = wrapperPath + QStringLiteral("/Contents/PlugIns");
+        bool plugInsListed = false;
+        const QStringList plugIns = listFolder(plugInsPath, &plugInsListed);
+        for (const QString& plugIn : plugIns) {
+            if (QFileInfo(plugIn).suffix() != QLatin1String("pluginkit"))
+                continue;
+            const QString plugInPath = plugInsPath + QLatin1Char('/') + plugIn;
+            if (bundleOpens(plugInPath) && visit(plugInPath))
+                return true;
+        }
+    }
+    return true;
+}
+
+QString wrapperFolder()
+{
+    const QString applications = Platform::systemInfo().localApplicationsDirectory();
+    if (applications.isEmpty())
+        return QString();
+    return QDir(applications).filePath(QStringLiteral("Lumivane"));
+}
+
+std::shared_ptr<const WrapperIndex> readWrapperIndex(const QString& folder)
+{
+    auto index = std::make_shared<WrapperIndex>();
+    index->folder = folder;
+    index->folderStamp = folderStamp(folder);
+    forEachPlugIn(folder, [&](const QString& plugInPath) {
+        const QString identifier = bundleIdentifierAt(plugInPath);
+        if (!identifier.isNull() && !index->paths.contains(identifier))
+            index->paths.insert(identifier, plugInPath);
+        return false;
+    });
+    return index;
+}
+
+// The index of `folder`: the cached one, or one read now (outside the lock) when there is none,
+// it is of another folder, or `stale` is it.
+std::shared_ptr<const WrapperIndex> wrapperIndex(const QString& folder, const WrapperIndex* stale = nullptr)
+{
+    quint64 generation = 0;
+    {
+        QMutexLocker locker(&cache().lock);
+        const auto& cached = cache().index;
+        if (cached && cached->folder == folder && cached.get() != stale)
+            return cached;
+        generation = cache().generation;
+    }
+    auto index = readWrapperIndex(folder);
+    QMutexLocker locker(&cache().lock);
+    if (cache().generation == generation)
+        cache().index = index;
+    return index;
+}
+
+// Where the plug-in with `identifier` is, through the wrapper index, and its information
+// dictionary. A wrapper added since the index was read (the folder changed) or a plug-in that is
+// no longer where the index says gets the folder read again.
+QString locatePlugIn(const QString& identifier, QVariant* info)
+{
+    const QString folder = wrapperFolder();
+    if (folder.isNull())
+        return QString();
+    auto index = wrapperIndex(folder);
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        const QString path = index->paths.value(identifier);
+        if (path.isNull()) {
+            if (attempt > 0 || folderStamp(folder) == index->folderStamp)
+                return QString();
+        } else if (bundleOpens(path)) {
+            *info = infoDictionary(path);
+            const QVariant found = info->toMap().value(QStringLiteral("CFBundleIdentifier"));
+            if (attempt > 0 || (found.typeId() == QMetaType::QString && found.toString() == identifier))
+                return path;
+        } else if (attempt > 0) {
+            return QString();
+        }
+        index = wrapperIndex(folder, index.get());
+    }
+    return QString();
 }
 
 // Runs the plug-in registry tool and reads its output to the end. A tool that can't be started
@@ -136,9 +251,9 @@ std::optional<QVariantMap> VMInstalledVersions::checkProductVersionsInBundle(con
 
     // Built outside the lock: two threads missing together both build it and the later store wins.
     QVariantMap table;
-    const QString path = filePathToBundle(bundleIdentifier);
-    if (!path.isNull() && bundleOpens(path)) {
-        const QVariant info = infoDictionary(path);
+    QVariant info;
+    const QString path = locatePlugIn(bundleIdentifier, &info);
+    if (!path.isNull()) {
         const QVariantMap infoMap = info.toMap();
         do {
             const auto bundleVersion = infoMap.constFind(QLatin1String(bundleVersionKey));
@@ -171,36 +286,22 @@ std::optional<QVariantMap> VMInstalledVersions::checkProductVersionsInBundle(con
 
 QString VMInstalledVersions::filePathToBundle(const QString& bundleIdentifier)
 {
-    const QString applications = Platform::systemInfo().localApplicationsDirectory();
-    if (applications.isEmpty())
-        return QString();
-    return findXPCBunde(bundleIdentifier, QDir(applications).filePath(QStringLiteral("Lumivane")));
+    const QString folder = wrapperFolder();
+    return folder.isNull() ? QString() : findXPCBunde(bundleIdentifier, folder);
 }
 
 QString VMInstalledVersions::findXPCBunde(const QString& bundleIdentifier, const QString& folder)
 {
     if (bundleIdentifier.isNull() || folder.isNull())
         return QString();
-    bool listed = false;
-    const QStringList wrappers = listFolder(folder, &listed);
-    if (!listed)
-        return QString();
-    for (const QString& wrapper : wrappers) {
-        const QString wrapperPath = QDir(folder).filePath(wrapper);
-        if (!bundleOpens(wrapperPath))
-            continue;
-        const QString plugInsPath = wrapperPath + QStringLiteral("/Contents/PlugIns");
-        bool plugInsListed = false;
-        const QStringList plugIns = listFolder(plugInsPath, &plugInsListed);
-        for (const QString& plugIn : plugIns) {
-            if (QFileInfo(plugIn).suffix() != QLatin1String("pluginkit"))
-                continue;
-            const QString plugInPath = plugInsPath + QLatin1Char('/') + plugIn;
-            if (bundleOpens(plugInPath) && bundleIdentifierAt(plugInPath) == bundleIdentifier)
-                return plugInPath;
-        }
-    }
-    return QString();
+    QString found;
+    forEachPlugIn(folder, [&](const QString& plugInPath) {
+        if (bundleIdentifierAt(plugInPath) != bundleIdentifier)
+            return false;
+        found = plugInPath;
+        return true;
+    });
+    return found;
 }
 
 QString VMInstalledVersions::filePathToXPCBundleUsingPluginKit(const QString& bundleIdentifier)
@@ -234,6 +335,8 @@ void VMInstalledVersions::clearBundleIdentifierCache()
 {
     QMutexLocker locker(&cache().lock);
     cache().tables.clear();
+    cache().index.reset();
+    ++cache().generation;
 }
 
 QString VMInstalledVersions::installedVersionForProduct(const QString& productID, const QString& identifier,

@@ -13,37 +13,47 @@ VMNewsCollection::~VMNewsCollection()
 
 VMNewsCollectionPtr VMNewsCollection::initWithDict(const QVariant& section)
 {
-    auto collection = std::make_shared<VMNewsCollection>();
     if (section.typeId() != QMetaType::QVariantMap) {
+        VM_LOG_MESSAGE(
+            QStringLiteral("News section is %1, not a dictionary").arg(VMCatalogueReader::typeName(section)));
+        return std::make_shared<VMNewsCollection>();
+    }
+    return initWithNode(VMPropertyList::treeFromVariant(section).root());
+}
+
+VMNewsCollectionPtr VMNewsCollection::initWithNode(plist_t section)
+{
+    auto collection = std::make_shared<VMNewsCollection>();
+    if (!VMCatalogueReader::isDictionary(section)) {
         VM_LOG_MESSAGE(
             QStringLiteral("News section is %1, not a dictionary").arg(VMCatalogueReader::typeName(section)));
         return collection;
     }
-    VMCatalogueReader reader(section.toMap());
-    QVariantList newsDicts;
-    const QVariantMap sectionDict = section.toMap();
-    if (sectionDict.contains(QStringLiteral("News")))
-        reader.readArray(QStringLiteral("News"), newsDicts);
-    else
-        reader.readArray(QStringLiteral("Announcements"), newsDicts);
+    VMCatalogueReader reader(section);
+    const std::vector<plist_t> entries = reader.readArray(reader.contains("News") ? "News" : "Announcements");
     QList<VMNewsItemPtr> items;
-    items.reserve(newsDicts.size());
-    for (const QVariant& entry : std::as_const(newsDicts)) {
-        if (entry.typeId() != QMetaType::QVariantMap) {
+    items.reserve(static_cast<qsizetype>(entries.size()));
+    // A bad entry ends the walk: what was built before it is kept, and nothing after it is read.
+    bool walked = true;
+    for (plist_t entry : entries) {
+        if (!VMCatalogueReader::isDictionary(entry)) {
             reader.fail(QStringLiteral("News entry is %1, not a dictionary").arg(VMCatalogueReader::typeName(entry)));
+            walked = false;
             break;
         }
-        if (auto item = VMNewsItem::initWithDict(entry.toMap()))
+        if (auto item = VMNewsItem::initWithNode(entry))
             items.append(std::move(item));
     }
     collection->setNewsItems(items);
 
-    QVariantMap properties;
-    reader.readDictionary(QStringLiteral("Properties"), properties);
-    for (auto it = properties.cbegin(); it != properties.cend(); ++it)
-        collection->_properties.insert(it.key(), it.value());
-    if (!reader.ok())
-        VM_LOG_MESSAGE(reader.problem());
+    if (walked) {
+        QVariantMap properties;
+        reader.readDictionary("Properties", properties);
+        for (auto it = properties.cbegin(); it != properties.cend(); ++it)
+            collection->_properties.insert(it.key(), it.value());
+    }
+    for (const QString& problem : reader.problems())
+        VM_LOG_MESSAGE(problem);
     return collection;
 }
 

@@ -3,6 +3,7 @@
 #include "catalogue/VMNewsItem.h"
 #include "catalogue/VMNode.h"
 #include "catalogue/VMPropertyTable.h"
+#include "foundation/VMPropertyList.h"
 
 #include <QDateTime>
 #include <QList>
@@ -26,6 +27,8 @@ public:
     // Bad input (a section or entry of the wrong type) is logged and ends the reading; the items
     // read before it are kept. Never null.
     static VMNewsCollectionPtr initWithDict(const QVariant& section);
+    // The same from a section node of a parsed catalogue.
+    static VMNewsCollectionPtr initWithNode(plist_t section);
 
     QList<VMNewsItemPtr> newsItems() const { return _newsItems; }
     // Whether the item is shown at `now`: it has a release date, at least one show day, and `now`

@@ -13,27 +13,32 @@ VMNewsItem::~VMNewsItem() = default;
 
 VMNewsItemPtr VMNewsItem::initWithDict(const QVariantMap& dict)
 {
+    return initWithNode(VMPropertyList::treeFromVariant(dict).root());
+}
+
+VMNewsItemPtr VMNewsItem::initWithNode(plist_t dict)
+{
     auto item = std::make_shared<VMNewsItem>();
     VMCatalogueReader reader(dict);
-    reader.readString(QStringLiteral("Title"), item->_title);
-    reader.readInteger(QStringLiteral("Show Days"), item->_showDays, 0);
-    reader.readString(QStringLiteral("Headline"), item->_headlineText);
+    reader.readString("Title", item->_title);
+    reader.readInteger("Show Days", item->_showDays, 0);
+    reader.readString("Headline", item->_headlineText);
     QString releaseDate;
-    reader.readString(QStringLiteral("Release Date"), releaseDate);
-    if (reader.ok() && dict.contains(QStringLiteral("Release Date")))
+    reader.readString("Release Date", releaseDate);
+    if (!releaseDate.isNull())
         item->_releaseDate = VMReleaseDate::fromString(releaseDate);
-    if (reader.contains(QStringLiteral("News Image URL")))
-        reader.readString(QStringLiteral("News Image URL"), item->_newsImageURL);
+    if (reader.contains("News Image URL"))
+        reader.readString("News Image URL", item->_newsImageURL);
     else
-        reader.readString(QStringLiteral("Announcement Image URL"), item->_newsImageURL);
-    reader.readString(QStringLiteral("Internal Comment"), item->_internalComment);
-    reader.readString(QStringLiteral("More Info URL"), item->_moreInfoURL);
+        reader.readString("Announcement Image URL", item->_newsImageURL);
+    reader.readString("Internal Comment", item->_internalComment);
+    reader.readString("More Info URL", item->_moreInfoURL);
     QVariantMap properties;
-    reader.readDictionary(QStringLiteral("Properties"), properties);
+    reader.readDictionary("Properties", properties);
     for (auto it = properties.cbegin(); it != properties.cend(); ++it)
         item->_properties.insert(it.key(), it.value());
-    if (!reader.ok())
-        VM_LOG_MESSAGE(reader.problem());
+    for (const QString& problem : reader.problems())
+        VM_LOG_MESSAGE(problem);
     return item;
 }
 

@@ -2,6 +2,7 @@
 
 #include "catalogue/VMNode.h"
 #include "catalogue/VMPropertyTable.h"
+#include "foundation/VMPropertyList.h"
 
 #include <QDateTime>
 #include <QString>
@@ -27,6 +28,8 @@ public:
     // Starts from the defaults above; "Title" is always assigned. A value of the wrong type is
     // logged and ends the reading; the item read so far is returned. Never null.
     static VMNewsItemPtr initWithDict(const QVariantMap& dict);
+    // The same from a dictionary node of a parsed catalogue.
+    static VMNewsItemPtr initWithNode(plist_t dict);
 
     VMNewsCollection* collection() const { return _collection; }
     void setCollection(VMNewsCollection* collection) { _collection = collection; }

@@ -18,9 +18,9 @@ bool VMProductItem::setValue(const QVariant& value, const QString& key)
 
 void VMProductItem::readBase(VMCatalogueReader& reader)
 {
-    reader.readString(QStringLiteral("Product ID"), _productID);
+    reader.readString("Product ID", _productID);
     QVariantMap properties;
-    reader.readDictionary(QStringLiteral("Properties"), properties);
+    reader.readDictionary("Properties", properties);
     for (auto it = properties.cbegin(); it != properties.cend(); ++it)
         _properties.insert(it.key(), it.value());
 }

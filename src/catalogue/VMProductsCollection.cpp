@@ -6,6 +6,8 @@
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
 
+#include <plist/plist.h>
+
 VMProductsCollection::VMProductsCollection() : VMPropertyTable("VMProductsCollection") {}
 
 VMProductsCollection::~VMProductsCollection()
@@ -15,51 +17,62 @@ VMProductsCollection::~VMProductsCollection()
 
 VMProductsCollectionPtr VMProductsCollection::initWithDict(const QVariant& section)
 {
-    auto collection = std::make_shared<VMProductsCollection>();
     if (section.typeId() != QMetaType::QVariantMap) {
+        VM_LOG_MESSAGE(
+            QStringLiteral("Products section is %1, not a dictionary").arg(VMCatalogueReader::typeName(section)));
+        return std::make_shared<VMProductsCollection>();
+    }
+    return initWithNode(VMPropertyList::treeFromVariant(section).root());
+}
+
+VMProductsCollectionPtr VMProductsCollection::initWithNode(plist_t section)
+{
+    auto collection = std::make_shared<VMProductsCollection>();
+    if (!VMCatalogueReader::isDictionary(section)) {
         VM_LOG_MESSAGE(
             QStringLiteral("Products section is %1, not a dictionary").arg(VMCatalogueReader::typeName(section)));
         return collection;
     }
-    VMCatalogueReader reader(section.toMap());
-    QVariantList productDicts;
-    reader.readArray(QStringLiteral("Products"), productDicts);
+    VMCatalogueReader reader(section);
+    const std::vector<plist_t> entries = reader.readArray("Products");
     QList<VMProductItemPtr> items;
-    items.reserve(productDicts.size());
-    for (const QVariant& entry : std::as_const(productDicts)) {
-        if (entry.typeId() != QMetaType::QVariantMap) {
+    items.reserve(static_cast<qsizetype>(entries.size()));
+    // A bad entry ends the walk: what was built before it is kept, and nothing after it is read.
+    bool walked = true;
+    for (plist_t entry : entries) {
+        if (!VMCatalogueReader::isDictionary(entry)) {
             reader.fail(
                 QStringLiteral("Product entry is %1, not a dictionary").arg(VMCatalogueReader::typeName(entry)));
+            walked = false;
             break;
         }
-        const QVariantMap productDict = entry.toMap();
         bool bundle = false;
-        const auto bundleValue = productDict.constFind(QStringLiteral("Bundle"));
-        if (bundleValue != productDict.constEnd()) {
+        if (const plist_t bundleValue = plist_dict_get_item(entry, "Bundle")) {
             bool valid = false;
-            bundle = VMCatalogueReader::boolValue(*bundleValue, &valid);
-            if (!valid) {
+            bundle = VMCatalogueReader::boolValue(bundleValue, &valid);
+            // A bad flag is lost alone: the entry is read as a single product.
+            if (!valid)
                 reader.fail(QStringLiteral("Value for key \"Bundle\" is %1, not a boolean")
-                                .arg(VMCatalogueReader::typeName(*bundleValue)));
-                break;
-            }
+                                .arg(VMCatalogueReader::typeName(bundleValue)));
         }
         VMProductItemPtr item;
         if (bundle)
-            item = VMBundleProductItem::initWithDict(productDict);
+            item = VMBundleProductItem::initWithNode(entry);
         else
-            item = VMSingleProductItem::initWithDict(productDict);
+            item = VMSingleProductItem::initWithNode(entry);
         if (item)
             items.append(std::move(item));
     }
     collection->setProductItems(items);
 
-    QVariantMap properties;
-    reader.readDictionary(QStringLiteral("Properties"), properties);
-    for (auto it = properties.cbegin(); it != properties.cend(); ++it)
-        collection->_properties.insert(it.key(), it.value());
-    if (!reader.ok())
-        VM_LOG_MESSAGE(reader.problem());
+    if (walked) {
+        QVariantMap properties;
+        reader.readDictionary("Properties", properties);
+        for (auto it = properties.cbegin(); it != properties.cend(); ++it)
+            collection->_properties.insert(it.key(), it.value());
+    }
+    for (const QString& problem : reader.problems())
+        VM_LOG_MESSAGE(problem);
     return collection;
 }
 

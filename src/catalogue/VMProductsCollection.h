@@ -3,6 +3,7 @@
 #include "catalogue/VMNode.h"
 #include "catalogue/VMProductItem.h"
 #include "catalogue/VMPropertyTable.h"
+#include "foundation/VMPropertyList.h"
 
 #include <QList>
 #include <QStringList>
@@ -26,6 +27,8 @@ public:
     // Bad input (a section or entry of the wrong type) is logged and ends the reading; the
     // products read before it are kept. Never null.
     static VMProductsCollectionPtr initWithDict(const QVariant& section);
+    // The same from a section node of a parsed catalogue.
+    static VMProductsCollectionPtr initWithNode(plist_t section);
 
     QList<VMProductItemPtr> productItems() const { return _productItems; }
     // Detaches the old products (their collection cleared) and attaches the new ones.

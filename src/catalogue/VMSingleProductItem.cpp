@@ -45,43 +45,44 @@ VMSingleProductItem::~VMSingleProductItem()
 
 VMSingleProductItemPtr VMSingleProductItem::initWithDict(const QVariantMap& dict)
 {
+    return initWithNode(VMPropertyList::treeFromVariant(dict).root());
+}
+
+VMSingleProductItemPtr VMSingleProductItem::initWithNode(plist_t dict)
+{
     VMSingleProductItemPtr item(new VMSingleProductItem(Empty{}));
     VMCatalogueReader reader(dict);
     item->readBase(reader);
-    reader.readString(QStringLiteral("Title"), item->_title);
-    reader.readString(QStringLiteral("Identifier"), item->_productIdentifier);
-    reader.readString(QStringLiteral("Description"), item->_productDescription);
-    reader.readString(QStringLiteral("Info URL"), item->_productInfoURL);
-    reader.readString(QStringLiteral("Docs URL"), item->_productDocsURL);
-    reader.readString(QStringLiteral("Buy URL"), item->_productBuyURL);
-    reader.readString(QStringLiteral("Download URL"), item->_productDownloadURL);
-    reader.readString(QStringLiteral("Check Installed Directory"), item->_productCheckInstalledDirectory);
-    reader.readBool(QStringLiteral("Installer Requires Authentication"), item->_productInstallerRequiresAuthentication,
-                    true);
-    reader.readString(QStringLiteral("Installer Arguments"), item->_productInstallerArguments);
-    reader.readString(QStringLiteral("Icon URL"), item->_productIconURL);
-    reader.readString(QStringLiteral("Uninstall Script"), item->_productUninstallScriptURL);
+    reader.readString("Title", item->_title);
+    reader.readString("Identifier", item->_productIdentifier);
+    reader.readString("Description", item->_productDescription);
+    reader.readString("Info URL", item->_productInfoURL);
+    reader.readString("Docs URL", item->_productDocsURL);
+    reader.readString("Buy URL", item->_productBuyURL);
+    reader.readString("Download URL", item->_productDownloadURL);
+    reader.readString("Check Installed Directory", item->_productCheckInstalledDirectory);
+    reader.readBool("Installer Requires Authentication", item->_productInstallerRequiresAuthentication, true);
+    reader.readString("Installer Arguments", item->_productInstallerArguments);
+    reader.readString("Icon URL", item->_productIconURL);
+    reader.readString("Uninstall Script", item->_productUninstallScriptURL);
 
-    QVariantList versionDicts;
-    reader.readArray(QStringLiteral("Versions"), versionDicts);
+    const std::vector<plist_t> versionDicts = reader.readArray("Versions");
     QList<VMVersionItemPtr> versions;
-    if (reader.ok()) {
-        versions.reserve(versionDicts.size());
-        for (const QVariant& versionDict : std::as_const(versionDicts)) {
-            if (versionDict.typeId() != QMetaType::QVariantMap) {
-                reader.fail(QStringLiteral("Version entry is %1, not a dictionary")
-                                .arg(VMCatalogueReader::typeName(versionDict)));
-                break;
-            }
-            if (auto version = VMVersionItem::initWithDict(versionDict.toMap()))
-                versions.append(std::move(version));
+    versions.reserve(static_cast<qsizetype>(versionDicts.size()));
+    for (plist_t versionDict : versionDicts) {
+        if (!VMCatalogueReader::isDictionary(versionDict)) {
+            reader.fail(
+                QStringLiteral("Version entry is %1, not a dictionary").arg(VMCatalogueReader::typeName(versionDict)));
+            break;
         }
+        if (auto version = VMVersionItem::initWithNode(versionDict))
+            versions.append(std::move(version));
     }
     // Whatever was read before a bad entry is kept.
     item->setVersionItems(sortedVersions(std::move(versions)));
-    reader.readBool(QStringLiteral("Discontinued"), item->_productDiscontinued, false);
-    if (!reader.ok())
-        VM_LOG_MESSAGE(reader.problem());
+    reader.readBool("Discontinued", item->_productDiscontinued, false);
+    for (const QString& problem : reader.problems())
+        VM_LOG_MESSAGE(problem);
     return item;
 }
 
@@ -215,8 +216,8 @@ bool VMSingleProductItem::setValue(const QVariant& value, const QString& key)
 
 QString VMSingleProductItem::checkInstalledPluginVersion() const
 {
-    QString installed =
-        VMInstalledVersions::installedVersionForProduct(productID(), _productIdentifier, _productCheckInstalledDirectory);
+    QString installed = VMInstalledVersions::installedVersionForProduct(productID(), _productIdentifier,
+                                                                        _productCheckInstalledDirectory);
     for (const VMVersionItemPtr& versionItem : _versionItems)
         installed = VMInstalledVersions::newerInstalledVersion(installed, versionItem->checkInstalledPluginVersion());
     return installed;

@@ -2,6 +2,7 @@
 
 #include "catalogue/VMProductItem.h"
 #include "catalogue/VMVersionItem.h"
+#include "foundation/VMPropertyList.h"
 
 #include <QList>
 #include <QStringList>
@@ -22,6 +23,8 @@ public:
     // and ends the reading; the product read so far (with the versions read so far) is returned.
     // Never null.
     static VMSingleProductItemPtr initWithDict(const QVariantMap& dict);
+    // The same from a dictionary node of a parsed catalogue.
+    static VMSingleProductItemPtr initWithNode(plist_t dict);
 
     QList<VMVersionItemPtr> versionItems() const { return _versionItems; }
     // Lets the old versions go (their productItem cleared) and takes the new ones as given.

@@ -21,35 +21,39 @@ VMVersionItem::~VMVersionItem() = default;
 
 VMVersionItemPtr VMVersionItem::initWithDict(const QVariantMap& dict)
 {
+    return initWithNode(VMPropertyList::treeFromVariant(dict).root());
+}
+
+VMVersionItemPtr VMVersionItem::initWithNode(plist_t dict)
+{
     // Every other default is overwritten by its key, present or not.
     VMVersionItemPtr item(new VMVersionItem(Parsing{}));
     VMCatalogueReader reader(dict);
 
     QString releaseDate;
-    reader.readString(QStringLiteral("Release Date"), releaseDate);
-    if (reader.ok() && dict.contains(QStringLiteral("Release Date"))) {
+    reader.readString("Release Date", releaseDate);
+    if (!releaseDate.isNull()) {
         item->_releaseDate = VMReleaseDate::fromString(releaseDate);
         if (LVPreferences::sharedPreferences()->usesExtendedLogging())
             VM_LOG_MESSAGE(QStringLiteral("Release date: %1").arg(VMReleaseDate::description(item->_releaseDate)));
     }
-    reader.readString(QStringLiteral("Product Version"), item->_productVersion);
-    reader.readString(QStringLiteral("OSX Version"), item->_osXVersion);
-    reader.readDictionary(QStringLiteral("Host Versions"), item->_hostVersions);
-    reader.readInteger(QStringLiteral("New Features"), item->_newFeatures, 0);
-    reader.readInteger(QStringLiteral("Bug Fixes"), item->_bugFixes, 0);
-    reader.readString(QStringLiteral("New Features Description"), item->_featuresText);
-    reader.readString(QStringLiteral("Bug Fixes Description"), item->_bugFixesText);
-    reader.readString(QStringLiteral("Internal Comment"), item->_internalComment);
-    reader.readString(QStringLiteral("Download URL"), item->_versionDownloadURL);
-    reader.readBool(QStringLiteral("Installer Requires Authentication"), item->_versionInstallerRequiresAuthentication,
-                    true);
-    reader.readString(QStringLiteral("Installer Arguments"), item->_versionInstallerArguments);
-    reader.readString(QStringLiteral("Identifier"), item->_productIdentifier);
-    reader.readString(QStringLiteral("Check Installed Directory"), item->_productCheckInstalledDirectory);
-    reader.readString(QStringLiteral("Uninstall Script"), item->_productUninstallScriptURL);
-    reader.readString(QStringLiteral("Version Tags"), item->_versionTags);
-    if (!reader.ok())
-        VM_LOG_MESSAGE(reader.problem());
+    reader.readString("Product Version", item->_productVersion);
+    reader.readString("OSX Version", item->_osXVersion);
+    reader.readDictionary("Host Versions", item->_hostVersions);
+    reader.readInteger("New Features", item->_newFeatures, 0);
+    reader.readInteger("Bug Fixes", item->_bugFixes, 0);
+    reader.readString("New Features Description", item->_featuresText);
+    reader.readString("Bug Fixes Description", item->_bugFixesText);
+    reader.readString("Internal Comment", item->_internalComment);
+    reader.readString("Download URL", item->_versionDownloadURL);
+    reader.readBool("Installer Requires Authentication", item->_versionInstallerRequiresAuthentication, true);
+    reader.readString("Installer Arguments", item->_versionInstallerArguments);
+    reader.readString("Identifier", item->_productIdentifier);
+    reader.readString("Check Installed Directory", item->_productCheckInstalledDirectory);
+    reader.readString("Uninstall Script", item->_productUninstallScriptURL);
+    reader.readString("Version Tags", item->_versionTags);
+    for (const QString& problem : reader.problems())
+        VM_LOG_MESSAGE(problem);
     return item;
 }
 
@@ -142,5 +146,6 @@ QString VMVersionItem::checkInstalledPluginVersion() const
     const VMSingleProductItem* product = _productItem;
     return VMInstalledVersions::installedVersionForVersion(
         product ? product->productID() : QString(), _productIdentifier, _productCheckInstalledDirectory,
-        product ? product->productIdentifier() : QString(), product ? product->productCheckInstalledDirectory() : QString());
+        product ? product->productIdentifier() : QString(),
+        product ? product->productCheckInstalledDirectory() : QString());
 }

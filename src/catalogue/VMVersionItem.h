@@ -1,6 +1,7 @@
 #pragma once
 
 #include "catalogue/VMNode.h"
+#include "foundation/VMPropertyList.h"
 
 #include <QDateTime>
 #include <QString>
@@ -26,6 +27,8 @@ public:
     // release date keeps its default). A value of the wrong type is logged and ends the reading;
     // the version read so far is returned. Never null.
     static VMVersionItemPtr initWithDict(const QVariantMap& dict);
+    // The same from a dictionary node of a parsed catalogue.
+    static VMVersionItemPtr initWithNode(plist_t dict);
 
     // Ascending by version number: -1 when this version is older than `other`, 1 when newer, 0 when
     // the numbers are equal.

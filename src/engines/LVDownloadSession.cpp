@@ -322,6 +322,13 @@ size_t LVDownloadSession::didReceive(LVDownloadTask* task, const char* data, siz
         task->_countOfBytesExpectedToReceive.store(expected > 0 ? expected : -1);
     }
     task->_countOfBytesReceived.fetch_add(static_cast<qint64>(length));
+    // A file download is written here, from libcurl's buffer: no copy, and the receiver hears
+    // only how far it got, once for however many chunks arrive before it looks.
+    if (task->writeToDownloadFile(data, static_cast<qint64>(length))) {
+        if (task->postWriteNotice())
+            _delegate->URLSessionDidWriteData(this, task);
+        return length;
+    }
     _delegate->URLSession(this, task, QByteArray(data, static_cast<qsizetype>(length)));
     return length;
 }

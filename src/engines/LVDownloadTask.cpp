@@ -49,6 +49,44 @@ void LVDownloadTask::didConsumeBytes(qint64 count)
         _session->enqueueUnpause(shared_from_this());
 }
 
+void LVDownloadTask::setDownloadFile(QFile* file)
+{
+    QMutexLocker locker(&_fileLock);
+    _downloadFile = file;
+}
+
+void LVDownloadTask::detachDownloadFile()
+{
+    QMutexLocker locker(&_fileLock);
+    _downloadFile = nullptr;
+}
+
+bool LVDownloadTask::writeToDownloadFile(const char* data, qint64 length)
+{
+    QMutexLocker locker(&_fileLock);
+    if (!_downloadFile)
+        return false;
+    _downloadFile->write(data, length); // a write error shows up in the file, not here
+    _bytesWritten.fetch_add(length);
+    return true;
+}
+
+qint64 LVDownloadTask::takeWriteNotice()
+{
+    // Cleared before reading: a write after this read posts a notice of its own.
+    _writeNoticePending.store(false);
+    return _bytesWritten.load();
+}
+
+void LVDownloadTask::didConsumeWrittenBytes(qint64 written)
+{
+    if (written <= _writtenBytesConsumed)
+        return;
+    const qint64 count = written - _writtenBytesConsumed;
+    _writtenBytesConsumed = written;
+    didConsumeBytes(count);
+}
+
 bool LVDownloadTask::admitBytes(qint64 count)
 {
     QMutexLocker locker(&_flowLock);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QFile>
 #include <QMutex>
 
 #include <array>
@@ -40,6 +41,16 @@ public:
     // The receiver has dealt with `count` bytes of delivered data; may let a paused transfer go on.
     void didConsumeBytes(qint64 count);
 
+    // The body goes straight into `file` (owned by the caller) on the session thread, chunk by
+    // chunk as it arrives, and the receiver is only told how far it got. Set before resume().
+    void setDownloadFile(QFile* file);
+    // Stops writing into the file; waits for a write in progress. Before the caller closes it.
+    void detachDownloadFile();
+    // Receiver: takes the notice that more was written and answers how much is written in all.
+    qint64 takeWriteNotice();
+    // Receiver: has dealt with everything up to `written` bytes; may let a paused transfer go on.
+    void didConsumeWrittenBytes(qint64 written);
+
 private:
     friend class LVDownloadSession;
     LVDownloadTask(LVDownloadSession* session, quint64 identifier, const QByteArray& url, double timeoutInterval,
@@ -50,6 +61,10 @@ private:
     // Session thread: clears the pause; false when there was none.
     bool clearPause();
     bool isPaused() const;
+    // Session thread: writes a chunk into the download file; false when there is none.
+    bool writeToDownloadFile(const char* data, qint64 length);
+    // Session thread: true when the receiver has no notice of a write pending and must get one.
+    bool postWriteNotice() { return !_writeNoticePending.exchange(true); }
 
     LVDownloadSession* const _session;
     const quint64 _taskIdentifier;
@@ -68,4 +83,10 @@ private:
     qint64 _unconsumedBytes = 0;
     bool _paused = false;
     bool _resumeRequested = false;
+
+    QMutex _fileLock;
+    QFile* _downloadFile = nullptr; // guarded by _fileLock
+    std::atomic<qint64> _bytesWritten{0};
+    std::atomic<bool> _writeNoticePending{false};
+    qint64 _writtenBytesConsumed = 0; // receiver only
 };

@@ -43,6 +43,10 @@ public:
     {
         LVDownloader::URLSession(session, dataTask, data);
     }
+    void URLSessionDidWriteData(LVDownloadSession* session, LVDownloadTask* dataTask) override
+    {
+        LVDownloader::URLSessionDidWriteData(session, dataTask);
+    }
     void URLSession(LVDownloadSession* session, LVDownloadTask* task, const VMError& error) override
     {
         LVDownloader::URLSession(session, task, error);
@@ -127,11 +131,11 @@ LVDownloader::~LVDownloader()
     }
     _delegate = nullptr;
     _delegateObject = nullptr;
+    closeDownloadFileHandle();
     if (_downloadTask) {
         _downloadTask->cancel();
         _downloadTask.reset();
     }
-    closeDownloadFileHandle();
     cleanUp();
 }
 
@@ -235,6 +239,16 @@ void LVDownloader::URLSession(LVDownloadSession*, LVDownloadTask* dataTask, cons
     });
 }
 
+void LVDownloader::URLSessionDidWriteData(LVDownloadSession*, LVDownloadTask* dataTask)
+{
+    VMDispatch::performOnMainThread([task = dataTask->shared_from_this()] {
+        const qint64 written = task->takeWriteNotice();
+        deliver(task->taskIdentifier(), [&](LVDownloader* downloader) { downloader->didWriteData(written); });
+        // As with chunks in memory: the session goes on once the main thread has kept up.
+        task->didConsumeWrittenBytes(written);
+    });
+}
+
 void LVDownloader::URLSession(LVDownloadSession*, LVDownloadTask* task, const VMError& error)
 {
     const quint64 identifier = task->taskIdentifier();
@@ -295,16 +309,19 @@ bool LVDownloader::startWithDownloadFilePath(const QString& path)
 {
     if (path.isNull() || !_downloadTask || _downloadTask->state() != LVDownloadTask::Suspended)
         return false;
-    // Started before the file exists: if the file can't be made, the body still arrives, in memory.
-    _downloadTask->resume();
+    // The file is handed to the task before it starts, so every chunk goes into it; when the
+    // file can't be made the download starts all the same and the body arrives in memory.
     auto file = std::make_unique<QFile>(path);
     if (!file->open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered)) {
+        _downloadTask->resume();
         VM_LOG_MESSAGE(QStringLiteral("Couldn't create download file at: %1").arg(path));
         return false;
     }
     _downloadFilePath = path;
     _downloadFileHandle = std::move(file);
     const bool positioned = _downloadFileHandle->seek(0);
+    _downloadTask->setDownloadFile(_downloadFileHandle.get());
+    _downloadTask->resume();
     logExtended(VM_CALL_SITE(QStringLiteral("Start download from: %1 to file: %2").arg(urlDescription(_url), path)));
     return positioned;
 }
@@ -334,10 +351,23 @@ void LVDownloader::cleanUp()
 
 void LVDownloader::didReceiveData(const QByteArray& data)
 {
+    if (data.isEmpty())
+        return;
+    receive(data.size(), &data);
+}
+
+void LVDownloader::didWriteData(qint64 written)
+{
+    if (written > qint64(_downloadDataSize))
+        receive(written - qint64(_downloadDataSize), nullptr);
+}
+
+void LVDownloader::receive(qint64 count, const QByteArray* data)
+{
     const QDateTime now = QDateTime::currentDateTimeUtc();
     const double sinceLastUpdate =
         _lastProgressUpdateDate.isNull() ? 0.0 : now.msecsTo(_lastProgressUpdateDate) / 1000.0;
-    if (data.isEmpty() || _ended)
+    if (_ended)
         return;
     QPointer<LVDownloader> alive(this);
     if (_downloadDataSize == 0) {
@@ -346,13 +376,15 @@ void LVDownloader::didReceiveData(const QByteArray& data)
         if (!alive)
             return;
     }
-    _downloadDataSize += static_cast<quint64>(data.size());
-    if (_downloadFileHandle) {
-        _downloadFileHandle->write(data); // a write error shows up in the file, not here
-    } else {
-        if (_downloadData.isNull())
-            _downloadData.reserve(1000000);
-        _downloadData.append(data);
+    _downloadDataSize += static_cast<quint64>(count);
+    if (data) {
+        if (_downloadFileHandle) {
+            _downloadFileHandle->write(*data); // a write error shows up in the file, not here
+        } else {
+            if (_downloadData.isNull())
+                _downloadData.reserve(1000000);
+            _downloadData.append(*data);
+        }
     }
     if (!_lastProgressUpdateDate.isNull() && sinceLastUpdate >= -1.0)
         return;
@@ -368,8 +400,8 @@ void LVDownloader::didCompleteWithError(const VMError& error)
     if (_ended)
         return;
     _ended = true;
-    _downloadTask.reset();
     closeDownloadFileHandle();
+    _downloadTask.reset();
     _error = error;
     QPointer<LVDownloader> alive(this);
     if (LVDownloaderDelegate* d = delegate()) {
@@ -401,6 +433,8 @@ void LVDownloader::didBecomeInvalidWithError(const VMError& error)
 
 void LVDownloader::closeDownloadFileHandle()
 {
+    if (_downloadTask)
+        _downloadTask->detachDownloadFile();
     if (_downloadFileHandle) {
         _downloadFileHandle->close();
         _downloadFileHandle.reset();

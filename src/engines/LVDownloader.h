@@ -48,6 +48,7 @@ public:
 
     // The shared session's events (session thread): each is routed to its downloader on the main thread.
     static void URLSession(LVDownloadSession* session, LVDownloadTask* dataTask, const QByteArray& data);
+    static void URLSessionDidWriteData(LVDownloadSession* session, LVDownloadTask* dataTask);
     static void URLSession(LVDownloadSession* session, LVDownloadTask* task, const VMError& error);
     static void URLSession(LVDownloadSession* session, const VMError& error);
 
@@ -90,6 +91,8 @@ public:
 
     // Main thread: the session's events for this downloader.
     void didReceiveData(const QByteArray& data);
+    // The session has written the body into the download file up to `written` bytes.
+    void didWriteData(qint64 written);
     void didCompleteWithError(const VMError& error);
     void didBecomeInvalidWithError(const VMError& error);
 
@@ -97,6 +100,8 @@ private:
     explicit LVDownloader(QObject* parent);
     template <typename Handler> static void deliver(quint64 taskIdentifier, Handler&& handler);
     void closeDownloadFileHandle();
+    // Counts `count` more bytes received (appending `data` when it is given) and reports.
+    void receive(qint64 count, const QByteArray* data);
     void signalCompletion();
 
     QUrl _url;

@@ -183,12 +183,29 @@ plist_t fromVariant(const QVariant& value, int depth)
 
 namespace VMPropertyList {
 
-QVariant fromData(const QByteArray& data, QString* errorString)
+Tree::~Tree()
+{
+    if (_root)
+        plist_free(_root);
+}
+
+Tree& Tree::operator=(Tree&& other) noexcept
+{
+    if (this != &other) {
+        if (_root)
+            plist_free(_root);
+        _root = other._root;
+        other._root = nullptr;
+    }
+    return *this;
+}
+
+Tree treeFromData(const QByteArray& data, QString* errorString)
 {
     auto fail = [errorString](const QString& why) {
         if (errorString)
             *errorString = why;
-        return QVariant();
+        return Tree();
     };
     if (data.isEmpty())
         return fail(QStringLiteral("The data is empty."));
@@ -215,12 +232,29 @@ QVariant fromData(const QByteArray& data, QString* errorString)
     } else {
         plist_from_xml(data.constData(), length, &root);
     }
-    PlistPtr guard(root);
     if (!root)
         return fail(QStringLiteral("The data couldn't be read because it isn't in the correct format."));
-    QVariant result = toVariant(root, 0);
-    if (!result.isValid())
-        return fail(QStringLiteral("The property list holds nothing that can be read."));
+    return Tree(root);
+}
+
+Tree treeFromVariant(const QVariant& value)
+{
+    return Tree(fromVariant(value, 0));
+}
+
+QVariant nodeToVariant(plist_t node)
+{
+    return toVariant(node, 0);
+}
+
+QVariant fromData(const QByteArray& data, QString* errorString)
+{
+    const Tree tree = treeFromData(data, errorString);
+    if (!tree.root())
+        return QVariant();
+    QVariant result = toVariant(tree.root(), 0);
+    if (!result.isValid() && errorString)
+        *errorString = QStringLiteral("The property list holds nothing that can be read.");
     return result;
 }
 

@@ -304,6 +304,7 @@ void tst_VMCatalogue::bundleFlagChoosesClass_data()
     QTest::newRow("integer 0") << QVariant(qint64(0)) << false;
     QTest::newRow("text YES") << QVariant(QStringLiteral("YES")) << true;
     QTest::newRow("text NO") << QVariant(QStringLiteral("NO")) << false;
+    QTest::newRow("array, read as absent") << QVariant(QVariantList{true}) << false;
 }
 
 void tst_VMCatalogue::bundleFlagChoosesClass()
@@ -377,8 +378,8 @@ void tst_VMCatalogue::wrongTypesKeepWhatWasRead()
     QVERIFY(catalogue.isValid());
     const QStringList lines = loggedLines(log);
 
-    // Product A keeps the version before its bad entry; B stops at its numeric title; C at its
-    // versions dictionary; the number entry ends the list, so D is never read.
+    // Product A keeps the version before its bad entry; B loses only its numeric title; C only
+    // its versions dictionary; the number entry ends the list, so D is never read.
     const VMProductsCollectionPtr products = catalogue.productsCollection();
     QVERIFY(products);
     QCOMPARE(productIDs(products->productItems()),
@@ -390,8 +391,8 @@ void tst_VMCatalogue::wrongTypesKeepWhatWasRead()
     QCOMPARE(a->versionItems().first()->productItem(), a.get());
     auto b = std::dynamic_pointer_cast<VMSingleProductItem>(products->productItems().at(1));
     QVERIFY(b->title().isNull());
-    QVERIFY(b->productIdentifier().isNull());
-    QVERIFY(b->versionItems().isEmpty());
+    QCOMPARE(b->productIdentifier(), QStringLiteral("com.quarnet.B"));
+    QCOMPARE(b->versionItems().size(), 1);
     QVERIFY(anyLineContains(lines, QStringLiteral("'Version entry is a string, not a dictionary' in ")));
     QVERIFY(anyLineContains(lines, QStringLiteral("'Value for key \"Title\" is a number, not a string' in ")));
     QVERIFY(anyLineContains(lines, QStringLiteral("'Value for key \"Versions\" is a dictionary, not an array' in ")));

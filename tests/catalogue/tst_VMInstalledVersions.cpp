@@ -75,6 +75,7 @@ private slots:
     void tableOfOnePluginServingSeveralProducts();
     void findsPluginOnlyByExtensionAndIdentifier();
     void cacheKeepsAnswerUntilCleared();
+    void coldPassReadsTheFolderOnce();
     void callersGetCopies();
     void malformedInformationIsLoggedAndKeepsWhatWasRead_data();
     void malformedInformationIsLoggedAndKeepsWhatWasRead();
@@ -292,6 +293,31 @@ void tst_VMInstalledVersions::cacheKeepsAnswerUntilCleared()
     VMInstalledVersions::clearBundleIdentifierCache();
     QCOMPARE(VMInstalledVersions::installedVersionForProduct("P1", id, QString()), QStringLiteral("1.1"));
     QVERIFY(VMInstalledVersions::fileSystemAccessCount() > before);
+}
+
+// A cold pass over many plug-ins reads each wrapper a fixed number of times, not once per plug-in
+// asked for; a wrapper that arrives during the pass is still found.
+void tst_VMInstalledVersions::coldPassReadsTheFolderOnce()
+{
+    const int count = 24;
+    for (int i = 0; i < count; ++i)
+        makePlugin(root(), QStringLiteral("W%1.app").arg(i), QStringLiteral("W%1.pluginkit").arg(i),
+                   QStringLiteral("com.quarnet.W%1").arg(i), QStringLiteral("1.%1").arg(i));
+    const quint64 before = VMInstalledVersions::fileSystemAccessCount();
+    for (int i = 0; i < count; ++i) {
+        QCOMPARE(
+            VMInstalledVersions::installedVersionForProduct("P", QStringLiteral("com.quarnet.W%1").arg(i), QString()),
+            QStringLiteral("1.%1").arg(i));
+    }
+    QVERIFY(
+        VMInstalledVersions::installedVersionForProduct("P", QStringLiteral("com.quarnet.None"), QString()).isNull());
+    const quint64 accesses = VMInstalledVersions::fileSystemAccessCount() - before;
+    QVERIFY2(accesses <= 4 * count + 4, qPrintable(QString::number(accesses)));
+
+    QTest::qWait(5); // the folder's new modification time must differ from the one read
+    makePlugin(root(), "Late.app", "Late.pluginkit", "com.quarnet.Late", QStringLiteral("3.0"));
+    QCOMPARE(VMInstalledVersions::installedVersionForProduct("P", QStringLiteral("com.quarnet.Late"), QString()),
+             QStringLiteral("3.0"));
 }
 
 void tst_VMInstalledVersions::callersGetCopies()

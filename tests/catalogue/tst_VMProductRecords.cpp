@@ -85,6 +85,8 @@ private slots:
     void installerSettings();
     void requiresAuthentication_data();
     void requiresAuthentication();
+    void wrongTypeLosesOnlyThatKey_data();
+    void wrongTypeLosesOnlyThatKey();
     void releaseDate_data();
     void releaseDate();
     void releaseDateLoggedWithExtendedLogging();
@@ -357,6 +359,56 @@ void tst_VMProductRecords::requiresAuthentication()
         keys.insert(QStringLiteral("Installer Requires Authentication"), value);
     QCOMPARE(VMSingleProductItem::initWithDict(keys)->productInstallerRequiresAuthentication(), required);
     QCOMPARE(VMVersionItem::initWithDict(keys)->versionInstallerRequiresAuthentication(), required);
+}
+
+void tst_VMProductRecords::wrongTypeLosesOnlyThatKey_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("logged");
+    QTest::newRow("numeric directory") << QStringLiteral("Check Installed Directory") << QVariant(qint64(7))
+                                       << QStringLiteral("is a number, not a string");
+    QTest::newRow("title array") << QStringLiteral("Title") << QVariant(QVariantList{QStringLiteral("x")})
+                                 << QStringLiteral("is an array, not a string");
+    QTest::newRow("flag dictionary") << QStringLiteral("Installer Requires Authentication")
+                                     << QVariant(QVariantMap{{QStringLiteral("a"), true}})
+                                     << QStringLiteral("is a dictionary, not a boolean");
+}
+
+// A bad value costs its own key (read as absent) and nothing after it: not the authentication
+// flag, not the versions, not the flags of the versions.
+void tst_VMProductRecords::wrongTypeLosesOnlyThatKey()
+{
+    QFETCH(QString, key);
+    QFETCH(QVariant, value);
+    QFETCH(QString, logged);
+    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    const QVariantMap versionKeys{{QStringLiteral("Product Version"), QStringLiteral("2.0")},
+                                  {QStringLiteral("New Features"), QVariantList()},
+                                  {QStringLiteral("Installer Requires Authentication"), false},
+                                  {QStringLiteral("Version Tags"), QStringLiteral("FxPlug3")}};
+    const VMSingleProductItemPtr product =
+        productWithVersions({version(QStringLiteral("1.0")), versionKeys},
+                            {{key, value},
+                             {QStringLiteral("Identifier"), QStringLiteral("com.quarnet.X")},
+                             {QStringLiteral("Installer Arguments"), QStringLiteral("-verbose")},
+                             {QStringLiteral("Discontinued"), true}});
+    const QString expectedTitle = key == QLatin1String("Title") ? QString() : QStringLiteral("Product");
+    QCOMPARE(product->title(), expectedTitle);
+    QCOMPARE(product->productIdentifier(), QStringLiteral("com.quarnet.X"));
+    QVERIFY(product->productCheckInstalledDirectory().isNull());
+    QVERIFY(product->productInstallerRequiresAuthentication());
+    QCOMPARE(product->productInstallerArguments(), QStringLiteral("-verbose"));
+    QVERIFY(product->productDiscontinued());
+    QCOMPARE(versionTitles(product->versionItems()), QStringList({QStringLiteral("1.0"), QStringLiteral("2.0")}));
+    const VMVersionItemPtr latest = product->latestVersionItem();
+    QCOMPARE(latest->newFeatures(), qint64(0));
+    QVERIFY(!latest->versionInstallerRequiresAuthentication());
+    QVERIFY(latest->containsTag(QStringLiteral("FxPlug3")));
+    const QStringList lines = loggedLines(log);
+    QVERIFY2(lines.filter(QStringLiteral("\"%1\" %2").arg(key, logged)).size() == 1, qPrintable(lines.join('\n')));
+    QVERIFY2(lines.filter(QStringLiteral("\"New Features\" is an array, not a number")).size() == 1,
+             qPrintable(lines.join('\n')));
 }
 
 void tst_VMProductRecords::releaseDate_data()
