@@ -104,6 +104,7 @@ private slots:
     void uninstallRunsScriptsInCompletionOrder_data();
     void uninstallRunsScriptsInCompletionOrder();
     void synchronousInstallOnBackgroundThread();
+    void synchronousUninstallOnBackgroundThread();
     void ownerDestroyedMidway_data();
     void ownerDestroyedMidway();
     void progressDescription();
@@ -416,6 +417,32 @@ void tst_LVProductOperation::synchronousInstallOnBackgroundThread()
              (QStringList{"downloadCompleted:Downloaded", "installStarted:Installing", "installCompleted:Idle"}));
     QVERIFY(!QFile::exists(package));
     QCOMPARE(_privileged->creates.load(), 2);
+}
+
+void tst_LVProductOperation::synchronousUninstallOnBackgroundThread()
+{
+    const auto script = [this](const char* name) {
+        return QByteArray("echo ") + name + " >> '" + (_env->path() + QStringLiteral("/ran")).toUtf8() + "'\necho $?\n";
+    };
+    _server->setRoute("/scripts/first.bash", script("first"));
+    _server->setRoute("/scripts/second.bash", script("second"));
+
+    OperationOwner owner(product(true));
+    QSignalSpy finished(&owner, &OperationOwner::finished);
+    std::atomic<int> answered{-1};
+    VMDispatch::performInBackground([&] {
+        LVAdminAuthorization authorization;
+        answered =
+            authorization.isGranted() && owner.operation->runUninstallSynchronously(authorization.authorizationRef());
+    });
+    QTRY_VERIFY(answered.load() != -1);
+    QCOMPARE(answered.load(), 1);
+    // Downloaded one after another, each run by an uninstaller of its own under the caller's authorization.
+    QCOMPARE(ran(), (QStringList{"first", "second"}));
+    QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 2, 20000);
+    QCOMPARE(owner.events.filter(QStringLiteral("uninstallCompleted")).size(), 2);
+    QCOMPARE(owner.operation->phase(), Phase::Idle);
+    QCOMPARE(_privileged->prompts.load(), 1);
 }
 
 void tst_LVProductOperation::ownerDestroyedMidway_data()
