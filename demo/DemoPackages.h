@@ -12,7 +12,7 @@ namespace DemoPackages {
 // Writes "VM_installers/<ID>-<version>.pkg" for every version of every hand-written product and
 // "VM_installers/uninstallers/<ID>.bash" for every product under `folder`. Each package carries
 // `looksBytes` of effect data, so that its download can be watched.
-bool writePackages(const QString& folder, QString* error, int looksBytes = 3 * 1000 * 1000);
+bool writePackages(const QString& folder, QString* error, int looksBytes = 1000 * 1000);
 
 // URL path and file of every package written by writePackages().
 QList<std::pair<QByteArray, QString>> packageFiles(const QString& folder);

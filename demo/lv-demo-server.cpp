@@ -65,12 +65,12 @@ int main(int argc, char* argv[])
         QTextStream(stderr) << "lv-demo-server: " << packageError << "\n";
         return 1;
     }
-    // Served at about 1 MB/s, as from a distant server, so that a download can be watched and cancelled.
+    // Served at about 300 KB/s, as from a distant server, so that a download can be watched and cancelled.
     for (const auto& [path, file] : DemoPackages::packageFiles(site.path())) {
         LocalHttpServer::Response response;
         response.filePath = file;
-        response.chunkSize = 64 * 1024;
-        response.chunkIntervalMs = 60;
+        response.chunkSize = 32 * 1024;
+        response.chunkIntervalMs = 100;
         server.setRoute(path, response);
     }
 #endif

@@ -22,7 +22,7 @@ if [ -z "${LV_SERVER_URL:-}" ]; then
     QT_QPA_PLATFORM=offscreen "$build_dir/demo/lv-demo-server" >"$server_out" 2>"$server_out.err" &
     server_pid=$!
     trap 'stop_server; rm -f "$server_out" "$server_out.err"' EXIT
-    for _ in $(seq 1 300); do
+    for _ in $(seq 1 600); do
         grep -q '^LV_SERVER_URL=' "$server_out" && break
         sleep 0.1
     done
