@@ -215,8 +215,8 @@ bool VMSingleProductItem::setValue(const QVariant& value, const QString& key)
 
 QString VMSingleProductItem::checkInstalledPluginVersion() const
 {
-    QString installed =
-        VMInstalledVersions::installedVersionForProduct(productID(), _productIdentifier, _productCheckInstalledDirectory);
+    QString installed = VMInstalledVersions::installedVersionForProduct(productID(), _productIdentifier,
+                                                                        _productCheckInstalledDirectory);
     for (const VMVersionItemPtr& versionItem : _versionItems)
         installed = VMInstalledVersions::newerInstalledVersion(installed, versionItem->checkInstalledPluginVersion());
     return installed;

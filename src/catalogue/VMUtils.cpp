@@ -69,8 +69,12 @@ QString VMUtils::versionStringFromInfo(const VersionInfo& info)
 qint64 VMUtils::versionNumber(const VersionInfo& info)
 {
     // Wrapping arithmetic, as the signed 64-bit sum would on the original platform.
-    const auto wrap = [](qint64 a, qint64 b) { return static_cast<qint64>(static_cast<quint64>(a) + static_cast<quint64>(b)); };
-    const auto mul = [](qint64 a, qint64 b) { return static_cast<qint64>(static_cast<quint64>(a) * static_cast<quint64>(b)); };
+    const auto wrap = [](qint64 a, qint64 b) {
+        return static_cast<qint64>(static_cast<quint64>(a) + static_cast<quint64>(b));
+    };
+    const auto mul = [](qint64 a, qint64 b) {
+        return static_cast<qint64>(static_cast<quint64>(a) * static_cast<quint64>(b));
+    };
     return wrap(wrap(mul(info.major, 10000), mul(info.minor, 100)), info.maintenance);
 }
 
@@ -108,7 +112,10 @@ QString VMUtils::checkOSXVersion()
     const QVersionNumber version = Platform::systemInfo().operatingSystemVersion();
     if (version.isNull())
         return QStringLiteral("0.0.0");
-    return QStringLiteral("%1.%2.%3").arg(version.majorVersion()).arg(version.minorVersion()).arg(version.microVersion());
+    return QStringLiteral("%1.%2.%3")
+        .arg(version.majorVersion())
+        .arg(version.minorVersion())
+        .arg(version.microVersion());
 }
 
 QString VMUtils::checkInstalledBundleVersion(const QString& bundleIdentifier)
@@ -190,7 +197,8 @@ QString VMUtils::pathToWrapperAppForBundleIndentifier(const QString& bundleIdent
 {
     if (bundleIdentifier.isNull())
         return QString();
-    return Platform::workspace().absolutePathForAppBundleWithIdentifier(wrapperBundleIdentifierForPlugin(bundleIdentifier));
+    return Platform::workspace().absolutePathForAppBundleWithIdentifier(
+        wrapperBundleIdentifierForPlugin(bundleIdentifier));
 }
 
 QString VMUtils::xpcPathForBundleIndentifier(const QString& bundleIdentifier)
@@ -224,8 +232,7 @@ void VMUtils::launchWrapperApp(const QVariantMap& options)
     configuration.addsToRecentItems = false;
     configuration.hides = true;
     Platform::workspace().openApplication(
-        path, configuration,
-        [identifier](const Workspace::RunningApplication& application, const QString& error) {
+        path, configuration, [identifier](const Workspace::RunningApplication& application, const QString& error) {
             // With extended logging off the wrapper is left running: that is how it has always behaved.
             if (!LVPreferences::sharedPreferences()->usesExtendedLogging())
                 return;

@@ -142,5 +142,6 @@ QString VMVersionItem::checkInstalledPluginVersion() const
     const VMSingleProductItem* product = _productItem;
     return VMInstalledVersions::installedVersionForVersion(
         product ? product->productID() : QString(), _productIdentifier, _productCheckInstalledDirectory,
-        product ? product->productIdentifier() : QString(), product ? product->productCheckInstalledDirectory() : QString());
+        product ? product->productIdentifier() : QString(),
+        product ? product->productCheckInstalledDirectory() : QString());
 }

@@ -4,8 +4,7 @@ VMError::VMError(const QString& domain, qint64 code, const QString& localizedDes
                  const QString& localizedFailureReason)
     : _domain(domain), _code(code), _localizedDescription(localizedDescription),
       _localizedFailureReason(localizedFailureReason)
-{
-}
+{}
 
 QString VMError::description() const
 {

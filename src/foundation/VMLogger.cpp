@@ -35,9 +35,18 @@ VMLogger* VMLogger::sharedLogger()
     return g_sharedLogger;
 }
 
-void VMLogger::logMessage(const QString& message) { dispatch(Message, message); }
-void VMLogger::logError(const QString& message) { dispatch(Error, message); }
-void VMLogger::logWarning(const QString& message) { dispatch(Warning, message); }
+void VMLogger::logMessage(const QString& message)
+{
+    dispatch(Message, message);
+}
+void VMLogger::logError(const QString& message)
+{
+    dispatch(Error, message);
+}
+void VMLogger::logWarning(const QString& message)
+{
+    dispatch(Warning, message);
+}
 
 void VMLogger::dispatch(Severity severity, const QString& message)
 {
@@ -51,9 +60,18 @@ void VMLogger::dispatch(Severity severity, const QString& message)
     sharedLogger()->write(severity, message);
 }
 
-void VMLogger::_logMessage(const QString& message) { write(Message, message); }
-void VMLogger::_logError(const QString& message) { write(Error, message); }
-void VMLogger::_logWarning(const QString& message) { write(Warning, message); }
+void VMLogger::_logMessage(const QString& message)
+{
+    write(Message, message);
+}
+void VMLogger::_logError(const QString& message)
+{
+    write(Error, message);
+}
+void VMLogger::_logWarning(const QString& message)
+{
+    write(Warning, message);
+}
 
 QString VMLogger::formattedLine(const QString& message)
 {
@@ -99,7 +117,10 @@ void VMLogger::write(Severity severity, const QString& message)
     emit lineLogged(line, severity);
 }
 
-void VMLogger::setView(VMLogView* view) { _view = view; }
+void VMLogger::setView(VMLogView* view)
+{
+    _view = view;
+}
 
 void VMLogger::show()
 {
@@ -113,7 +134,10 @@ void VMLogger::hide()
         _view->hideLog();
 }
 
-bool VMLogger::isVisible() const { return _view && _view->isLogVisible(); }
+bool VMLogger::isVisible() const
+{
+    return _view && _view->isLogVisible();
+}
 
 void VMLogger::clearText()
 {

@@ -5,8 +5,8 @@
 
 #include <QApplication>
 #include <QMessageBox>
-#include <QPushButton>
 #include <QMetaObject>
+#include <QPushButton>
 
 namespace LVConsentPrompt {
 
@@ -22,7 +22,8 @@ int askOnMainThread(const QString& right)
     QPushButton* allow = box.addButton(QObject::tr("Allow"), QMessageBox::AcceptRole);
     box.setDefaultButton(allow);
     box.exec();
-    return box.clickedButton() == static_cast<QAbstractButton*>(allow) ? PrivilegedExecution::Success : PrivilegedExecution::Canceled;
+    return box.clickedButton() == static_cast<QAbstractButton*>(allow) ? PrivilegedExecution::Success
+                                                                       : PrivilegedExecution::Canceled;
 }
 
 } // namespace
@@ -32,8 +33,8 @@ int ask(const QString& right)
     if (VMDispatch::isMainThread())
         return askOnMainThread(right);
     int answer = PrivilegedExecution::Canceled;
-    QMetaObject::invokeMethod(QCoreApplication::instance(), [&] { answer = askOnMainThread(right); },
-                              Qt::BlockingQueuedConnection);
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(), [&] { answer = askOnMainThread(right); }, Qt::BlockingQueuedConnection);
     return answer;
 }
 

@@ -14,8 +14,8 @@
 #include <QUrl>
 #include <QVariantMap>
 #include <functional>
-#include <optional>
 #include <memory>
+#include <optional>
 
 namespace Ui {
 class LVInstallManager;

@@ -86,6 +86,15 @@ void LVPreferencesWindow::useExtendedLoggingButtonAction(bool checked)
     LVPreferences::sharedPreferences()->useExtendedLogging(checked);
 }
 
-QCheckBox* LVPreferencesWindow::showIconInMenuBarButton() const { return _ui->_showIconInMenuBarButton; }
-QCheckBox* LVPreferencesWindow::autoLaunchButton() const { return _ui->_autoLaunchButton; }
-QCheckBox* LVPreferencesWindow::useExtendedLoggingButton() const { return _ui->_useExtendedLoggingButton; }
+QCheckBox* LVPreferencesWindow::showIconInMenuBarButton() const
+{
+    return _ui->_showIconInMenuBarButton;
+}
+QCheckBox* LVPreferencesWindow::autoLaunchButton() const
+{
+    return _ui->_autoLaunchButton;
+}
+QCheckBox* LVPreferencesWindow::useExtendedLoggingButton() const
+{
+    return _ui->_useExtendedLoggingButton;
+}

@@ -13,7 +13,11 @@
 namespace {
 struct Sample
 {
-    int function(const QString& message) { VM_LOG_ERROR_CODE(message, -60006); return __LINE__ - 0; }
+    int function(const QString& message)
+    {
+        VM_LOG_ERROR_CODE(message, -60006);
+        return __LINE__ - 0;
+    }
 };
 } // namespace
 
@@ -26,7 +30,8 @@ private slots:
     void init()
     {
         env = std::make_unique<TestEnvironment>();
-        VMUtils::setCurrentDateProvider([] { return QDateTime(QDate(2026, 11, 21), QTime(9, 5, 7), QTimeZone::utc()); });
+        VMUtils::setCurrentDateProvider(
+            [] { return QDateTime(QDate(2026, 11, 21), QTime(9, 5, 7), QTimeZone::utc()); });
     }
     void cleanup() { env.reset(); }
 

@@ -44,8 +44,9 @@ SystemInfo::ModifierKeys TestSystemInfo::heldModifierKeys() const
 }
 
 namespace {
-const QList<QByteArray> kVariables = {"HOME",          "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME",
-                                      "XDG_RUNTIME_DIR", "TMPDIR",      "LV_SYSTEM_ROOT", "LV_SERVER_URL"};
+const QList<QByteArray> kVariables = {"HOME",           "XDG_DATA_HOME",   "XDG_CONFIG_HOME",
+                                      "XDG_CACHE_HOME", "XDG_RUNTIME_DIR", "TMPDIR",
+                                      "LV_SYSTEM_ROOT", "LV_SERVER_URL"};
 }
 
 TestEnvironment::TestEnvironment(double delayScale)
@@ -53,9 +54,10 @@ TestEnvironment::TestEnvironment(double delayScale)
     for (const QByteArray& name : kVariables)
         _savedEnvironment.insert(name, qgetenv(name.constData()));
     const QString base = _dir.path();
-    const QStringList folders = {QStringLiteral("home"), QStringLiteral("home/.local/share"),
+    const QStringList folders = {QStringLiteral("home"),         QStringLiteral("home/.local/share"),
                                  QStringLiteral("home/.config"), QStringLiteral("home/.cache"),
-                                 QStringLiteral("runtime"), QStringLiteral("tmp"), QStringLiteral("root")};
+                                 QStringLiteral("runtime"),      QStringLiteral("tmp"),
+                                 QStringLiteral("root")};
     for (const QString& folder : folders)
         QDir(base).mkpath(folder);
     QFile::setPermissions(base + QStringLiteral("/runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
