@@ -420,7 +420,9 @@ void LVInstallManager::setNewsCollection(const std::shared_ptr<VMNewsCollection>
         for (const VMNewsItemPtr& record : collection->newsItems()) {
             const QDateTime releaseDate = record->releaseDate();
             const qint64 showDays = record->showDays();
-            const bool current = releaseDate.isValid() && showDays >= 1 && releaseDate.addSecs(showDays * 86400) > now;
+            // Whole days elapsed against the days shown: no product that could overflow.
+            const qint64 elapsed = releaseDate.isValid() ? releaseDate.secsTo(now) : 0;
+            const bool current = releaseDate.isValid() && showDays >= 1 && (elapsed < 0 || elapsed / 86400 < showDays);
             if (current) {
                 if (LVNewsItem* row = LVNewsItem::newsItemWithVMNewsItem(record))
                     rows.append(row);
@@ -655,6 +657,7 @@ void LVInstallManager::setBadge(QLabel* badgeView, qint64 count)
         badgeView->hide();
     } else {
         badgeView->setPixmap(QPixmap::fromImage(batchImageWithNumber(count, LVBadgeImage::systemOrangeColor())));
+        badgeView->setAccessibleName(QString::number(count)); // read with the tab's name
         badgeView->show();
     }
     _ui->_mainSegmentedControl->placeBadges();

@@ -39,7 +39,6 @@ private slots:
     void newsReleaseDate();
     void newsWrongTypes_data();
     void newsWrongTypes();
-    void newsPropertyTable();
     void helpItems();
     void setValue_data();
     void setValue();
@@ -183,21 +182,6 @@ void tst_VMNewsHelpRecords::newsWrongTypes()
         // Reading stopped at the bad value.
         QVERIFY(item->headlineText().isNull());
     }
-}
-
-void tst_VMNewsHelpRecords::newsPropertyTable()
-{
-    VMNewsItem item;
-    item.setProperty(88.0, QLatin1String(VMNewsItem::imageHeight));
-    QCOMPARE(item.propertyForKey(QLatin1String(VMNewsItem::imageHeight)).toDouble(), 88.0);
-    item.setProperty(QVariant(), QLatin1String(VMNewsItem::imageHeight));
-    QVERIFY(!item.propertyForKey(QLatin1String(VMNewsItem::imageHeight)).isValid());
-    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
-    item.setProperty(1, QString());
-    QVERIFY(!item.propertyForKey(QString()).isValid());
-    QCOMPARE(log.count(), 2);
-    QVERIFY(log.at(0).at(0).toString().contains(QStringLiteral("'key = nil' in ")));
-    QVERIFY(log.at(1).at(0).toString().contains(QStringLiteral("'key = nil' in ")));
 }
 
 void tst_VMNewsHelpRecords::helpItems()

@@ -35,27 +35,6 @@ private slots:
     }
     void cleanup() { env.reset(); }
 
-    void lineFormatAndColours_data()
-    {
-        QTest::addColumn<int>("severity");
-        QTest::addColumn<QColor>("color");
-        QTest::addColumn<QString>("prefix");
-        QTest::newRow("message") << int(VMLogger::Message) << QColor(Qt::black) << "Message: ";
-        QTest::newRow("error") << int(VMLogger::Error) << QColor(Qt::red) << "Error: ";
-        QTest::newRow("warning") << int(VMLogger::Warning) << QColor(255, 128, 0) << "Warning: ";
-    }
-    void lineFormatAndColours()
-    {
-        QFETCH(int, severity);
-        QFETCH(QColor, color);
-        QFETCH(QString, prefix);
-        const auto level = VMLogger::Severity(severity);
-        QCOMPARE(VMLogger::formattedLine("Catalogue loaded"),
-                 QString::fromUtf8("• 2026-11-21 09:05:07 +0000: Catalogue loaded\n"));
-        QCOMPARE(VMLogger::colorForSeverity(level), color);
-        QCOMPARE(VMLogger::systemLogPrefix(level), prefix);
-    }
-
     void withoutAWindowEveryLineGoesToTheSystemLog()
     {
         QSignalSpy lines(VMLogger::sharedLogger(), &VMLogger::lineLogged);

@@ -8,6 +8,8 @@
 #include "manager/LVInstallManagerDelegate.h"
 #include "manager/LVInstallManagerView.h"
 
+#include <QAccessible>
+#include <QAccessibleActionInterface>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
@@ -56,6 +58,7 @@ private slots:
     void containerTurnsDarkInAWindow();
     void footerAndHeaderButtons();
     void busyOverlayCoversTheWindow();
+    void defaultPresenterShowsAWindowModalBox_data();
     void defaultPresenterShowsAWindowModalBox();
     void viewForStatusMenuReleasesTheWindow();
 
@@ -240,8 +243,19 @@ void tst_LVInstallManagerWindow::busyOverlayCoversTheWindow()
     QVERIFY(manager.lastUpdateDate().isValid());
 }
 
+void tst_LVInstallManagerWindow::defaultPresenterShowsAWindowModalBox_data()
+{
+    // However the button with an action is pressed, it runs the action and the box stays up.
+    QTest::addColumn<QString>("press");
+    QTest::newRow("mouse") << "mouse";
+    QTest::newRow("space key") << "key";
+    QTest::newRow("click()") << "click";
+    QTest::newRow("accessibility press") << "accessible";
+}
+
 void tst_LVInstallManagerWindow::defaultPresenterShowsAWindowModalBox()
 {
+    QFETCH(QString, press);
     LVInstallManager manager;
     manager.show();
     int actions = 0;
@@ -266,7 +280,17 @@ void tst_LVInstallManagerWindow::defaultPresenterShowsAWindowModalBox()
             cancel = static_cast<QPushButton*>(button);
     }
     QVERIFY(showLog && cancel);
-    QTest::mouseClick(showLog, Qt::LeftButton);
+    if (press == QLatin1String("mouse")) {
+        QTest::mouseClick(showLog, Qt::LeftButton);
+    } else if (press == QLatin1String("key")) {
+        QTest::keyClick(showLog, Qt::Key_Space);
+    } else if (press == QLatin1String("click")) {
+        showLog->click();
+    } else {
+        QAccessibleInterface* button = QAccessible::queryAccessibleInterface(showLog);
+        QVERIFY(button && button->actionInterface());
+        button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    }
     QCOMPARE(actions, 1);
     QVERIFY(box->isVisible());
     QCOMPARE(response, 0);
