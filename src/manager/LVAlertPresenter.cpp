@@ -42,6 +42,9 @@ void LVAlertPresenter::present(const LVAlert& alert, QWidget* window, Completion
         pushButtons.append(button);
         if (i == 0)
             box->setDefaultButton(button);
+        // Escape closes the alert: it presses "Cancel", else the first button, never an action.
+        if (!buttons.at(i).action && (!box->escapeButton() || buttons.at(i).title == QLatin1String("Cancel")))
+            box->setEscapeButton(button);
     }
     QObject::connect(box, &QMessageBox::buttonClicked, box, [pushButtons, completion](QAbstractButton* clicked) {
         const int index = int(pushButtons.indexOf(static_cast<QPushButton*>(clicked)));

@@ -278,6 +278,11 @@ void LVSegmentedControl::placeBadges()
         const QRect r = segmentRect(i);
         badge->move(qMin(r.right() - size.width() / 2 - 2, width() - size.width()), 0);
         badge->raise();
+        if (QAccessible::isActive()) { // the count is read with the tab's name
+            QAccessibleEvent nameChanged(this, QAccessible::NameChanged);
+            nameChanged.setChild(i);
+            QAccessible::updateAccessibility(&nameChanged);
+        }
     }
 }
 
