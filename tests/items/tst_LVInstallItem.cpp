@@ -118,7 +118,8 @@ void tst_LVInstallItem::titleFieldDrawsThePlainTitleWhiteAndBold()
     // Screen readers read the painted title.
     QCOMPARE(QAccessible::queryAccessibleInterface(&field)->text(QAccessible::Name), QStringLiteral("Prismatic Glow"));
     // Drawn from the left edge at its natural width in the title font.
-    QVERIFY(qAbs(rightmost - QFontMetrics(LVInstallItemTitleField::titleFont()).horizontalAdvance(QStringLiteral("Prismatic Glow"))) < 4);
+    QVERIFY(qAbs(rightmost - QFontMetrics(LVInstallItemTitleField::titleFont())
+                                 .horizontalAdvance(QStringLiteral("Prismatic Glow"))) < 4);
     // Hanging from the top: the lower half of a 40-pixel field stays empty.
     const QImage lower = image.copy(0, 24, 300, 16);
     QCOMPARE(countPixels(lower, [](QColor) { return true; }), 0);
