@@ -16,7 +16,7 @@ struct Sample
     int function(const QString& message)
     {
         VM_LOG_ERROR_CODE(message, -60006);
-        return __LINE__ - 0;
+        return __LINE__ - 1; // the line that logs
     }
 };
 } // namespace
