@@ -2,9 +2,10 @@
 # Installs what is missing, builds and runs every test.
 #   LV_BUILD_DIR   build folder (default: build)
 #   LV_SANITIZE=ON build with AddressSanitizer and UndefinedBehaviorSanitizer
+#   LV_WERROR=ON   treat compiler warnings as errors
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 lv_install_packages
 build_dir=${LV_BUILD_DIR:-$LV_SOURCE_DIR/build}
-lv_build "$build_dir" -DLV_SANITIZE="${LV_SANITIZE:-OFF}"
+lv_build "$build_dir" -DLV_SANITIZE="${LV_SANITIZE:-OFF}" -DLV_WERROR="${LV_WERROR:-OFF}"
 cd "$build_dir"
 ctest --output-on-failure -j"$(nproc)" --timeout 600

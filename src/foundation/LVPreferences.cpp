@@ -32,8 +32,7 @@ void LVPreferences::setSettingsFile(const QString& path)
 LVPreferences::LVPreferences(QObject* parent)
     : QObject(parent),
       _settings(g_settingsFile.isEmpty() ? new QSettings : new QSettings(g_settingsFile, QSettings::IniFormat))
-{
-}
+{}
 
 LVPreferences::~LVPreferences()
 {

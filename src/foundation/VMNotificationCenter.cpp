@@ -48,8 +48,8 @@ void VMNotificationCenter::postNotification(const QString& name, const QVariant&
             // Skip observers removed by an earlier handler of this same post.
             QMutexLocker locker(&_lock);
             const auto& current = _observers.value(name);
-            const bool stillThere = std::any_of(current.begin(), current.end(),
-                                                [&](const Observer& o) { return o.id == observer.id; });
+            const bool stillThere =
+                std::any_of(current.begin(), current.end(), [&](const Observer& o) { return o.id == observer.id; });
             if (!stillThere)
                 continue;
         }
@@ -61,5 +61,6 @@ int VMNotificationCenter::observerCount(const QString& name) const
 {
     QMutexLocker locker(&_lock);
     const auto list = _observers.value(name);
-    return static_cast<int>(std::count_if(list.begin(), list.end(), [](const Observer& o) { return !o.context.isNull(); }));
+    return static_cast<int>(
+        std::count_if(list.begin(), list.end(), [](const Observer& o) { return !o.context.isNull(); }));
 }

@@ -3,11 +3,50 @@
 #include "LVInstallItem.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QAccessible>
+#include <QAccessibleWidget>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QTextDocumentFragment>
+
+namespace {
+// Read as static text: the plain string, or the styled title's text.
+class TitleFieldAccessible : public QAccessibleWidget
+{
+public:
+    explicit TitleFieldAccessible(QWidget* widget) : QAccessibleWidget(widget, QAccessible::StaticText) {}
+
+    QString text(QAccessible::Text t) const override
+    {
+        if (t != QAccessible::Name || !widget()->accessibleName().isEmpty())
+            return QAccessibleWidget::text(t);
+        const auto* field = static_cast<const LVInstallItemTitleField*>(widget());
+        if (!field->attributedStringValue().isNull())
+            return QTextDocumentFragment::fromHtml(field->attributedStringValue()).toPlainText();
+        return field->stringValue();
+    }
+};
+
+QAccessibleInterface* titleFieldAccessible(const QString& className, QObject* object)
+{
+    if (className == QLatin1String("LVInstallItemTitleField") && object && object->isWidgetType())
+        return new TitleFieldAccessible(static_cast<QWidget*>(object));
+    return nullptr;
+}
+
+void noteNameChanged(QWidget* field)
+{
+    if (QAccessible::isActive()) {
+        QAccessibleEvent event(field, QAccessible::NameChanged);
+        QAccessible::updateAccessibility(&event);
+    }
+}
+} // namespace
 
 LVInstallItemTitleField::LVInstallItemTitleField(QWidget* parent) : QWidget(parent)
 {
+    static const bool accessibleFactory = (QAccessible::installFactory(titleFieldAccessible), true);
+    Q_UNUSED(accessibleFactory);
     setAttribute(Qt::WA_TranslucentBackground);
 }
 
@@ -17,6 +56,7 @@ void LVInstallItemTitleField::setStringValue(const QString& value)
     _stringValue = value;
     updateGeometry();
     update();
+    noteNameChanged(this);
 }
 
 void LVInstallItemTitleField::setAttributedStringValue(const QString& value)
@@ -25,6 +65,7 @@ void LVInstallItemTitleField::setAttributedStringValue(const QString& value)
     _attributedStringValue = value;
     updateGeometry();
     update();
+    noteNameChanged(this);
 }
 
 QFont LVInstallItemTitleField::titleFont()

@@ -290,6 +290,7 @@ void LVInstallManager::setBadge(QLabel* badgeView, qint64 count)
         badgeView->hide();
     } else {
         badgeView->setPixmap(QPixmap::fromImage(batchImageWithNumber(count, LVBadgeImage::systemOrangeColor())));
+        badgeView->setAccessibleName(QString::number(count)); // read with the tab's name
         badgeView->show();
     }
     _ui->_mainSegmentedControl->placeBadges();

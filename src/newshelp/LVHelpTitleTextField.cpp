@@ -2,12 +2,55 @@
 
 #include "LVHelpItem.h"
 
+#include <QAccessible>
+#include <QAccessibleActionInterface>
+#include <QAccessibleWidget>
 #include <QFontMetrics>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 
+namespace {
+// Read as a link with the title as its name; pressing it opens the help page as a click does.
+class HelpTitleAccessible : public QAccessibleWidget
+{
+public:
+    explicit HelpTitleAccessible(QWidget* widget) : QAccessibleWidget(widget, QAccessible::Link) {}
+
+    QString text(QAccessible::Text t) const override
+    {
+        if (t == QAccessible::Name && widget()->accessibleName().isEmpty())
+            return field()->string();
+        return QAccessibleWidget::text(t);
+    }
+    QStringList actionNames() const override { return QStringList{pressAction()} + QAccessibleWidget::actionNames(); }
+    void doAction(const QString& name) override
+    {
+        if (name == pressAction()) {
+            if (field()->delegate())
+                field()->delegate()->textFieldClicked(nullptr, field());
+            return;
+        }
+        QAccessibleWidget::doAction(name);
+    }
+
+private:
+    LVHelpTitleTextField* field() const { return static_cast<LVHelpTitleTextField*>(widget()); }
+};
+
+QAccessibleInterface* helpTitleAccessible(const QString& className, QObject* object)
+{
+    if (className == QLatin1String("LVHelpTitleTextField") && object && object->isWidgetType())
+        return new HelpTitleAccessible(static_cast<QWidget*>(object));
+    return nullptr;
+}
+} // namespace
+
 LVHelpTitleTextField::LVHelpTitleTextField(QWidget* parent) : QWidget(parent)
 {
+    static const bool accessibleFactory = (QAccessible::installFactory(helpTitleAccessible), true);
+    Q_UNUSED(accessibleFactory);
+    setFocusPolicy(Qt::TabFocus);
     _textColor = normalColor();
     _textFont = font();
     _textFont.setPixelSize(13);
@@ -40,6 +83,10 @@ void LVHelpTitleTextField::setString(const QString& string)
 {
     _string = string;
     update();
+    if (QAccessible::isActive()) {
+        QAccessibleEvent event(this, QAccessible::NameChanged);
+        QAccessible::updateAccessibility(&event);
+    }
 }
 
 QRect LVHelpTitleTextField::textFrame() const
@@ -79,6 +126,28 @@ void LVHelpTitleTextField::mouseReleaseEvent(QMouseEvent* event)
     setTextColor(normalColor());
     if (rect().contains(event->position().toPoint()) && _delegate)
         _delegate->textFieldClicked(event, this);
+}
+
+void LVHelpTitleTextField::keyPressEvent(QKeyEvent* event)
+{
+    const int key = event->key();
+    if ((key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter) && _delegate) {
+        _delegate->textFieldClicked(nullptr, this);
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+void LVHelpTitleTextField::focusInEvent(QFocusEvent* event)
+{
+    setTextColor(pressedColor());
+    QWidget::focusInEvent(event);
+}
+
+void LVHelpTitleTextField::focusOutEvent(QFocusEvent* event)
+{
+    setTextColor(normalColor());
+    QWidget::focusOutEvent(event);
 }
 
 void LVHelpTitleTextField::paintEvent(QPaintEvent*)

@@ -7,8 +7,8 @@
 
 class LVHelpItem;
 
-// The clickable title of a help row: a dot and the title, lighter while pressed; a click that ends
-// inside the field goes to the row.
+// The clickable title of a help row: a dot and the title, lighter while pressed or focused; a click
+// that ends inside the field, Space or Return go to the row.
 class LVHelpTitleTextField : public QWidget
 {
     Q_OBJECT
@@ -36,6 +36,9 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:

@@ -49,27 +49,75 @@ Slot<RichTextConverter> s_richTextConverter(&NativePlatform::createRichTextConve
 
 namespace Platform {
 
-SystemInfo& systemInfo() { return s_systemInfo.get(); }
-Workspace& workspace() { return s_workspace.get(); }
-SystemLog& systemLog() { return s_systemLog.get(); }
-StandardStreams& standardStreams() { return s_standardStreams.get(); }
-PrivilegedExecution& privilegedExecution() { return s_privilegedExecution.get(); }
-CommandLineTools& commandLineTools() { return s_commandLineTools.get(); }
-DistributedNotifications& distributedNotifications() { return s_distributedNotifications.get(); }
-SelfUpdater& selfUpdater() { return s_selfUpdater.get(); }
-RichTextConverter& richTextConverter() { return s_richTextConverter.get(); }
+SystemInfo& systemInfo()
+{
+    return s_systemInfo.get();
+}
+Workspace& workspace()
+{
+    return s_workspace.get();
+}
+SystemLog& systemLog()
+{
+    return s_systemLog.get();
+}
+StandardStreams& standardStreams()
+{
+    return s_standardStreams.get();
+}
+PrivilegedExecution& privilegedExecution()
+{
+    return s_privilegedExecution.get();
+}
+CommandLineTools& commandLineTools()
+{
+    return s_commandLineTools.get();
+}
+DistributedNotifications& distributedNotifications()
+{
+    return s_distributedNotifications.get();
+}
+SelfUpdater& selfUpdater()
+{
+    return s_selfUpdater.get();
+}
+RichTextConverter& richTextConverter()
+{
+    return s_richTextConverter.get();
+}
 
-void setSystemInfo(std::shared_ptr<SystemInfo> s) { s_systemInfo.set(std::move(s)); }
-void setWorkspace(std::shared_ptr<Workspace> s) { s_workspace.set(std::move(s)); }
-void setSystemLog(std::shared_ptr<SystemLog> s) { s_systemLog.set(std::move(s)); }
-void setPrivilegedExecution(std::shared_ptr<PrivilegedExecution> s) { s_privilegedExecution.set(std::move(s)); }
-void setCommandLineTools(std::shared_ptr<CommandLineTools> s) { s_commandLineTools.set(std::move(s)); }
+void setSystemInfo(std::shared_ptr<SystemInfo> s)
+{
+    s_systemInfo.set(std::move(s));
+}
+void setWorkspace(std::shared_ptr<Workspace> s)
+{
+    s_workspace.set(std::move(s));
+}
+void setSystemLog(std::shared_ptr<SystemLog> s)
+{
+    s_systemLog.set(std::move(s));
+}
+void setPrivilegedExecution(std::shared_ptr<PrivilegedExecution> s)
+{
+    s_privilegedExecution.set(std::move(s));
+}
+void setCommandLineTools(std::shared_ptr<CommandLineTools> s)
+{
+    s_commandLineTools.set(std::move(s));
+}
 void setDistributedNotifications(std::shared_ptr<DistributedNotifications> s)
 {
     s_distributedNotifications.set(std::move(s));
 }
-void setSelfUpdater(std::shared_ptr<SelfUpdater> s) { s_selfUpdater.set(std::move(s)); }
-void setRichTextConverter(std::shared_ptr<RichTextConverter> s) { s_richTextConverter.set(std::move(s)); }
+void setSelfUpdater(std::shared_ptr<SelfUpdater> s)
+{
+    s_selfUpdater.set(std::move(s));
+}
+void setRichTextConverter(std::shared_ptr<RichTextConverter> s)
+{
+    s_richTextConverter.set(std::move(s));
+}
 
 void reset()
 {

@@ -1,45 +1,8 @@
 #include "LVAlertPresenter.h"
 
-#include <QApplication>
-#include <QEvent>
-#include <QKeyEvent>
+#include <QDialogButtonBox>
 #include <QMessageBox>
-#include <QMouseEvent>
 #include <QPushButton>
-
-namespace {
-// A button with an action runs it instead of closing the box.
-class ActionButtonFilter : public QObject
-{
-public:
-    ActionButtonFilter(QPushButton* button, std::function<void()> action)
-        : QObject(button), _button(button), _action(std::move(action))
-    {}
-
-    bool eventFilter(QObject*, QEvent* event) override
-    {
-        if (event->type() == QEvent::MouseButtonRelease) {
-            auto* mouse = static_cast<QMouseEvent*>(event);
-            _button->setDown(false);
-            if (_button->rect().contains(mouse->position().toPoint()))
-                _action();
-            return true;
-        }
-        if (event->type() == QEvent::KeyPress) {
-            const int key = static_cast<QKeyEvent*>(event)->key();
-            if (key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter) {
-                _action();
-                return true;
-            }
-        }
-        return false;
-    }
-
-private:
-    QPushButton* _button;
-    std::function<void()> _action;
-};
-} // namespace
 
 void LVAlertPresenter::present(const LVAlert& alert, QWidget* window, Completion completion)
 {
@@ -70,11 +33,18 @@ void LVAlertPresenter::present(const LVAlert& alert, QWidget* window, Completion
         // The first button is the default; the others follow it in order, as on a Mac.
         const auto role = i == 0 ? QMessageBox::AcceptRole : QMessageBox::RejectRole;
         QPushButton* button = box->addButton(buttons.at(i).title, role);
-        if (buttons.at(i).action)
-            button->installEventFilter(new ActionButtonFilter(button, buttons.at(i).action));
+        if (const auto action = buttons.at(i).action) {
+            // A button with an action runs it and leaves the box up, however it is pressed (mouse,
+            // keyboard, accessibility or click()): it no longer reaches the box's closing handler.
+            QObject::disconnect(button, &QAbstractButton::clicked, box->findChild<QDialogButtonBox*>(), nullptr);
+            QObject::connect(button, &QAbstractButton::clicked, box, action);
+        }
         pushButtons.append(button);
         if (i == 0)
             box->setDefaultButton(button);
+        // Escape closes the alert: it presses "Cancel", else the first button, never an action.
+        if (!buttons.at(i).action && (!box->escapeButton() || buttons.at(i).title == QLatin1String("Cancel")))
+            box->setEscapeButton(button);
     }
     QObject::connect(box, &QMessageBox::buttonClicked, box, [pushButtons, completion](QAbstractButton* clicked) {
         const int index = int(pushButtons.indexOf(static_cast<QPushButton*>(clicked)));

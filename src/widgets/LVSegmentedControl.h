@@ -8,7 +8,8 @@
 class QLabel;
 
 // A segmented control in the style of the platform: a row of labelled segments, each with a tag,
-// exactly one selected. A badge view may be pinned to a segment's top-right corner.
+// exactly one selected. A badge view may be pinned to a segment's top-right corner. It takes the
+// keyboard focus, the arrow keys move the selection, and screen readers see a list of page tabs.
 class LVSegmentedControl : public QWidget
 {
     Q_OBJECT
@@ -26,6 +27,11 @@ public:
     // Selects the segment that carries the tag; false when none does (the selection stays).
     bool selectSegmentWithTag(int tag);
     int tagForSegment(int segment) const;
+
+    // Selects the segment as the user would, sending activated() (keyboard and screen readers).
+    void pressSegment(int segment);
+    // A segment's label and, while its badge shows, the badge's accessible name: "Installs (3)".
+    QString accessibleNameForSegment(int segment) const;
 
     void setBadgeView(int segment, QLabel* badge);
     // Puts each badge at the top right of its segment; call it when a badge's image changes.
@@ -46,6 +52,9 @@ signals:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
 private:
@@ -57,8 +66,11 @@ private:
     };
     int segmentWidth() const;
     QFont segmentFont() const;
+    void notifySelection();
 
     QList<Segment> _segments;
     int _selected = -1;
     bool _compact = false;
+    // The focus ring shows only when the focus came from the keyboard.
+    bool _focusRing = false;
 };

@@ -510,9 +510,9 @@ void tst_VMInstalledVersions::pluginkitOutput()
 
 void tst_VMInstalledVersions::registryRoundTrip()
 {
-    // This platform's own plug-in registry tool.
-    const QString path =
-        makePlugin(root(), "Glow.app", "GlowXPC.pluginkit", "com.quarnet.FxPlug.GlowXPC", QStringLiteral("2.0 (10)"));
+    // This platform's own plug-in registry tool; the path must come back whole through its escapes.
+    const QString path = makePlugin(root(), QString::fromUtf8("Gl\xc3\xb6w \\ \xf0\x9d\x94\xbe.app"),
+                                    "GlowXPC.pluginkit", "com.quarnet.FxPlug.GlowXPC", QStringLiteral("2.0 (10)"));
     QVERIFY(
         VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.FxPlug.GlowXPC")).isEmpty());
     QCOMPARE(VMInstalledVersions::registerPluginkitBundle(path), false);

@@ -41,7 +41,6 @@ private slots:
     void newsExpiry();
     void newsWrongTypes_data();
     void newsWrongTypes();
-    void newsPropertyTable();
     void helpItems();
     void setValue_data();
     void setValue();
@@ -218,21 +217,6 @@ void tst_VMNewsHelpRecords::newsWrongTypes()
         QVERIFY2(log.first().at(0).toString().contains(logged), qPrintable(log.first().at(0).toString()));
         QCOMPARE(item->headlineText(), dict.value(QStringLiteral("Headline")).toString());
     }
-}
-
-void tst_VMNewsHelpRecords::newsPropertyTable()
-{
-    VMNewsItem item;
-    item.setProperty(88.0, QLatin1String(VMNewsItem::imageHeight));
-    QCOMPARE(item.propertyForKey(QLatin1String(VMNewsItem::imageHeight)).toDouble(), 88.0);
-    item.setProperty(QVariant(), QLatin1String(VMNewsItem::imageHeight));
-    QVERIFY(!item.propertyForKey(QLatin1String(VMNewsItem::imageHeight)).isValid());
-    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
-    item.setProperty(1, QString());
-    QVERIFY(!item.propertyForKey(QString()).isValid());
-    QCOMPARE(log.count(), 2);
-    QVERIFY(log.at(0).at(0).toString().contains(QStringLiteral("'key = nil' in ")));
-    QVERIFY(log.at(1).at(0).toString().contains(QStringLiteral("'key = nil' in ")));
 }
 
 void tst_VMNewsHelpRecords::helpItems()

@@ -10,9 +10,9 @@
 #include <QProcess>
 #include <QUuid>
 
-#include <csignal>
 #include <QSignalSpy>
 #include <QTest>
+#include <csignal>
 
 using VersionInfo = VMUtils::VersionInfo;
 Q_DECLARE_METATYPE(VersionInfo)
@@ -32,13 +32,17 @@ QString makeApplication(const QString& folder, const QString& name, const QStrin
                         const QString& argsFile = QString())
 {
     const QString app = folder + QLatin1Char('/') + name + QStringLiteral(".app");
-    writePlist(app + QStringLiteral("/Contents/Info.plist"),
-               {{"CFBundleIdentifier", identifier}, {"CFBundleShortVersionString", QStringLiteral("10.6.2")},
-                {"CFBundleExecutable", name}});
+    writePlist(app + QStringLiteral("/Contents/Info.plist"), {{"CFBundleIdentifier", identifier},
+                                                              {"CFBundleShortVersionString", QStringLiteral("10.6.2")},
+                                                              {"CFBundleExecutable", name}});
     QDir().mkpath(app + QStringLiteral("/Contents/MacOS"));
     QFile exe(app + QStringLiteral("/Contents/MacOS/") + name);
     if (exe.open(QIODevice::WriteOnly)) {
-        exe.write(QStringLiteral("#!/bin/sh\necho $$ > '%1.pid'\necho \"$@\" > '%1'\ntrap 'kill $!; exit 0' TERM\nsleep 30 &\nwait\n").arg(argsFile).toUtf8());
+        exe.write(
+            QStringLiteral(
+                "#!/bin/sh\necho $$ > '%1.pid'\necho \"$@\" > '%1'\ntrap 'kill $!; exit 0' TERM\nsleep 30 &\nwait\n")
+                .arg(argsFile)
+                .toUtf8());
         exe.close();
         exe.setPermissions(exe.permissions() | QFile::ExeOwner);
     }
@@ -99,18 +103,28 @@ private slots:
         QTest::addColumn<QString>("a");
         QTest::addColumn<QString>("b");
         QTest::addColumn<int>("result");
-        QTest::newRow("2.0 = 2") << "2.0" << "2" << 0;
-        QTest::newRow("1.2 = 1.2.0") << "1.2" << "1.2.0" << 0;
-        QTest::newRow("2.0.1 > 2.0") << "2.0.1" << "2.0" << 1;
-        QTest::newRow("1.9 < 1.10") << "1.9" << "1.10" << -1;
-        QTest::newRow("1.10 > 1.9") << "1.10" << "1.9" << 1;
-        QTest::newRow("1.0.100 = 1.1") << "1.0.100" << "1.1" << 0;
-        QTest::newRow("1.100 = 2.0") << "1.100" << "2.0" << 0;
+        QTest::newRow("2.0 = 2") << "2.0"
+                                 << "2" << 0;
+        QTest::newRow("1.2 = 1.2.0") << "1.2"
+                                     << "1.2.0" << 0;
+        QTest::newRow("2.0.1 > 2.0") << "2.0.1"
+                                     << "2.0" << 1;
+        QTest::newRow("1.9 < 1.10") << "1.9"
+                                    << "1.10" << -1;
+        QTest::newRow("1.10 > 1.9") << "1.10"
+                                    << "1.9" << 1;
+        QTest::newRow("1.0.100 = 1.1") << "1.0.100"
+                                       << "1.1" << 0;
+        QTest::newRow("1.100 = 2.0") << "1.100"
+                                     << "2.0" << 0;
         QTest::newRow("nil = 0") << QString() << "0" << 0;
         QTest::newRow("nil < 0.0.1") << QString() << "0.0.1" << -1;
-        QTest::newRow("beta = 0") << "beta" << "0" << 0;
-        QTest::newRow("major wins") << "3.0" << "2.99.99" << 1;
-        QTest::newRow("fourth part ignored") << "4.2.1.9" << "4.2.1.1" << 0;
+        QTest::newRow("beta = 0") << "beta"
+                                  << "0" << 0;
+        QTest::newRow("major wins") << "3.0"
+                                    << "2.99.99" << 1;
+        QTest::newRow("fourth part ignored") << "4.2.1.9"
+                                             << "4.2.1.1" << 0;
     }
     void comparing()
     {
@@ -191,11 +205,16 @@ private slots:
     {
         QTest::addColumn<QString>("plugin");
         QTest::addColumn<QString>("wrapper");
-        QTest::newRow("XPC suffix") << "com.quarnet.FxPlug.GlowXPC" << "com.quarnet.FxPlug.Glow";
-        QTest::newRow("XPC inside") << "com.quarnet.XPC.GrainXPC" << "com.quarnet..Grain";
-        QTest::newRow("case sensitive") << "com.quarnet.FxPlug.Xpc" << "com.quarnet.FxPlug.Xpc";
-        QTest::newRow("no XPC maps to itself") << "com.quarnet.FxPlug.Shimmer" << "com.quarnet.FxPlug.Shimmer";
-        QTest::newRow("the one mapped by name") << "com.quarnet.FxPlug.Oskelo.pluginkit" << "com.quarnet.FxPlug.Oskelo.app";
+        QTest::newRow("XPC suffix") << "com.quarnet.FxPlug.GlowXPC"
+                                    << "com.quarnet.FxPlug.Glow";
+        QTest::newRow("XPC inside") << "com.quarnet.XPC.GrainXPC"
+                                    << "com.quarnet..Grain";
+        QTest::newRow("case sensitive") << "com.quarnet.FxPlug.Xpc"
+                                        << "com.quarnet.FxPlug.Xpc";
+        QTest::newRow("no XPC maps to itself") << "com.quarnet.FxPlug.Shimmer"
+                                               << "com.quarnet.FxPlug.Shimmer";
+        QTest::newRow("the one mapped by name") << "com.quarnet.FxPlug.Oskelo.pluginkit"
+                                                << "com.quarnet.FxPlug.Oskelo.app";
         QTest::newRow("nil") << QString() << QString();
     }
     void wrapperMapping()
@@ -218,7 +237,8 @@ private slots:
         QVERIFY(VMUtils::pathToWrapperAppForBundleIndentifier("com.quarnet.FxPlug.MissingXPC").isNull());
         QVERIFY(VMUtils::pathToWrapperAppForBundleIndentifier(QString()).isNull());
         // The first entry in listing order whose name mentions pluginkit.
-        QCOMPARE(VMUtils::xpcPathForBundleIndentifier("com.quarnet.FxPlug.GlowXPC"), glow + "/Contents/PlugIns/Glow Extra.pluginkit");
+        QCOMPARE(VMUtils::xpcPathForBundleIndentifier("com.quarnet.FxPlug.GlowXPC"),
+                 glow + "/Contents/PlugIns/Glow Extra.pluginkit");
         // A wrapper without a PlugIns folder, and one without a plug-in in it.
         QVERIFY(VMUtils::xpcPathForBundleIndentifier("com.quarnet.FxPlug.GrainXPC").isNull());
         QCOMPARE(VMUtils::checkInstalledBundleVersion("com.quarnet.FxPlug.Grain"), QStringLiteral("10.6.2"));
@@ -246,8 +266,9 @@ private slots:
             return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
         };
         const QString launched = QStringLiteral("Launched application: 'com.quarnet.FxPlug.GlowXPC' successfully");
-        const bool logged = std::any_of(lines.begin(), lines.end(),
-                                        [&](const QList<QVariant>& l) { return l.first().toString().contains(launched); });
+        const bool logged = std::any_of(lines.begin(), lines.end(), [&](const QList<QVariant>& l) {
+            return l.first().toString().contains(launched);
+        });
         QCOMPARE(logged, extendedLogging);
 
         if (extendedLogging) {

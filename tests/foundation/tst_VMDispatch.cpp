@@ -66,9 +66,8 @@ private slots:
         VMDispatch::setDelayScale(0.01);
         QObject context;
         QThread* ranOn = nullptr;
-        VMDispatch::performInBackground([&] {
-            VMDispatch::performAfterDelay(&context, 2.0, [&] { ranOn = QThread::currentThread(); });
-        });
+        VMDispatch::performInBackground(
+            [&] { VMDispatch::performAfterDelay(&context, 2.0, [&] { ranOn = QThread::currentThread(); }); });
         QTRY_VERIFY(ranOn != nullptr);
         QCOMPARE(ranOn, QThread::currentThread());
     }

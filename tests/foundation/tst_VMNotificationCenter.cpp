@@ -12,8 +12,10 @@ private slots:
         VMNotificationCenter center;
         QObject context;
         QStringList calls;
-        center.addObserver(&context, "productsChanged", [&](const VMNotification& n) { calls << "first:" + n.object.toString(); });
-        center.addObserver(&context, "productsChanged", [&](const VMNotification& n) { calls << "second:" + n.object.toString(); });
+        center.addObserver(&context, "productsChanged",
+                           [&](const VMNotification& n) { calls << "first:" + n.object.toString(); });
+        center.addObserver(&context, "productsChanged",
+                           [&](const VMNotification& n) { calls << "second:" + n.object.toString(); });
         center.addObserver(&context, "other", [&](const VMNotification&) { calls << "other"; });
         center.postNotification("productsChanged", QStringLiteral("x"));
         QCOMPARE(calls, (QStringList{"first:x", "second:x"}));
@@ -24,7 +26,8 @@ private slots:
         VMNotificationCenter center;
         QObject context;
         int hits = 0;
-        center.addObserver(&context, "productInstallCompleted", [&](const VMNotification&) { ++hits; }, QStringLiteral("Glow"));
+        center.addObserver(
+            &context, "productInstallCompleted", [&](const VMNotification&) { ++hits; }, QStringLiteral("Glow"));
         center.postNotification("productInstallCompleted", QStringLiteral("Grain"));
         center.postNotification("productInstallCompleted", QStringLiteral("Glow"));
         QCOMPARE(hits, 1);

@@ -20,7 +20,8 @@ class tst_VMPropertyList : public QObject
             {QStringLiteral("no"), false},
             {QStringLiteral("data"), QByteArray("\x00\x01\xff", 3)},
             {QStringLiteral("date"), QDateTime(QDate(2024, 3, 15), QTime(12, 30, 5), QTimeZone::utc())},
-            {QStringLiteral("list"), QVariantList{QStringLiteral("a"), qint64(1), QVariantMap{{QStringLiteral("k"), QStringLiteral("v")}}}},
+            {QStringLiteral("list"),
+             QVariantList{QStringLiteral("a"), qint64(1), QVariantMap{{QStringLiteral("k"), QStringLiteral("v")}}}},
             {QStringLiteral("empty"), QString(QLatin1String(""))},
         };
     }
@@ -55,7 +56,8 @@ private slots:
     {
         const QByteArray xml =
             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-            "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+            "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+            "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
             "<plist version=\"1.0\"><dict>\n"
             "  <key>Products</key><array><dict><key>Title</key><string>Glow &amp; Grain</string></dict></array>\n"
             "  <key>Version</key><integer>3</integer>\n"
@@ -63,7 +65,8 @@ private slots:
             "</dict></plist>\n";
         const QVariantMap map = VMPropertyList::fromData(xml).toMap();
         QCOMPARE(map.value("Version").toLongLong(), 3);
-        QCOMPARE(map.value("Products").toList().first().toMap().value("Title").toString(), QStringLiteral("Glow & Grain"));
+        QCOMPARE(map.value("Products").toList().first().toMap().value("Title").toString(),
+                 QStringLiteral("Glow & Grain"));
         QCOMPARE(map.value("Date").toDateTime(), QDateTime(QDate(2026, 11, 21), QTime(8, 0), QTimeZone::utc()));
     }
 
@@ -72,9 +75,11 @@ private slots:
         QTest::addColumn<QByteArray>("bytes");
         QTest::newRow("empty") << QByteArray();
         QTest::newRow("html") << QByteArray("<html><body><h1>404 Not Found</h1></body></html>");
-        QTest::newRow("truncated xml") << QByteArray("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>Products</key><arr");
+        QTest::newRow("truncated xml") << QByteArray(
+            "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>Products</key><arr");
         QTest::newRow("binary header only") << QByteArray("bplist00");
-        QTest::newRow("binary header and junk") << QByteArray("bplist00\xff\xff\xff\xff\x01\x02\x03\x04\x05\x06\x07", 19);
+        QTest::newRow("binary header and junk")
+            << QByteArray("bplist00\xff\xff\xff\xff\x01\x02\x03\x04\x05\x06\x07", 19);
         QTest::newRow("plain text") << QByteArray("Product Versions");
         QByteArray noise(4096, '\0');
         QRandomGenerator generator(20261121);

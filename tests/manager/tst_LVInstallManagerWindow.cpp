@@ -9,6 +9,8 @@
 #include "manager/LVMouseDownMonitor.h"
 #include "widgets/LVAppearance.h"
 
+#include <QAccessible>
+#include <QAccessibleActionInterface>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
@@ -57,6 +59,7 @@ private slots:
     void containerTurnsDarkInAWindow();
     void footerAndHeaderButtons();
     void busyOverlayCoversTheWindow();
+    void defaultPresenterShowsAWindowModalBox_data();
     void defaultPresenterShowsAWindowModalBox();
     void viewForStatusMenuReleasesTheWindow();
 
@@ -241,8 +244,19 @@ void tst_LVInstallManagerWindow::busyOverlayCoversTheWindow()
     QVERIFY(manager.lastUpdateDate().isValid());
 }
 
+void tst_LVInstallManagerWindow::defaultPresenterShowsAWindowModalBox_data()
+{
+    // However the button with an action is pressed, it runs the action and the box stays up.
+    QTest::addColumn<QString>("press");
+    QTest::newRow("mouse") << "mouse";
+    QTest::newRow("space key") << "key";
+    QTest::newRow("click()") << "click";
+    QTest::newRow("accessibility press") << "accessible";
+}
+
 void tst_LVInstallManagerWindow::defaultPresenterShowsAWindowModalBox()
 {
+    QFETCH(QString, press);
     LVInstallManager manager;
     manager.show();
     int actions = 0;
@@ -267,8 +281,18 @@ void tst_LVInstallManagerWindow::defaultPresenterShowsAWindowModalBox()
             cancel = static_cast<QPushButton*>(button);
     }
     QVERIFY(showLog && cancel);
-    QTest::mouseClick(showLog, Qt::LeftButton);
-    QCOMPARE(actions, 1);
+    if (press == QLatin1String("mouse")) {
+        QTest::mouseClick(showLog, Qt::LeftButton);
+    } else if (press == QLatin1String("key")) {
+        QTest::keyClick(showLog, Qt::Key_Space);
+    } else if (press == QLatin1String("click")) {
+        showLog->click();
+    } else {
+        QAccessibleInterface* button = QAccessible::queryAccessibleInterface(showLog);
+        QVERIFY(button && button->actionInterface());
+        button->actionInterface()->doAction(QAccessibleActionInterface::pressAction()); // an animated click
+    }
+    QTRY_COMPARE(actions, 1);
     QVERIFY(box->isVisible());
     QCOMPARE(response, 0);
     QTest::mouseClick(cancel, Qt::LeftButton);

@@ -30,7 +30,8 @@ private slots:
     void init()
     {
         env = std::make_unique<TestEnvironment>();
-        VMUtils::setCurrentDateProvider([] { return QDateTime(QDate(2026, 11, 21), QTime(9, 5, 7), QTimeZone::utc()); });
+        VMUtils::setCurrentDateProvider(
+            [] { return QDateTime(QDate(2026, 11, 21), QTime(9, 5, 7), QTimeZone::utc()); });
     }
     void cleanup() { env.reset(); }
 
@@ -41,7 +42,8 @@ private slots:
 
         // Hidden window: the line is kept in the window and copied to the system log.
         VMLogger::logWarning("Disk almost full");
-        QCOMPARE(env->systemLog->lines(), QStringList{QString::fromUtf8("Warning: • 2026-11-21 09:05:07 +0000: Disk almost full\n")});
+        QCOMPARE(env->systemLog->lines(),
+                 QStringList{QString::fromUtf8("Warning: • 2026-11-21 09:05:07 +0000: Disk almost full\n")});
 
         // Visible window: the window only.
         VMLogger::sharedLogger()->show();

@@ -12,7 +12,10 @@ QVariantMap readStrings(const QString& path)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return values;
-    const QByteArray data = file.read(16 * 1024 * 1024);
+    // read(max) would reserve the whole maximum for every file, however small.
+    if (file.size() > 16 * 1024 * 1024)
+        return values;
+    const QByteArray data = file.readAll();
     plist_t root = nullptr;
     plist_from_memory(data.constData(), static_cast<uint32_t>(data.size()), &root);
     if (!root)

@@ -10,7 +10,10 @@ PlistFile::Node PlistFile::read(const QString& path)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return nullptr;
-    const QByteArray data = file.read(64 * 1024 * 1024);
+    // read(max) would reserve the whole maximum for every file, however small.
+    if (file.size() > 64 * 1024 * 1024)
+        return nullptr;
+    const QByteArray data = file.readAll();
     if (data.isEmpty())
         return nullptr;
     plist_t root = nullptr;

@@ -144,3 +144,19 @@ QString PluginRegistry::line(const Plugin& plugin, bool verbose)
                          plugin.path);
     return text;
 }
+
+QByteArray PluginRegistry::nonLossyASCII(const QString& text)
+{
+    QByteArray bytes;
+    bytes.reserve(text.size());
+    for (const QChar c : text) {
+        const char16_t unit = c.unicode();
+        if (unit == u'\\')
+            bytes.append("\\\\");
+        else if (unit < 0x80)
+            bytes.append(char(unit));
+        else
+            bytes.append("\\u").append(QByteArray::number(unit, 16).rightJustified(4, '0'));
+    }
+    return bytes;
+}

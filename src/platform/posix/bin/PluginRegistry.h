@@ -31,6 +31,9 @@ public:
 
     // The listing lines: "     id(version)" and, verbose, that plus tab, UUID, tab, date, tab, path.
     static QString line(const Plugin& plugin, bool verbose);
+    // The text as the Mac's tool writes it: ASCII as is, a backslash doubled, anything else as \uXXXX
+    // (UTF-16 code units), which the non-lossy ASCII decoding reads back exactly.
+    static QByteArray nonLossyASCII(const QString& text);
 
 private:
     QList<Plugin> load() const;

@@ -5,6 +5,8 @@
 #include <QStringList>
 #include <QTextStream>
 
+#include <cstdio>
+
 namespace {
 
 int usage(QTextStream& err)
@@ -18,7 +20,6 @@ int usage(QTextStream& err)
 int main(int argc, char* argv[])
 {
     QCoreApplication application(argc, argv);
-    QTextStream out(stdout);
     QTextStream err(stderr);
     enum { None, Add, Remove, Match } mode = None;
     bool verbose = false;
@@ -65,8 +66,8 @@ int main(int argc, char* argv[])
         if (!paths.isEmpty())
             return usage(err);
         for (const PluginRegistry::Plugin& plugin : registry.match(identifier))
-            out << PluginRegistry::line(plugin, verbose) << '\n';
-        out.flush();
+            std::fputs((PluginRegistry::nonLossyASCII(PluginRegistry::line(plugin, verbose)) + '\n').constData(),
+                       stdout);
         return 0;
     case None:
         break;

@@ -1,0 +1,198 @@
+#include "TestEnvironment.h"
+#include "foundation/VMPropertyList.h"
+#include "manager/AppDelegate.h"
+#include "manager/LVInstallManager.h"
+
+#include <QAbstractButton>
+#include <QAccessible>
+#include <QAccessibleActionInterface>
+#include <QtTest>
+
+// The main window as a screen reader meets it: everything below is found and used through
+// QAccessible alone, from the window's interface down.
+namespace {
+class RecordingWorkspace : public Workspace
+{
+public:
+    bool openUrl(const QUrl& url) override
+    {
+        opened.append(url);
+        return true;
+    }
+    QList<QUrl> opened;
+};
+
+QList<QAccessibleInterface*> descendants(QAccessibleInterface* root)
+{
+    QList<QAccessibleInterface*> found;
+    for (int i = 0; root && i < root->childCount(); ++i) {
+        if (QAccessibleInterface* child = root->child(i)) {
+            found.append(child);
+            found.append(descendants(child));
+        }
+    }
+    return found;
+}
+
+QStringList childNames(QAccessibleInterface* parent)
+{
+    QStringList names;
+    for (int i = 0; parent && i < parent->childCount(); ++i)
+        names.append(parent->child(i)->text(QAccessible::Name));
+    return names;
+}
+
+// The tab list whose tabs carry these names, badge counts left out.
+QAccessibleInterface* tabList(QAccessibleInterface* window, const QStringList& tabs)
+{
+    for (QAccessibleInterface* candidate : descendants(window)) {
+        if (candidate->role() != QAccessible::PageTabList)
+            continue;
+        QStringList names = childNames(candidate);
+        for (QString& name : names)
+            name = name.section(QLatin1String(" ("), 0, 0);
+        if (names == tabs)
+            return candidate;
+    }
+    return nullptr;
+}
+
+QAccessibleInterface* child(QAccessibleInterface* parent, const QString& namePrefix)
+{
+    for (int i = 0; parent && i < parent->childCount(); ++i) {
+        if (parent->child(i)->text(QAccessible::Name).startsWith(namePrefix))
+            return parent->child(i);
+    }
+    return nullptr;
+}
+
+void press(QAccessibleInterface* element, const QString& action = QAccessibleActionInterface::pressAction())
+{
+    QVERIFY(element && element->actionInterface());
+    QVERIFY(element->actionInterface()->actionNames().contains(action));
+    element->actionInterface()->doAction(action);
+}
+
+// The one outline (tree) on screen.
+QAccessibleInterface* visibleOutline(QAccessibleInterface* window)
+{
+    QAccessibleInterface* shown = nullptr;
+    for (QAccessibleInterface* candidate : descendants(window)) {
+        if (candidate->role() == QAccessible::Tree && !candidate->state().invisible) {
+            if (shown)
+                return nullptr;
+            shown = candidate;
+        }
+    }
+    return shown;
+}
+} // namespace
+
+class tst_WindowAccessibility : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase() { AppDelegate::configureApplication(); }
+    void walkTheWindow();
+};
+
+void tst_WindowAccessibility::walkTheWindow()
+{
+    TestEnvironment environment;
+    auto workspace = std::make_shared<RecordingWorkspace>();
+    Platform::setWorkspace(workspace);
+    const QString released = QDate::currentDate().addDays(-1).toString(QStringLiteral("yy.MM.dd"));
+    const QVariantMap catalogue{
+        {"News", QVariantMap{{"News", QVariantList{QVariantMap{{"Title", "Glow 2 is out"},
+                                                               {"Headline", "Faster glows on every effect."},
+                                                               {"Release Date", released},
+                                                               {"Show Days", 10}}}}}},
+        {"Help Items",
+         QVariantMap{{"Help Items",
+                      QVariantList{QVariantMap{{"Title", "Installing"}, {"Help URL", "http://127.0.0.1:9/install"}},
+                                   QVariantMap{{"Title", "Licences"}, {"Help URL", "http://127.0.0.1:9/licence"}}}}}},
+    };
+    QFile file(LVInstallManager::localVersionsFilePath());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(VMPropertyList::toXmlData(catalogue));
+    file.close();
+
+    LVInstallManager manager;
+    manager.show();
+    QAccessibleInterface* window = QAccessible::queryAccessibleInterface(manager.window());
+    QVERIFY(window);
+    QAccessibleInterface* mainTabs = tabList(window, {"Installs", "News", "Help", "Tools"});
+    QAccessibleInterface* installTabs = tabList(window, {"Bundles", "Products"});
+    QVERIFY(mainTabs && installTabs);
+    QVERIFY(mainTabs->state().focusable);
+    // The news badge is read with its tab once the catalogue is in.
+    QTRY_COMPARE(childNames(mainTabs), (QStringList{"Installs", "News (1)", "Help", "Tools"}));
+
+    // Every button is named; one that shows only an icon is named as its tooltip says.
+    int iconButtons = 0;
+    for (QAccessibleInterface* element : descendants(window)) {
+        if (element->role() != QAccessible::Button)
+            continue;
+        QVERIFY2(!element->text(QAccessible::Name).isEmpty(), qPrintable(element->object()->objectName()));
+        auto* button = qobject_cast<QAbstractButton*>(element->object());
+        if (button && button->text().isEmpty()) {
+            ++iconButtons;
+            QCOMPARE(element->text(QAccessible::Name), button->toolTip());
+        }
+    }
+    QVERIFY(iconButtons >= 5); // header, refresh, about, preferences, quit
+
+    // Installs: both sub-tabs, pressed in turn.
+    QVERIFY(mainTabs->child(0)->state().selected);
+    for (int tab : {1, 0}) {
+        press(installTabs->child(tab));
+        QVERIFY(installTabs->child(tab)->state().selected);
+        QVERIFY(!installTabs->child(1 - tab)->state().selected);
+    }
+
+    // News: the row is named by its title, shows its headline and is expanded.
+    press(child(mainTabs, "News"));
+    QVERIFY(child(mainTabs, "News")->state().selected);
+    QAccessibleInterface* news = visibleOutline(window);
+    QVERIFY(news);
+    QCOMPARE(childNames(news), QStringList{"Glow 2 is out"});
+    QAccessibleInterface* newsRow = news->child(0);
+    QCOMPARE(newsRow->role(), QAccessible::TreeItem);
+    QVERIFY(childNames(newsRow).contains("Faster glows on every effect."));
+    QVERIFY(newsRow->state().expanded);
+    QCOMPARE(newsRow->child(newsRow->childCount() - 1)->parent(), newsRow);
+    press(newsRow, QAccessibleActionInterface::toggleAction());
+    QVERIFY(newsRow->state().collapsed && !newsRow->state().expanded);
+
+    // Help: the titles are read, and pressing one opens its page.
+    press(child(mainTabs, "Help"));
+    QAccessibleInterface* help = visibleOutline(window);
+    QVERIFY(help);
+    QCOMPARE(childNames(help), (QStringList{"Installing", "Licences"}));
+    QAccessibleInterface* title = help->child(1)->child(0);
+    QCOMPARE(title->text(QAccessible::Name), QStringLiteral("Licences"));
+    press(title);
+    QCOMPARE(workspace->opened, QList<QUrl>{QUrl(QStringLiteral("http://127.0.0.1:9/licence"))});
+
+    // Tools: nothing there, and the placeholder says so.
+    press(child(mainTabs, "Tools"));
+    QAccessibleInterface* tools = visibleOutline(window);
+    QVERIFY(tools);
+    QCOMPARE(childNames(tools), QStringList{"No tools."});
+    QCOMPARE(tools->child(0)->role(), QAccessible::StaticText);
+
+    // The keyboard: the arrows move along the tabs.
+    auto* control = qobject_cast<QWidget*>(mainTabs->object());
+    QVERIFY(control && control->focusPolicy() & Qt::TabFocus);
+    QTest::keyClick(control, Qt::Key_Left);
+    QVERIFY(child(mainTabs, "Help")->state().selected);
+    QCOMPARE(childNames(visibleOutline(window)), (QStringList{"Installing", "Licences"}));
+    QTest::keyClick(control, Qt::Key_Home);
+    QVERIFY(mainTabs->child(0)->state().selected);
+
+    manager.hide();
+    Platform::reset();
+}
+
+QTEST_MAIN(tst_WindowAccessibility)
+#include "tst_WindowAccessibility.moc"
