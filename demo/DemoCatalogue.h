@@ -18,4 +18,8 @@ QVariantMap catalogue(const QUrl& baseURL, const QDateTime& now, int generatedPr
 // images and the help and news pages. False when something can't be written.
 bool writeSite(const QString& folder, const QUrl& baseURL, const QDateTime& now, int generatedProducts = 0);
 
+// Writes the update feed "VM_installers/sparkle/lv_manager_cast_1.xml" and the archive of a newer
+// demo version it announces, signed with `privateKey` (base64 Ed25519).
+bool writeUpdate(const QString& folder, const QUrl& baseURL, const QByteArray& privateKey);
+
 } // namespace DemoCatalogue

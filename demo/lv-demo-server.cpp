@@ -1,7 +1,9 @@
 // Serves the demo catalogue and its images on 127.0.0.1 until it is stopped. Prints
+// "LV_UPDATE_PUBLIC_KEY=<base64>" (the key its demo update is signed with) and then
 // "LV_SERVER_URL=http://127.0.0.1:<port>" once it listens, so a script can point the app at it.
 #include "DemoCatalogue.h"
 #include "LocalHttpServer.h"
+#include "engines/LVUpdateSignature.h"
 
 #include <QCommandLineParser>
 #include <QDateTime>
@@ -51,6 +53,14 @@ int main(int argc, char* argv[])
         QTextStream(stderr) << "lv-demo-server: can't write the demo site\n";
         return 1;
     }
+    // A newer demo version of the application, signed with a key made for this run only.
+    QByteArray updatePrivateKey;
+    QByteArray updatePublicKey;
+    if (!LVUpdateSignature::generateKeyPair(&updatePrivateKey, &updatePublicKey) ||
+        !DemoCatalogue::writeUpdate(site.path(), base, updatePrivateKey)) {
+        QTextStream(stderr) << "lv-demo-server: can't write the demo update\n";
+        return 1;
+    }
     server.serveDirectory("/", site.path());
 
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) == 0) {
@@ -59,6 +69,7 @@ int main(int argc, char* argv[])
         std::signal(SIGTERM, onSignal);
         std::signal(SIGINT, onSignal);
     }
+    QTextStream(stdout) << "LV_UPDATE_PUBLIC_KEY=" << updatePublicKey << Qt::endl;
     QTextStream(stdout) << "LV_SERVER_URL=" << base.toString() << Qt::endl;
     return application.exec();
 }

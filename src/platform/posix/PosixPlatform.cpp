@@ -1,5 +1,7 @@
 #include "PosixCommandLineTools.h"
+#include "PosixDistributedNotifications.h"
 #include "PosixPrivilegedExecution.h"
+#include "PosixRichTextConverter.h"
 #include "PosixSystemInfo.h"
 #include "PosixWorkspace.h"
 
@@ -39,20 +41,41 @@ public:
 
 namespace NativePlatform {
 
-std::shared_ptr<SystemInfo> createSystemInfo() { return std::make_shared<PosixSystemInfo>(); }
-std::shared_ptr<Workspace> createWorkspace() { return std::make_shared<PosixWorkspace>(); }
-std::shared_ptr<SystemLog> createSystemLog() { return std::make_shared<PosixSystemLog>(); }
-std::shared_ptr<StandardStreams> createStandardStreams() { return std::make_shared<PosixStandardStreams>(); }
+std::shared_ptr<SystemInfo> createSystemInfo()
+{
+    return std::make_shared<PosixSystemInfo>();
+}
+std::shared_ptr<Workspace> createWorkspace()
+{
+    return std::make_shared<PosixWorkspace>();
+}
+std::shared_ptr<SystemLog> createSystemLog()
+{
+    return std::make_shared<PosixSystemLog>();
+}
+std::shared_ptr<StandardStreams> createStandardStreams()
+{
+    return std::make_shared<PosixStandardStreams>();
+}
 std::shared_ptr<PrivilegedExecution> createPrivilegedExecution()
 {
     return std::make_shared<PosixPrivilegedExecution>();
 }
-std::shared_ptr<CommandLineTools> createCommandLineTools() { return std::make_shared<PosixCommandLineTools>(); }
+std::shared_ptr<CommandLineTools> createCommandLineTools()
+{
+    return std::make_shared<PosixCommandLineTools>();
+}
 std::shared_ptr<DistributedNotifications> createDistributedNotifications()
 {
-    return std::make_shared<DistributedNotifications>();
+    return std::make_shared<PosixDistributedNotifications>();
 }
-std::shared_ptr<SelfUpdater> createSelfUpdater() { return std::make_shared<SelfUpdater>(); }
-std::shared_ptr<RichTextConverter> createRichTextConverter() { return std::make_shared<RichTextConverter>(); }
+std::shared_ptr<SelfUpdater> createSelfUpdater()
+{
+    return std::make_shared<SelfUpdater>();
+}
+std::shared_ptr<RichTextConverter> createRichTextConverter()
+{
+    return std::make_shared<PosixRichTextConverter>();
+}
 
 } // namespace NativePlatform
