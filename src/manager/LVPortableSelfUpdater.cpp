@@ -39,6 +39,12 @@ LVPortableSelfUpdater::LVPortableSelfUpdater(QObject* parent) : QObject(parent)
 
 LVPortableSelfUpdater::~LVPortableSelfUpdater()
 {
+    // The platform may keep this updater until static destruction, after the application is gone:
+    // a window can't be destroyed then, and the process is ending anyway.
+    if (!QCoreApplication::instance()) {
+        (void)_updateWindow.release();
+        return;
+    }
     if (_archiveDownloader)
         _archiveDownloader->cancel();
 }
