@@ -1,5 +1,6 @@
 #include "DemoCatalogue.h"
 
+#include "engines/LVUpdateSignature.h"
 #include "foundation/VMPropertyList.h"
 
 #include <QDir>
@@ -357,8 +358,17 @@ bool writeSite(const QString& folder, const QUrl& baseURL, const QDateTime& now,
     const QDir root(folder);
     bool ok = writeFile(root.filePath("VM_installers/Product+Versions.plist"),
                         VMPropertyList::toXmlData(catalogue(baseURL, now, generatedProducts)));
-    ok = ok && writeFile(root.filePath("VM_installers/License.rtf"),
-                         "{\\rtf1\\ansi Demo licence: use these invented effects freely.}");
+    ok = ok &&
+         writeFile(
+             root.filePath("VM_installers/License.rtf"),
+             "{\\rtf1\\ansi\\deff0{\\fonttbl{\\f0 Helvetica;}}\n"
+             "{\\b LUMIVANE END-USER LICENSE AGREEMENT (DEMO)}\\par\\par\n"
+             "This agreement covers the invented Lumivane effects of this demonstration. "
+             "You may install, use and remove them freely on any number of machines.\\par\\par\n"
+             "{\\b 1. Use.} The effects are provided to try Lumivane Manager; they do nothing useful.\\par\n"
+             "{\\b 2. No warranty.} The software is provided {\\i as is}, without warranty of any kind.\\par\n"
+             "{\\b 3. Updates.} Lumivane Manager checks for newer versions of itself and of the effects.\\par\\par\n"
+             "Choose {\\b Agree} to go on, or {\\b Don't Agree} to quit.\\par}\n");
     QDir().mkpath(root.filePath("images/icons"));
     for (const Product& p : products())
         ok = ok && iconImage(p).save(root.filePath(QStringLiteral("images/icons/%1.png").arg(p.id.toLower())));
@@ -379,6 +389,38 @@ bool writeSite(const QString& folder, const QUrl& baseURL, const QDateTime& now,
     ok = ok &&
          writeFile(root.filePath("index.html"), page("Lumivane", "The makers of the Lumivane effects (demo site)."));
     return ok;
+}
+
+bool writeUpdate(const QString& folder, const QUrl& baseURL, const QByteArray& privateKey)
+{
+    const QDir root(folder);
+    const QString archiveName = QStringLiteral("Lumivane-Manager-0.2.0-demo-update.txt");
+    const QByteArray archive = "Lumivane Manager 0.2.0 (demo update)\n"
+                               "This file stands for the application's update archive. The demo server signed it\n"
+                               "with a key made for this run; Lumivane Manager checked that signature before it\n"
+                               "showed you this file.\n";
+    const QByteArray signature = LVUpdateSignature::sign(archive, privateKey);
+    if (signature.isEmpty())
+        return false;
+    const QString feed =
+        QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+                       "<rss version=\"2.0\">\n"
+                       "<channel>\n<title>Lumivane Manager</title>\n"
+                       "<item>\n<title>Version 0.2.0</title>\n"
+                       "<sparkle:version>0.2.0</sparkle:version>\n"
+                       "<sparkle:shortVersionString>0.2.0</sparkle:shortVersionString>\n"
+                       "<description><![CDATA[<h3>What's new in 0.2.0</h3><ul>"
+                       "<li>The licence agreement is shown as formatted text.</li>"
+                       "<li>Updates of Lumivane Manager are checked against their signature.</li>"
+                       "<li>Older FxPlug 3 versions can be removed on Apple silicon.</li></ul>]]></description>\n"
+                       "<enclosure url=\"%1\" length=\"%2\" type=\"application/octet-stream\" "
+                       "sparkle:edSignature=\"%3\"/>\n"
+                       "</item>\n</channel>\n</rss>\n")
+            .arg(url(baseURL, QStringLiteral("/VM_installers/sparkle/") + archiveName))
+            .arg(archive.size())
+            .arg(QString::fromLatin1(signature));
+    return writeFile(root.filePath(QStringLiteral("VM_installers/sparkle/") + archiveName), archive) &&
+           writeFile(root.filePath("VM_installers/sparkle/lv_manager_cast_1.xml"), feed.toUtf8());
 }
 
 } // namespace DemoCatalogue

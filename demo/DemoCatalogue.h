@@ -34,5 +34,8 @@ QList<ProductFiles> productFiles();
 QString wrapperPath(const QString& name);
 // The package identifier shared by all of the maker's plug-in installers.
 QString packageIdentifier();
+// Writes the update feed "VM_installers/sparkle/lv_manager_cast_1.xml" and the archive of a newer
+// demo version it announces, signed with `privateKey` (base64 Ed25519).
+bool writeUpdate(const QString& folder, const QUrl& baseURL, const QByteArray& privateKey);
 
 } // namespace DemoCatalogue

@@ -1,6 +1,7 @@
 // Serves the demo catalogue, its images, installer packages and uninstall scripts on 127.0.0.1
 // until it is stopped, and on its first run installs one product at an older version into the
-// system root (LV_SYSTEM_ROOT) so that an update is on offer. Prints
+// system root (LV_SYSTEM_ROOT) so that an update is on offer. Prints "LV_UPDATE_PUBLIC_KEY=<base64>"
+// (the key its demo update of the application is signed with) and then
 // "LV_SERVER_URL=http://127.0.0.1:<port>" once it listens, so a script can point the app at it.
 #include "DemoCatalogue.h"
 #include "LocalHttpServer.h"
@@ -8,6 +9,7 @@
 #include "DemoPackages.h"
 #include "ToolPaths.h"
 #endif
+#include "engines/LVUpdateSignature.h"
 
 #include <QCommandLineParser>
 #include <QDateTime>
@@ -74,6 +76,14 @@ int main(int argc, char* argv[])
         server.setRoute(path, response);
     }
 #endif
+    // A newer demo version of the application, signed with a key made for this run only.
+    QByteArray updatePrivateKey;
+    QByteArray updatePublicKey;
+    if (!LVUpdateSignature::generateKeyPair(&updatePrivateKey, &updatePublicKey) ||
+        !DemoCatalogue::writeUpdate(site.path(), base, updatePrivateKey)) {
+        QTextStream(stderr) << "lv-demo-server: can't write the demo update\n";
+        return 1;
+    }
     server.serveDirectory("/", site.path());
 
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) == 0) {
@@ -82,6 +92,7 @@ int main(int argc, char* argv[])
         std::signal(SIGTERM, onSignal);
         std::signal(SIGINT, onSignal);
     }
+    QTextStream(stdout) << "LV_UPDATE_PUBLIC_KEY=" << updatePublicKey << Qt::endl;
     QTextStream(stdout) << "LV_SERVER_URL=" << base.toString() << Qt::endl;
     return application.exec();
 }

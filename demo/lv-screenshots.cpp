@@ -1,16 +1,26 @@
 // Starts the main window on a catalogue server (LV_SERVER_URL), waits until the catalogue, news
-// images and help are in place and saves one picture of the window per tab into a folder.
+// images and help are in place and saves one picture of the window per tab into a folder; then
+// starts the application as a first launch does and saves the licence agreement, the About window
+// and the update offer.
 #include "catalogue/LVServers.h"
+#include "foundation/LVPreferences.h"
 #include "manager/AppDelegate.h"
 #include "manager/LVApplicationItemFactory.h"
 #include "manager/LVInstallManager.h"
 #include "newshelp/LVNewsInfoView.h"
 #include "newshelp/LVNewsItem.h"
 #include "outline/LVOutlineView.h"
+#include "manager/LVAboutWindow.h"
+#include "manager/LVLicenseAgreementWindow.h"
+#include "manager/LVPortableSelfUpdater.h"
+#include "manager/LVUpdateWindow.h"
+#include "platform/Platform.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QPushButton>
+#include <QTemporaryDir>
 #include <QTextStream>
 #include <QThread>
 #include <QTimer>
@@ -31,6 +41,34 @@ void settle(int ms)
     while (timer.elapsed() < ms)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
 }
+// A first launch, with settings of its own: the agreement, then About, then the update offer.
+void saveStartUpWindows(const QString& folder)
+{
+    QTemporaryDir settings;
+    LVPreferences::setSettingsFile(settings.filePath(QStringLiteral("defaults.ini")));
+    auto updater = std::make_shared<LVPortableSelfUpdater>();
+    Platform::setSelfUpdater(updater);
+    AppDelegate delegate;
+    delegate.applicationDidFinishLaunching();
+    waitFor([&] { return delegate.licenseAgreementWindow() && delegate.licenseAgreementWindow()->isVisible(); }, 20000);
+    if (LVLicenseAgreementWindow* agreement = delegate.licenseAgreementWindow()) {
+        settle(300);
+        agreement->grab().save(QDir(folder).filePath(QStringLiteral("license-agreement.png")));
+        agreement->agreeButton()->click();
+    }
+    delegate.openAbout();
+    settle(300);
+    delegate.aboutWindow()->grab().save(QDir(folder).filePath(QStringLiteral("about.png")));
+    delegate.aboutWindow()->close();
+    updater->checkForUpdatesInBackground();
+    waitFor([&] { return updater->updateWindow() && updater->updateWindow()->isVisible(); }, 10000);
+    if (LVUpdateWindow* window = updater->updateWindow()) {
+        settle(300);
+        window->grab().save(QDir(folder).filePath(QStringLiteral("update.png")));
+    }
+    LVPreferences::setSettingsFile(QString());
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -66,6 +104,7 @@ int main(int argc, char* argv[])
     manager.beginUpdate();
     settle(300);
     manager.window()->grab().save(QDir(folder).filePath(QStringLiteral("loading.png")));
+    saveStartUpWindows(folder);
     QTextStream(stdout) << "Saved screenshots in " << folder << Qt::endl;
     return 0;
 }

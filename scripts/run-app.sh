@@ -27,6 +27,9 @@ if [ -z "${LV_SERVER_URL:-}" ]; then
         sleep 0.1
     done
     LV_SERVER_URL=$(sed -n 's/^LV_SERVER_URL=//p' "$server_out")
+    # The demo's update is signed with a key its server made for this run; the app trusts it.
+    LV_UPDATE_PUBLIC_KEY=$(sed -n 's/^LV_UPDATE_PUBLIC_KEY=//p' "$server_out")
+    export LV_UPDATE_PUBLIC_KEY
     if [ -z "$LV_SERVER_URL" ]; then
         echo "The demo server did not start." >&2
         cat "$server_out.err" >&2

@@ -12,6 +12,7 @@ class DistributedNotifications
 public:
     using Handler = std::function<void(const QString& name, const QString& object)>;
     virtual ~DistributedNotifications() = default;
+    // Returns once the notification has left this process (it blocks briefly).
     virtual bool post(const QString& /*name*/, const QString& /*object*/) { return false; }
     // Calls `handler` on the main thread for every notification of that name until `context` dies.
     virtual bool observe(QObject* /*context*/, const QString& /*name*/, Handler) { return false; }

@@ -1,5 +1,7 @@
 #include "PosixCommandLineTools.h"
+#include "PosixDistributedNotifications.h"
 #include "PosixPrivilegedExecution.h"
+#include "PosixRichTextConverter.h"
 #include "PosixSystemInfo.h"
 #include "PosixWorkspace.h"
 
@@ -65,7 +67,7 @@ std::shared_ptr<CommandLineTools> createCommandLineTools()
 }
 std::shared_ptr<DistributedNotifications> createDistributedNotifications()
 {
-    return std::make_shared<DistributedNotifications>();
+    return std::make_shared<PosixDistributedNotifications>();
 }
 std::shared_ptr<SelfUpdater> createSelfUpdater()
 {
@@ -73,7 +75,7 @@ std::shared_ptr<SelfUpdater> createSelfUpdater()
 }
 std::shared_ptr<RichTextConverter> createRichTextConverter()
 {
-    return std::make_shared<RichTextConverter>();
+    return std::make_shared<PosixRichTextConverter>();
 }
 
 } // namespace NativePlatform
