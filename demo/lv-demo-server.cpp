@@ -1,7 +1,9 @@
 // Serves the demo catalogue and its images on 127.0.0.1 until it is stopped. Prints
 // "LV_SERVER_URL=http://127.0.0.1:<port>" once it listens, so a script can point the app at it.
 #include "DemoCatalogue.h"
+#include "DemoTools.h"
 #include "LocalHttpServer.h"
+#include "platform/Platform.h"
 
 #include <QCommandLineParser>
 #include <QDateTime>
@@ -51,6 +53,10 @@ int main(int argc, char* argv[])
         QTextStream(stderr) << "lv-demo-server: can't write the demo site\n";
         return 1;
     }
+    // The app runs with the same system root as this server.
+    const QString systemRoot = Platform::systemInfo().systemRoot();
+    if (!DemoTools::writeToolFiles(site.path(), systemRoot) || !DemoTools::placeStrayCopy(systemRoot))
+        QTextStream(stderr) << "lv-demo-server: can't write the tools' demo files\n";
     server.serveDirectory("/", site.path());
 
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) == 0) {

@@ -1,5 +1,7 @@
 #include "manager/AppDelegate.h"
+#include "manager/LVInstallManager.h"
 #include "platform/Platform.h"
+#include "tools/LVToolItem.h"
 
 #include <QApplication>
 
@@ -10,5 +12,7 @@ int main(int argc, char* argv[])
     Platform::standardStreams().silence();
     AppDelegate delegate;
     delegate.applicationDidFinishLaunching();
+    const QList<LVToolItem*> tools = LVToolItem::toolItems();
+    LVInstallManager::sharedInstallManager()->setToolItems(QList<LVOutlineItem*>(tools.begin(), tools.end()));
     return application.exec();
 }
