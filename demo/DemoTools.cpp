@@ -98,4 +98,14 @@ bool placeStrayCopy(const QString& systemRoot)
     return writeFile(infoPath, VMPropertyList::toXmlData(info));
 }
 
+bool ensureSystemVersion(const QString& systemRoot)
+{
+    const QString path = QDir(systemRoot).filePath("System/Library/CoreServices/SystemVersion.plist");
+    if (QFileInfo::exists(path))
+        return true;
+    return writeFile(path,
+                     VMPropertyList::toXmlData(QVariantMap{
+                         {"ProductName", "macOS"}, {"ProductVersion", "13.6"}, {"ProductBuildVersion", "22G120"}}));
+}
+
 } // namespace DemoTools

@@ -15,4 +15,7 @@ bool writeToolFiles(const QString& siteFolder, const QString& systemRoot);
 // root, unless one is there already.
 bool placeStrayCopy(const QString& systemRoot);
 
+// Writes the emulated Mac's version file (macOS 13.6) unless the root has one.
+bool ensureSystemVersion(const QString& systemRoot);
+
 } // namespace DemoTools

@@ -55,7 +55,8 @@ int main(int argc, char* argv[])
     }
     // The app runs with the same system root as this server.
     const QString systemRoot = Platform::systemInfo().systemRoot();
-    if (!DemoTools::writeToolFiles(site.path(), systemRoot) || !DemoTools::placeStrayCopy(systemRoot))
+    if (!DemoTools::writeToolFiles(site.path(), systemRoot) || !DemoTools::placeStrayCopy(systemRoot) ||
+        !DemoTools::ensureSystemVersion(systemRoot))
         QTextStream(stderr) << "lv-demo-server: can't write the tools' demo files\n";
     server.serveDirectory("/", site.path());
 

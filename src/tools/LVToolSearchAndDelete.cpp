@@ -115,7 +115,9 @@ LVToolSearchAndDelete::LVToolSearchAndDelete() : _alertPresenter(std::make_share
     auto* model = new SearchResultsModel(this);
     _model = model;
     _tableView->setModel(model);
-    _tableView->horizontalHeader()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
+    _tableView->horizontalHeader()->setMinimumSectionSize(28);
+    _tableView->horizontalHeader()->setSectionResizeMode(0, QHeaderView::Fixed);
+    _tableView->horizontalHeader()->resizeSection(0, 32);
     _tableView->horizontalHeader()->resizeSection(1, 200);
     connect(_tableView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &LVToolSearchAndDelete::tableViewSelectionDidChange);
