@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <ctime>
+
 #include <archive.h>
 #include <archive_entry.h>
 
@@ -54,6 +56,7 @@ QByteArray zipArchive(const QList<QPair<QString, QByteArray>>& files)
         archive_entry_set_pathname(entry, name.toUtf8().constData());
         archive_entry_set_filetype(entry, AE_IFREG);
         archive_entry_set_perm(entry, 0644);
+        archive_entry_set_mtime(entry, std::time(nullptr), 0);
         archive_entry_set_size(entry, data.size());
         archive_write_header(writer, entry);
         archive_write_data(writer, data.constData(), size_t(data.size()));
