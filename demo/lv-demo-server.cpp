@@ -4,12 +4,14 @@
 // (the key its demo update of the application is signed with) and then
 // "LV_SERVER_URL=http://127.0.0.1:<port>" once it listens, so a script can point the app at it.
 #include "DemoCatalogue.h"
+#include "DemoTools.h"
 #include "LocalHttpServer.h"
 #ifdef LV_DEMO_PACKAGES
 #include "DemoPackages.h"
 #include "ToolPaths.h"
 #endif
 #include "engines/LVUpdateSignature.h"
+#include "platform/Platform.h"
 
 #include <QCommandLineParser>
 #include <QDateTime>
@@ -84,6 +86,11 @@ int main(int argc, char* argv[])
         QTextStream(stderr) << "lv-demo-server: can't write the demo update\n";
         return 1;
     }
+    // The app runs with the same system root as this server.
+    const QString systemRoot = Platform::systemInfo().systemRoot();
+    if (!DemoTools::writeToolFiles(site.path(), systemRoot) || !DemoTools::placeStrayCopy(systemRoot) ||
+        !DemoTools::ensureSystemVersion(systemRoot))
+        QTextStream(stderr) << "lv-demo-server: can't write the tools' demo files\n";
     server.serveDirectory("/", site.path());
 
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) == 0) {

@@ -15,6 +15,8 @@
 #include "manager/LVPortableSelfUpdater.h"
 #include "manager/LVUpdateWindow.h"
 #include "platform/Platform.h"
+#include "tools/LVToolItem.h"
+#include "tools/LVToolSearchAndDelete.h"
 
 #include <QApplication>
 #include <QDir>
@@ -81,6 +83,8 @@ int main(int argc, char* argv[])
     LVInstallManager manager;
     manager.setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());
     manager.setAttachedToStatusItem(false);
+    const QList<LVToolItem*> tools = LVToolItem::toolItems();
+    manager.setToolItems(QList<LVOutlineItem*>(tools.begin(), tools.end()));
     manager.show();
     waitFor([&] { return manager.lastUpdateDate().isValid() && !manager.isUpdating(); }, 20000);
     waitFor(
@@ -105,6 +109,13 @@ int main(int argc, char* argv[])
     settle(300);
     manager.window()->grab().save(QDir(folder).filePath(QStringLiteral("loading.png")));
     saveStartUpWindows(folder);
+    // The search-and-delete panel after a search of the system root and the home folder.
+    LVToolSearchAndDelete* search = LVToolSearchAndDelete::sharedManager();
+    search->show();
+    search->searchButtonAction();
+    settle(300);
+    search->panel()->grab().save(QDir(folder).filePath(QStringLiteral("search-and-delete.png")));
+    search->hide();
     QTextStream(stdout) << "Saved screenshots in " << folder << Qt::endl;
     return 0;
 }

@@ -6,6 +6,8 @@
 #include "LVInstallManager.h"
 #include "LVLicenseAgreementWindow.h"
 #include "LVPreferencesWindow.h"
+#include "tools/LVToolItem.h"
+#include "tools/LVToolUninstallItem.h"
 #include "VMLoggerWindow.h"
 #include "catalogue/LVServers.h"
 #include "catalogue/VMProductsCollection.h"
@@ -126,6 +128,8 @@ void AppDelegate::applicationDidFinishLaunching()
     // 1. The manager; whether this is the first launch is read and not used.
     LVInstallManager* installManager = LVInstallManager::sharedInstallManager();
     installManager->setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());
+    const QList<LVToolItem*> tools = LVToolItem::toolItems();
+    installManager->setToolItems(QList<LVOutlineItem*>(tools.begin(), tools.end()));
     (void)preferences->propertyForKey(QLatin1String(LVPreferences::LVPrefsIsNotFirstLaunch));
 
     // 2. Detached and centred; showing it loads the catalogue.
@@ -236,8 +240,12 @@ void AppDelegate::checkAppleSiliconFxPlug3()
             self->showHelpOnUninstallingDiscontinuedVersions();
     });
     installManager->showAlert(alert, [](int response) {
-        if (response == LVAlert::alertFirstButtonReturn && totalUninstallStarter())
+        if (response != LVAlert::alertFirstButtonReturn)
+            return;
+        if (totalUninstallStarter())
             totalUninstallStarter()(removeOlderVersionsOption);
+        else
+            LVToolUninstallItem::tool()->startUninstallWithOption(removeOlderVersionsOption, nullptr);
     });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
@@ -38,9 +39,19 @@ public:
             completion(RunningApplication{0, path}, QStringLiteral("The application can't be opened."));
     }
     virtual bool terminateApplication(const RunningApplication&) { return false; }
-    // Moves the file to the Trash; on success `trashedPath` (if given) receives its new place.
-    virtual bool moveToTrash(const QString&, QString* /*trashedPath*/ = nullptr, QString* /*error*/ = nullptr)
+    // Every application bundle with this identifier that the system knows of, wherever it lies.
+    virtual QList<QUrl> URLsForApplicationsWithBundleIdentifier(const QString&) const { return {}; }
+
+    // The file-manager error codes a failed move to the Trash reports.
+    enum TrashError : int { TrashNoSuchFile = -43, TrashNoPermission = 513, TrashUnknownError = 512 };
+
+    // Moves the file to the Trash with the user's own rights; on success `trashedPath` (if given)
+    // receives its new place, on failure `errorCode` one of TrashError.
+    virtual bool moveToTrash(const QString&, QString* /*trashedPath*/ = nullptr, QString* /*error*/ = nullptr,
+                             int* errorCode = nullptr)
     {
+        if (errorCode)
+            *errorCode = TrashUnknownError;
         return false;
     }
 };

@@ -3,7 +3,8 @@
 #include "platform/Workspace.h"
 
 // Applications are Mac-style bundles under the system root's Applications folders; launching one
-// starts the program named by CFBundleExecutable in Contents/MacOS.
+// starts the program named by CFBundleExecutable in Contents/MacOS. Every copy of an application
+// is found by walking the system root and the home folder for bundles with that identifier.
 class PosixWorkspace : public Workspace
 {
 public:
@@ -13,8 +14,11 @@ public:
     void openApplication(const QString& path, const OpenConfiguration& configuration,
                          OpenCompletion completion) override;
     bool terminateApplication(const RunningApplication& application) override;
-    bool moveToTrash(const QString& path, QString* trashedPath, QString* error) override;
+    QList<QUrl> URLsForApplicationsWithBundleIdentifier(const QString& identifier) const override;
+    bool moveToTrash(const QString& path, QString* trashedPath, QString* error, int* errorCode) override;
 
     // The folders searched for applications, in order.
     QStringList applicationFolders() const;
+    // The folders walked to find every copy of an application: the system root and the home.
+    QStringList applicationSearchRoots() const;
 };
