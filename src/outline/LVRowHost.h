@@ -31,6 +31,8 @@ public:
     virtual LVInstallItem* installItemWithProductID(const QString& productID) const = 0;
     // The rows the installs tab shows now.
     virtual QList<LVInstallItem*> installItems() const = 0;
+    // Every single-product row, shown or not (the tools work on these).
+    virtual QList<LVInstallItem*> singleProductInstallItems() const = 0;
     virtual std::shared_ptr<VMProductsCollection> productsCollection() const = 0;
     virtual qint64 indicateAsNewProductPeriod() const = 0;
     // The main window, or null while it has not been shown.

@@ -3,7 +3,7 @@
 
 #include "catalogue/LVServers.h"
 #include "engines/LVDownloader.h"
-#include "manager/LVInstallManager.h"
+#include "outline/LVRowHost.h"
 #include "platform/Platform.h"
 
 #include <QDir>
@@ -78,7 +78,8 @@ void LVToolDiagnosticItem::downloadCompleted(LVDownloader* downloader)
                                  "it, and follow the instructions."));
     alert.addButtonWithTitle(QStringLiteral("Ok"));
     alert.addButtonWithTitle(QStringLiteral("Show in Finder"), [this] { showFileBottonAction(); });
-    LVInstallManager::sharedInstallManager()->showAlert(alert);
+    if (LVRowHost* host = LVToolItem::rowHost())
+        host->showAlert(alert);
 }
 
 void LVToolDiagnosticItem::downloadFailed(LVDownloader*)

@@ -47,6 +47,20 @@ QList<LVToolItem*> LVToolItem::makeToolItems()
     return tools;
 }
 
+namespace {
+LVRowHost* g_rowHost = nullptr;
+}
+
+LVRowHost* LVToolItem::rowHost()
+{
+    return g_rowHost;
+}
+
+void LVToolItem::setRowHost(LVRowHost* host)
+{
+    g_rowHost = host;
+}
+
 QList<LVToolItem*> LVToolItem::toolItems()
 {
     static const QList<LVToolItem*> tools = makeToolItems();

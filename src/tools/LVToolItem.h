@@ -1,6 +1,8 @@
 #pragma once
 
-#include "manager/LVOutlineItem.h"
+#include "outline/LVOutlineItem.h"
+
+class LVRowHost;
 
 #include <QList>
 #include <QObject>
@@ -44,7 +46,13 @@ public:
     bool shouldExpand() override { return false; }
     bool shouldCollapse() override { return false; }
     bool shouldSelect() override { return false; }
-    void setInstallManager(LVInstallManager*) override {}
+    void setInstallManager(LVRowHost*) override {}
+    Kind outlineKind() const override { return Kind::Tool; }
+
+    // The window the tools raise their alerts over and whose rows they work on; set by the
+    // application, null until then.
+    static LVRowHost* rowHost();
+    static void setRowHost(LVRowHost* host);
 
 protected:
     explicit LVToolItem(QObject* parent = nullptr);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "engines/LVUninstallerDelegate.h"
-#include "manager/LVAlertPresenter.h"
+#include "widgets/LVAlertPresenter.h"
 
 #include <QByteArray>
 #include <QLabel>

@@ -2,7 +2,7 @@
 #include "ui_LVToolSettingsItem.h"
 
 #include "foundation/VMNotificationCenter.h"
-#include "manager/LVInstallManager.h"
+#include "foundation/LVPreferences.h"
 
 #include <QSignalBlocker>
 
@@ -29,7 +29,7 @@ bool LVToolSettingsItem::initView()
     const bool loaded = LVToolItem::initView();
     if (_showDiscontinuedProductsButton) {
         const QSignalBlocker blocker(_showDiscontinuedProductsButton);
-        _showDiscontinuedProductsButton->setChecked(LVInstallManager::showDiscontinuedProducts());
+        _showDiscontinuedProductsButton->setChecked(LVPreferences::sharedPreferences()->propertyForKey(QLatin1String(LVPreferences::showDiscontinuedProducts)).toBool());
     }
     return loaded;
 }

@@ -10,8 +10,8 @@
 #include "foundation/VMDispatch.h"
 #include "foundation/VMNotificationCenter.h"
 #include "items/LVInstallItem.h"
-#include "manager/LVInstallManager.h"
-#include "manager/LVSpinner.h"
+#include "outline/LVRowHost.h"
+#include "widgets/LVSpinner.h"
 
 LVToolUninstallItem* LVToolUninstallItem::tool()
 {
@@ -115,7 +115,8 @@ void LVToolUninstallItem::setBusy(bool busy)
 
 void LVToolUninstallItem::showErrorOccuredAlert()
 {
-    LVInstallManager::sharedInstallManager()->showAlert(LVAlert(
+    if (LVRowHost* host = LVToolItem::rowHost())
+        host->showAlert(LVAlert(
         QStringLiteral("Error Occured"), QStringLiteral("An error occured, please contact Lumivane at ") +
                                              QLatin1String(supportEmailAddress) + QStringLiteral(" for help.")));
 }
@@ -139,7 +140,9 @@ void LVToolUninstallItem::startUninstall()
         showErrorOccuredAlert();
         return;
     }
-    LVInstallManager* manager = LVInstallManager::sharedInstallManager();
+    LVRowHost* manager = LVToolItem::rowHost();
+    if (!manager)
+        return;
     bool installed = false;
     for (LVInstallItem* row : manager->singleProductInstallItems()) {
         const uint status = row->installStatus();
@@ -234,7 +237,9 @@ void LVToolUninstallItem::uninstallFailed(LVUninstaller*)
 
 void LVToolUninstallItem::checkInstallComplete(bool success)
 {
-    LVInstallManager* manager = LVInstallManager::sharedInstallManager();
+    LVRowHost* manager = LVToolItem::rowHost();
+    if (!manager)
+        return;
     manager->showAlert(success ? LVAlert(QStringLiteral("Uninstallation Completed"),
                                          QStringLiteral("Uninstallation completed successfully."))
                                : LVAlert(QStringLiteral("Uninstallation Failed"),

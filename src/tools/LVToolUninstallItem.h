@@ -4,7 +4,7 @@
 #include "engines/LVDownloaderDelegate.h"
 #include "engines/LVUninstallerDelegate.h"
 
-#include "manager/LVSpinner.h"
+#include "widgets/LVSpinner.h"
 
 #include <QByteArray>
 #include <QComboBox>
