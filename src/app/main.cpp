@@ -1,4 +1,6 @@
+#include "items/LVBundleInstallItem.h"
 #include "manager/AppDelegate.h"
+#include "manager/LVInstallManager.h"
 #include "platform/Platform.h"
 
 #include <QApplication>
@@ -8,6 +10,7 @@ int main(int argc, char* argv[])
     QApplication application(argc, argv);
     // From here on the log window and the system log are the application's only outputs.
     Platform::standardStreams().silence();
+    LVInstallManager::setBundleInstallItemFactory(&LVBundleInstallItem::installItemWithBundleProductItem);
     AppDelegate delegate;
     delegate.applicationDidFinishLaunching();
     return application.exec();
