@@ -37,14 +37,16 @@ void openURL(const QString& url)
 }
 } // namespace
 
-LVBundleInstallItem* LVBundleInstallItem::installItemWithBundleProductItem(
-    const VMBundleProductItemPtr& bundleProductItem, const std::shared_ptr<VMProductsCollection>& collection)
+LVBundleInstallItem*
+LVBundleInstallItem::installItemWithBundleProductItem(const VMBundleProductItemPtr& bundleProductItem,
+                                                      const std::shared_ptr<VMProductsCollection>& collection)
 {
     return initWithBundleProductItem(bundleProductItem, collection);
 }
 
-LVBundleInstallItem* LVBundleInstallItem::initWithBundleProductItem(
-    const VMBundleProductItemPtr& bundleProductItem, const std::shared_ptr<VMProductsCollection>& collection)
+LVBundleInstallItem*
+LVBundleInstallItem::initWithBundleProductItem(const VMBundleProductItemPtr& bundleProductItem,
+                                               const std::shared_ptr<VMProductsCollection>& collection)
 {
     if (!bundleProductItem) {
         VM_LOG_MESSAGE(QStringLiteral("bundleProductItem = nil"));
@@ -612,7 +614,8 @@ void LVBundleInstallItem::allProductInstallsFinished()
                                      "product installer for this product")
                           .arg(title()));
         else
-            showAlert(QStringLiteral("Installation Completed"), QStringLiteral("%1 was installed successfully").arg(title()));
+            showAlert(QStringLiteral("Installation Completed"),
+                      QStringLiteral("%1 was installed successfully").arg(title()));
     }
     _itemsToDownload.reset();
     _busyItems.reset();
@@ -698,7 +701,8 @@ void LVBundleInstallItem::allProductUninstallsFinished()
         showAlert(QStringLiteral("Uninstallation Failed"),
                   QStringLiteral("One or more of %1 could not be uninstalled").arg(title()));
     else
-        showAlert(QStringLiteral("Uninstallation Completed"), QStringLiteral("%1 was uninstalled successfully").arg(title()));
+        showAlert(QStringLiteral("Uninstallation Completed"),
+                  QStringLiteral("%1 was uninstalled successfully").arg(title()));
     _itemsToDownload.reset();
     _busyItems.reset();
     _failedItems.reset();

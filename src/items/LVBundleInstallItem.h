@@ -35,8 +35,9 @@ public:
 
     // Null when the bundle or the collection is missing ("bundleProductItem = nil",
     // "productsCollection = nil" logged).
-    static LVBundleInstallItem* installItemWithBundleProductItem(const VMBundleProductItemPtr& bundleProductItem,
-                                                                 const std::shared_ptr<VMProductsCollection>& collection);
+    static LVBundleInstallItem*
+    installItemWithBundleProductItem(const VMBundleProductItemPtr& bundleProductItem,
+                                     const std::shared_ptr<VMProductsCollection>& collection);
     static LVBundleInstallItem* initWithBundleProductItem(const VMBundleProductItemPtr& bundleProductItem,
                                                           const std::shared_ptr<VMProductsCollection>& collection);
     ~LVBundleInstallItem() override;

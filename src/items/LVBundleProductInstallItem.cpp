@@ -43,8 +43,7 @@ LVBundleProductInstallItem* LVBundleProductInstallItem::initWithProdcutItem(cons
 }
 
 LVBundleProductInstallItem::LVBundleProductInstallItem(const VMSingleProductItemPtr& productItem, QObject* parent)
-    : LVInstallItem(parent), _productItem(productItem),
-      _operation(std::make_unique<LVProductOperation>(productItem)),
+    : LVInstallItem(parent), _productItem(productItem), _operation(std::make_unique<LVProductOperation>(productItem)),
       _installedVersion(productItem->checkInstalledPluginVersion())
 {
     _operation->setDelegate(this);
@@ -146,7 +145,7 @@ void LVBundleProductInstallItem::updateStatus()
         if (installed != latest) {
             const QString latestVersion = latest ? latest->productVersion() : QString();
             status = VMUtils::compareVersion(_installedVersion, latestVersion) == 1 ? StatusLatestInstalled
-                                                                                     : StatusUpdateAvailable;
+                                                                                    : StatusUpdateAvailable;
         }
     }
     setInstallStatus(status);
@@ -246,7 +245,8 @@ qint64 LVBundleProductInstallItem::currentInstallerDownloadFileSize() const
     return isDownloading() ? _operation->receivedBytes() : 0;
 }
 
-bool LVBundleProductInstallItem::runInstallerWithAuthorization(const PrivilegedExecution::AuthorizationRef& authorization)
+bool LVBundleProductInstallItem::runInstallerWithAuthorization(
+    const PrivilegedExecution::AuthorizationRef& authorization)
 {
     if (_operation->installer())
         return false;
@@ -381,8 +381,8 @@ void LVBundleProductInstallItem::installStarted(LVInstaller*)
 
 void LVBundleProductInstallItem::installCompleted(LVInstaller*)
 {
-    const VMVersionItemPtr version = _installingVersionItem ? _installingVersionItem
-                                                            : _operation->installingVersionItem();
+    const VMVersionItemPtr version =
+        _installingVersionItem ? _installingVersionItem : _operation->installingVersionItem();
     _operation->beginConfirmation(version);
     _waitingToInstall = false;
     _downloadFilePath.clear();
