@@ -433,6 +433,8 @@ void LVBundleInstallItem::startDownload()
         }
     }
     _downloadCancelled = false;
+    // The button turns into a stop button at once, before the first byte arrives.
+    updateStatus();
 }
 
 bool LVBundleInstallItem::startQueued(LVBundleProductInstallItem* row)

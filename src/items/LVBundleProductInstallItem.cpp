@@ -199,8 +199,10 @@ bool LVBundleProductInstallItem::startDownloadingLatestVersion()
     if (isDownloading())
         return false;
     // Without a URL or a place for the file nothing starts, yet the product counts as started.
-    if (_operation->startDownload(_productItem->latestVersionItem()))
+    if (_operation->startDownload(_productItem->latestVersionItem())) {
         _downloadCancelled = false;
+        updateStatus();
+    }
     return true;
 }
 

@@ -1,7 +1,7 @@
 #include "LocalHttpServer.h"
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
-#include "TestPrivilegedExecution.h"
+#include "engines/TestPrivilegedExecution.h"
 
 #include "PackageBuilder.h"
 #include "catalogue/VMInstalledVersions.h"
@@ -87,7 +87,7 @@ void tst_LVBundleInstallItem::init()
     _server = std::make_unique<LocalHttpServer>();
     _alerts = std::make_shared<TestAlertPresenter>();
     LVInstallManager::sharedInstallManager()->setAlertPresenter(_alerts);
-    for (const QString& id : {"A", "B", "C"}) {
+    for (const QString id : {"A", "B", "C"}) {
         publish(id, QStringLiteral("1.0"));
         publish(id, QStringLiteral("2.0"));
         const QByteArray script = "rm -rf '" + (_env->systemRoot() + appPath(id)).toUtf8() + "'\necho $?\n";
@@ -139,7 +139,7 @@ void tst_LVBundleInstallItem::publish(const QString& id, const QString& version)
 VMSingleProductItemPtr tst_LVBundleInstallItem::product(const QString& id, bool discontinued, const QString& tags) const
 {
     QVariantList versions;
-    for (const QString& number : {"1.0", "2.0"})
+    for (const QString number : {"1.0", "2.0"})
         versions.append(
             QVariantMap{{"Product Version", number},
                         {"Download URL", _server->url(QStringLiteral("/pkg/%1-%2.pkg").arg(id, number)).toString()},
