@@ -18,6 +18,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QMenu>
+#include <QProgressBar>
 #include <QScreen>
 #include <QTextStream>
 #include <QThread>

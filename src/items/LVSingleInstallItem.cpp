@@ -111,8 +111,9 @@ LVSingleInstallItem::LVSingleInstallItem(const VMSingleProductItemPtr& productIt
 LVSingleInstallItem::~LVSingleInstallItem()
 {
     VMNotificationCenter::defaultCenter().removeObserver(this);
-    // The operation goes first: it cancels a download and drops its package while the row can still
-    // be called, and from then on calls nothing back.
+    // The operation goes first, told to call nothing back: it cancels a download and drops its package.
+    _operation->setDelegate(static_cast<LVSingleInstallItem*>(nullptr));
+    disconnect(_operation, nullptr, this, nullptr);
     delete _operation;
     delete _iconDownloader;
     delete _headlineView;

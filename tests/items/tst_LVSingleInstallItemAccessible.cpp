@@ -40,9 +40,9 @@ QString buildPackage(const QString& folder, const QString& version)
     QFile info(payload + kPluginPath + QStringLiteral("/Contents/Info.plist"));
     if (!info.open(QIODevice::WriteOnly))
         return QString();
-    info.write(VMPropertyList::toXmlData({{"CFBundleIdentifier", "com.quarnet.FxPlug.GlowXPC"},
-                                          {"CFBundleVersion", version + " (7)"},
-                                          {"Product Versions", QVariantMap{{"GLOW", version}}}}));
+    info.write(VMPropertyList::toXmlData(QVariantMap{{"CFBundleIdentifier", "com.quarnet.FxPlug.GlowXPC"},
+                                                     {"CFBundleVersion", version + " (7)"},
+                                                     {"Product Versions", QVariantMap{{"GLOW", version}}}}));
     info.close();
     PackageBuilder builder;
     builder.root = payload;
@@ -71,9 +71,9 @@ QAccessibleInterface* findAccessible(QAccessibleInterface* root, QAccessible::Ro
 // What the row's status line says, as read aloud.
 QString spokenStatus(QAccessibleInterface* row)
 {
-    for (const QString& status : {"Not yet installed", "Update available", "Latest version installed", "Installing..."})
-        if (findAccessible(row, QAccessible::StaticText, status))
-            return status;
+    for (const char* status : {"Not yet installed", "Update available", "Latest version installed", "Installing..."})
+        if (findAccessible(row, QAccessible::StaticText, QLatin1String(status)))
+            return QLatin1String(status);
     return QString();
 }
 } // namespace
@@ -128,8 +128,9 @@ void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
                       QVariantMap{{"Product Version", "1.1"},
                                   {"Release Date", "20.02.01"},
                                   {"Download URL", server.url("/VM_installers/Glow-1.1.pkg").toString()}}}}};
-    server.setRoute("/VM_installers/Product+Versions.plist",
-                    VMPropertyList::toXmlData({{"Products", QVariantMap{{"Products", QVariantList{glow}}}}}));
+    server.setRoute(
+        "/VM_installers/Product+Versions.plist",
+        VMPropertyList::toXmlData(QVariantMap{{"Products", QVariantMap{{"Products", QVariantList{glow}}}}}));
 
     LVInstallManager::setSingleInstallItemFactory([](const VMSingleProductItemPtr& product) -> LVInstallItem* {
         return LVSingleInstallItem::installItemWithSingleProductItem(product);
