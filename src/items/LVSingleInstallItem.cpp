@@ -12,6 +12,7 @@
 #include "foundation/VMNotificationCenter.h"
 #include "manager/LVBadgeImage.h"
 #include "manager/LVInstallManager.h"
+#include "manager/LVOutlineView.h"
 #include "platform/Platform.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -463,7 +464,11 @@ void LVSingleInstallItem::updateDescription()
     const int used = int(std::ceil(document->documentLayout()->documentSize().height()));
     const int height = empty ? 40 : qMin(used, 280);
     _ui->_descriptionTextView->setFixedHeight(height);
-    _moreInfoView->resize(_moreInfoView->width(), height + 36);
+    if (_moreInfoView->height() != height + 36) {
+        _moreInfoView->resize(_moreInfoView->width(), height + 36);
+        if (installManager() && installManager()->installItemsTable())
+            installManager()->installItemsTable()->noteHeightsChanged();
+    }
 
     QString titleHtml =
         QStringLiteral("<span style=\"font-family:Helvetica; font-size:13px; font-weight:bold; color:#ffffff\">%1")
