@@ -208,6 +208,9 @@ void LVSingleInstallItem::loadView()
     _menu = new QMenu(_ui->_menuButton);
     _menu->setAccessibleName(tr("Actions for %1").arg(title()));
     _ui->_menuButton->setMenu(_menu);
+    // A click opens the menu at once; unlike an instant pop-up this also lets the accessibility
+    // interface press the button and open the menu.
+    connect(_ui->_menuButton, &QToolButton::clicked, _ui->_menuButton, &QToolButton::showMenu);
     connect(_menu, &QMenu::aboutToShow, this, [this] { menuWillOpen(_menu); });
     // Emptied only after a chosen entry has run: Qt hides the menu before triggering the entry.
     // An entry chosen through the accessibility interface leaves the menu open otherwise.

@@ -1,8 +1,8 @@
-#include "EngineRecorder.h"
 #include "LocalHttpServer.h"
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
-#include "TestPrivilegedExecution.h"
+#include "engines/EngineRecorder.h"
+#include "engines/TestPrivilegedExecution.h"
 
 #include "PackageBuilder.h"
 #include "catalogue/LVServers.h"
@@ -160,7 +160,8 @@ void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
     QVERIFY(alerts->answer(LVAlert::alertFirstButtonReturn));
 
     // The menu opens modally; its entry is picked once it is up.
-    QAccessibleInterface* menuButton = findAccessible(row, QAccessible::ButtonMenu, QStringLiteral("Actions for Glow"));
+    QAccessibleInterface* menuButton =
+        findAccessible(row, QAccessible::ButtonDropDown, QStringLiteral("Actions for Glow"));
     QVERIFY(menuButton && menuButton->actionInterface());
     bool picked = false;
     QTimer picker;
@@ -179,7 +180,7 @@ void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
             menu->close();
     });
     picker.start(20);
-    menuButton->actionInterface()->doAction(QAccessibleActionInterface::showMenuAction());
+    menuButton->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     QTRY_VERIFY(picked);
 
     QTRY_COMPARE_WITH_TIMEOUT(alerts->pendingCount(), 1, 30000);
