@@ -12,7 +12,8 @@
 class LVAdminAuthorization
 {
 public:
-    enum class CreateFailureLog { Always, ExtendedLoggingOnly };
+    // Never: the caller writes its own line (the runners keep their call sites).
+    enum class CreateFailureLog { Always, ExtendedLoggingOnly, Never };
 
     // `flags`: the installer's default authorization flags (interaction allowed, extend rights,
     // pre-authorize). A creation failure logs "AuthorizationCreate failed" with its status in the

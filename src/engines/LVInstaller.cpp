@@ -1,6 +1,7 @@
 #include "LVInstaller.h"
 
 #include "catalogue/VMInstalledVersions.h"
+#include "engines/LVAdminAuthorization.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
@@ -11,6 +12,7 @@
 #include <QProcess>
 #include <QStringDecoder>
 #include <QThread>
+#include <optional>
 
 namespace {
 constexpr int kInteractionAllowed = 1;
@@ -165,39 +167,31 @@ void LVInstaller::runAuthenticatedInstaller(const QString& path)
 
     if (ready) {
         PrivilegedExecution& privileged = Platform::privilegedExecution();
-        const bool interaction = defaultAuthorizationFlags() & kInteractionAllowed;
+        // Without one from the caller, an authorization of its own for this run.
+        std::optional<LVAdminAuthorization> own;
         PrivilegedExecution::AuthorizationRef authorization = _authorizationRef;
-        bool created = false;
+        int rights = PrivilegedExecution::Success;
         if (!authorization) {
-            int status = PrivilegedExecution::Success;
-            authorization = privileged.create(&status);
-            if (status != PrivilegedExecution::Success || !authorization) {
+            own.emplace(defaultAuthorizationFlags(), LVAdminAuthorization::CreateFailureLog::Never);
+            if (!own->created())
                 VM_LOG_MESSAGE(QStringLiteral("AuthorizationCreate failed"));
-                record(status == PrivilegedExecution::Success ? PrivilegedExecution::InvalidRef : status);
-                if (authorization)
-                    privileged.free(authorization);
-                authorization.reset();
-            } else {
-                created = true;
-            }
+            authorization = own->authorizationRef();
+            rights = own->status();
+        } else {
+            rights = privileged.copyRights(authorization, QLatin1String(PrivilegedExecution::adminRight),
+                                           defaultAuthorizationFlags() & kInteractionAllowed);
         }
-        if (authorization) {
-            const int rights =
-                privileged.copyRights(authorization, QLatin1String(PrivilegedExecution::adminRight), interaction);
-            record(rights);
-            if (rights == PrivilegedExecution::Success) {
-                QStringDecoder decoder(QStringDecoder::Utf8);
-                const int status = privileged.executeWithPrivileges(
-                    authorization, Platform::commandLineTools().installerPath(),
-                    {QStringLiteral("-pkg"), path, QStringLiteral("-target"), QStringLiteral("/")},
-                    [&output, &decoder](const QByteArray& chunk) { output.append(decoder.decode(chunk)); });
-                if (status != PrivilegedExecution::Success) {
-                    VM_LOG_MESSAGE_CODE(QStringLiteral("Installer Execution failed"), status);
-                    record(status);
-                }
+        record(rights);
+        if (authorization && rights == PrivilegedExecution::Success) {
+            QStringDecoder decoder(QStringDecoder::Utf8);
+            const int status = privileged.executeWithPrivileges(
+                authorization, Platform::commandLineTools().installerPath(),
+                {QStringLiteral("-pkg"), path, QStringLiteral("-target"), QStringLiteral("/")},
+                [&output, &decoder](const QByteArray& chunk) { output.append(decoder.decode(chunk)); });
+            if (status != PrivilegedExecution::Success) {
+                VM_LOG_MESSAGE_CODE(QStringLiteral("Installer Execution failed"), status);
+                record(status);
             }
-            if (created)
-                privileged.free(authorization);
         }
     }
 

@@ -7,6 +7,7 @@
 #include "platform/PrivilegedExecution.h"
 
 #include <QElapsedTimer>
+#include <QMutex>
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
@@ -38,7 +39,7 @@ class LVProductOperation : public QObject,
 public:
     enum class Phase {
         Idle,         // nothing running, no package held
-        Downloading,  // a downloader runs (installer, manual download or uninstall scripts)
+        Downloading,  // an installer download runs (identifier 2 or 3)
         Downloaded,   // the package lies on disk and waits for install()
         Installing,   // the package installer runs
         Uninstalling, // uninstall scripts are downloaded together or run
@@ -88,8 +89,8 @@ public:
     void cancelDownload();
 
     // The downloaded package waiting for install(); empty when none.
-    QString packagePath() const { return _packagePath; }
-    QVariantMap installerSettings() const { return _installerSettings; }
+    QString packagePath() const;
+    QVariantMap installerSettings() const;
     // The version being installed (the represented object of the installer download), or null.
     VMVersionItemPtr installingVersionItem() const { return _installingVersionItem; }
 
@@ -157,6 +158,11 @@ private:
     void setDelegates(QObject* owner, LVDownloaderDelegate* downloads, LVInstallerDelegate* installs,
                       LVUninstallerDelegate* uninstalls);
     void setPhase(Phase phase);
+    void forgetInstallerDownloader(LVDownloader* downloader);
+    void runUninstallScripts(const QByteArrayList& scripts);
+    // Main thread: takes over a runner made on a background thread before it starts.
+    void adoptInstaller(const std::shared_ptr<LVInstaller>& installer);
+    void adoptUninstaller(const std::shared_ptr<LVUninstaller>& uninstaller);
 
     VMSingleProductItemPtr _productItem;
     Phase _phase = Phase::Idle;
@@ -175,4 +181,9 @@ private:
     QStringList _downloadUninstallScriptPaths;
     QByteArrayList _uninstallScriptData;
     QElapsedTimer _downloadClock;
+    // Guards the package path, settings and version, which a synchronous install reads on its
+    // background thread.
+    mutable QMutex _packageLock;
+    int _runningUninstallers = 0;
+    int _runningInstallers = 0;
 };

@@ -2,6 +2,7 @@
 
 #include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMUtils.h"
+#include "engines/LVAdminAuthorization.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
@@ -11,9 +12,9 @@
 #include <QFileInfo>
 #include <QStringDecoder>
 #include <QThread>
+#include <optional>
 
 namespace {
-constexpr int kInteractionAllowed = 1;
 constexpr qsizetype kMaxCStringBytes = 1023;
 constexpr double kFinishDelay = 2.0;
 } // namespace
@@ -137,28 +138,21 @@ VMError LVUninstaller::runAuthenticatedUninstaller(const QString& scriptPath)
     } else {
         PrivilegedExecution& privileged = Platform::privilegedExecution();
         PrivilegedExecution::AuthorizationRef authorization = _authorizationRef;
-        bool created = false;
+        // Without one from the caller, an authorization of its own for this script.
+        std::optional<LVAdminAuthorization> own;
         bool authorized = true;
         if (!authorization) {
-            int status = PrivilegedExecution::Success;
-            authorization = privileged.create(&status);
-            if (status != PrivilegedExecution::Success || !authorization) {
+            own.emplace(defaultAuthorizationFlags(), LVAdminAuthorization::CreateFailureLog::Never);
+            authorization = own->authorizationRef();
+            if (!own->created()) {
                 VM_LOG_MESSAGE(QStringLiteral("AuthorizationCreate failed"));
-                lastStatus = status != PrivilegedExecution::Success ? status : int(PrivilegedExecution::InvalidRef);
+                lastStatus = own->status();
                 error = makeError(lastStatus, QStringLiteral("AuthorizationCreate failed"));
-                if (authorization)
-                    privileged.free(authorization);
-                authorization.reset();
                 authorized = false;
-            } else {
-                created = true;
+            } else if (!own->isGranted()) {
                 // A refused or cancelled prompt is no error of its own: the output stays empty.
-                const int rights = privileged.copyRights(authorization, QLatin1String(PrivilegedExecution::adminRight),
-                                                         defaultAuthorizationFlags() & kInteractionAllowed);
-                if (rights != PrivilegedExecution::Success) {
-                    lastStatus = rights;
-                    authorized = false;
-                }
+                lastStatus = own->status();
+                authorized = false;
             }
         }
         if (authorized) {
@@ -172,8 +166,6 @@ VMError LVUninstaller::runAuthenticatedUninstaller(const QString& scriptPath)
                 error = makeError(status, QStringLiteral("Uninstaller Execution failed"));
             }
         }
-        if (created)
-            privileged.free(authorization);
         VMLog::logExtended(VMLogger::Message, VM_CALL_SITE(output));
     }
 

@@ -1,0 +1,608 @@
+#include "LVProductOperation.h"
+
+#include "catalogue/VMInstalledVersions.h"
+#include "catalogue/VMUtils.h"
+#include "catalogue/VMVersionItem.h"
+#include "engines/LVAdminAuthorization.h"
+#include "engines/LVDownloader.h"
+#include "engines/LVInstaller.h"
+#include "engines/LVUninstaller.h"
+#include "foundation/VMDispatch.h"
+#include "foundation/VMLog.h"
+#include "foundation/VMNotificationCenter.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QMutexLocker>
+#include <cmath>
+
+namespace {
+const QString kTemporaryVersion = QStringLiteral("temporaryVersionStr");
+constexpr double kMegabyte = 1000.0 * 1000.0;
+
+QString megabytes(qint64 bytes)
+{
+    return QString::number(double(bytes) / kMegabyte, 'f', 1);
+}
+
+QString speedText(double bytesPerSecond)
+{
+    if (bytesPerSecond >= kMegabyte)
+        return QStringLiteral("%1 MB/s").arg(QString::number(bytesPerSecond / kMegabyte, 'f', 1));
+    return QStringLiteral("%1 KB/s").arg(qRound64(bytesPerSecond / 1000.0));
+}
+
+// The settings as a property-list style description, one key per line.
+QString settingsDescription(const QVariantMap& settings)
+{
+    QString text = QStringLiteral("{\n");
+    for (auto it = settings.begin(); it != settings.end(); ++it) {
+        const QVariant& value = it.value();
+        const QString shown = value.typeId() == QMetaType::Bool ? QString::number(int(value.toBool()))
+                                                                : QStringLiteral("\"%1\"").arg(value.toString());
+        text += QStringLiteral("    %1 = %2;\n").arg(it.key(), shown);
+    }
+    return text + QLatin1Char('}');
+}
+
+QString timeText(double seconds)
+{
+    if (seconds < 60.0)
+        return QStringLiteral("about %1 s left").arg(qMax<qint64>(1, qint64(std::ceil(seconds))));
+    return QStringLiteral("about %1 min left").arg(qint64(std::ceil(seconds / 60.0)));
+}
+} // namespace
+
+LVProductOperation::LVProductOperation(const VMSingleProductItemPtr& product, QObject* parent)
+    : QObject(parent), _productItem(product)
+{}
+
+LVProductOperation::~LVProductOperation()
+{
+    // Children: deleting a downloader cancels it without a callback and removes its file when asked to.
+    if (_installerDownloader)
+        _installerDownloader->setDeleteDownloadFile(true);
+    QMutexLocker locker(&_packageLock);
+    if (!_packagePath.isEmpty())
+        QFile::remove(_packagePath);
+    // Running installers and uninstallers finish on their own; their delegate (this) is gone then.
+}
+
+void LVProductOperation::setDelegates(QObject* owner, LVDownloaderDelegate* downloads, LVInstallerDelegate* installs,
+                                      LVUninstallerDelegate* uninstalls)
+{
+    _owner = owner;
+    _downloadDelegate = downloads;
+    _installDelegate = installs;
+    _uninstallDelegate = uninstalls;
+}
+
+void LVProductOperation::setPhase(Phase phase)
+{
+    if (_phase == phase)
+        return;
+    _phase = phase;
+    emit phaseChanged(phase);
+}
+
+bool LVProductOperation::isDownloading() const
+{
+    return _phase == Phase::Downloading;
+}
+
+bool LVProductOperation::isInstalling() const
+{
+    return _phase == Phase::Installing;
+}
+
+bool LVProductOperation::isUninstalling() const
+{
+    return _phase == Phase::Uninstalling;
+}
+
+QString LVProductOperation::packagePath() const
+{
+    QMutexLocker locker(&_packageLock);
+    return _packagePath;
+}
+
+QVariantMap LVProductOperation::installerSettings() const
+{
+    QMutexLocker locker(&_packageLock);
+    return _installerSettings;
+}
+
+QStringList LVProductOperation::uninstallScriptURLs(const VMSingleProductItem& product)
+{
+    QStringList urls;
+    if (!product.productUninstallScriptURL().isEmpty())
+        urls.append(product.productUninstallScriptURL());
+    for (const VMVersionItemPtr& version : product.versionItems()) {
+        if (version && !version->productUninstallScriptURL().isEmpty())
+            urls.append(version->productUninstallScriptURL());
+    }
+    return urls;
+}
+
+// Downloads
+
+bool LVProductOperation::startDownload(const VMVersionItemPtr& version)
+{
+    if (!version || !_productItem || _installerDownloader)
+        return false;
+    const std::optional<QVariantMap> settings = _productItem->installerSettingsForVersionItem(version.get());
+    if (!settings)
+        return false;
+    const QUrl url(settings->value(QStringLiteral("downloadURL")).toString());
+    if (url.isEmpty())
+        return false;
+    if (!startDownload(url, *settings, installerDownload, QVariant::fromValue(version)))
+        return false;
+    VM_LOG_MESSAGE(QStringLiteral("Installer settings: %1").arg(settingsDescription(*settings)));
+    return true;
+}
+
+bool LVProductOperation::startDownload(const QUrl& url, const QVariantMap& installerSettings, qint64 identifier,
+                                       const QVariant& representedObject, const QString& filePath)
+{
+    if (_installerDownloader || _phase == Phase::Installing || _phase == Phase::Uninstalling)
+        return false;
+    const QString path =
+        filePath.isEmpty() ? LVDownloader::downloadFilePathWithSuggestedFileName(url.fileName()) : filePath;
+    if (path.isEmpty())
+        return false;
+    LVDownloader* downloader = LVDownloader::downloaderWithURL(url, this);
+    if (!downloader)
+        return false;
+    downloader->setIdentifier(identifier);
+    downloader->setDelegate(this);
+    downloader->setRepresentedObject(representedObject);
+    if (!downloader->startWithDownloadFilePath(path)) {
+        downloader->setDeleteDownloadFile(true);
+        delete downloader;
+        return false;
+    }
+    // A package from an earlier download that was never installed is no longer wanted.
+    cleanUp();
+    _installerDownloader = downloader;
+    {
+        QMutexLocker locker(&_packageLock);
+        if (identifier == installerDownload)
+            _installerSettings = installerSettings;
+    }
+    _downloadClock.invalidate();
+    setPhase(Phase::Downloading);
+    emit progressChanged();
+    return true;
+}
+
+LVDownloader* LVProductOperation::downloader() const
+{
+    return _installerDownloader.data();
+}
+
+void LVProductOperation::cancelDownload()
+{
+    if (!_installerDownloader)
+        return;
+    const QString path = _installerDownloader->downloadFilePath();
+    _installerDownloader->cancel();
+    // Gone at once, not only when the cancelled transfer has wound down.
+    if (!path.isEmpty())
+        QFile::remove(path);
+}
+
+void LVProductOperation::cleanUp()
+{
+    cancelDownload();
+    QString package;
+    {
+        QMutexLocker locker(&_packageLock);
+        package = _packagePath;
+        if (!package.isEmpty() && (!QFileInfo::exists(package) || QFile::remove(package)))
+            _packagePath.clear();
+    }
+    if (_phase == Phase::Downloaded && packagePath().isEmpty())
+        setPhase(Phase::Idle);
+}
+
+void LVProductOperation::forgetInstallerDownloader(LVDownloader* downloader)
+{
+    if (_installerDownloader != downloader)
+        return;
+    _installerDownloader = nullptr;
+    downloader->setParent(nullptr);
+    downloader->deleteLater();
+}
+
+qint64 LVProductOperation::expectedBytes() const
+{
+    return _installerDownloader ? _installerDownloader->expectedDataSize() : 0;
+}
+
+qint64 LVProductOperation::receivedBytes() const
+{
+    return _installerDownloader ? qint64(_installerDownloader->currentDownloadDataSize()) : 0;
+}
+
+double LVProductOperation::bytesPerSecond() const
+{
+    if (!_installerDownloader || !_downloadClock.isValid())
+        return 0.0;
+    const qint64 elapsed = _downloadClock.elapsed();
+    return elapsed > 0 ? double(receivedBytes()) * 1000.0 / double(elapsed) : 0.0;
+}
+
+double LVProductOperation::secondsLeft() const
+{
+    const qint64 expected = expectedBytes();
+    const double speed = bytesPerSecond();
+    if (expected <= 0 || speed <= 0.0)
+        return -1.0;
+    return double(qMax<qint64>(0, expected - receivedBytes())) / speed;
+}
+
+QString LVProductOperation::progressDescription() const
+{
+    if (!_installerDownloader)
+        return QString();
+    const qint64 expected = expectedBytes();
+    const qint64 received = receivedBytes();
+    QString text = expected > 0 ? QStringLiteral("%1 of %2 MB").arg(megabytes(received), megabytes(expected))
+                                : QStringLiteral("%1 MB").arg(megabytes(received));
+    const double speed = bytesPerSecond();
+    if (speed > 0.0) {
+        text += QStringLiteral(" \u2014 ") + speedText(speed);
+        const double left = secondsLeft();
+        if (left >= 0.0)
+            text += QStringLiteral(", ") + timeText(left);
+    }
+    return text;
+}
+
+void LVProductOperation::downloadStarted(LVDownloader* downloader)
+{
+    if (downloader == _installerDownloader) {
+        _downloadClock.start();
+        emit progressChanged();
+    }
+    if (_owner && _downloadDelegate)
+        _downloadDelegate->downloadStarted(downloader);
+}
+
+void LVProductOperation::downloadProgress(double progress, LVDownloader* downloader)
+{
+    if (downloader == _installerDownloader)
+        emit progressChanged();
+    if (_owner && _downloadDelegate)
+        _downloadDelegate->downloadProgress(progress, downloader);
+}
+
+void LVProductOperation::downloadCompleted(LVDownloader* downloader)
+{
+    if (downloader->identifier() == uninstallScriptDownload) {
+        const QString url = downloader->representedObject().toString();
+        const qsizetype index = _scriptDownloaders.indexOf(downloader);
+        if (index >= 0) {
+            _scriptDownloaders.removeAt(index);
+            _downloadUninstallScriptPaths.removeOne(url);
+            if (!downloader->data().isEmpty())
+                _uninstallScriptData.append(downloader->data());
+            downloader->setParent(nullptr);
+            downloader->deleteLater();
+        }
+        QPointer<LVProductOperation> self(this);
+        if (_owner && _downloadDelegate)
+            _downloadDelegate->downloadCompleted(downloader);
+        if (self && index >= 0 && _downloadUninstallScriptPaths.isEmpty()) {
+            const QByteArrayList scripts = _uninstallScriptData;
+            _uninstallScriptData.clear();
+            runUninstallScripts(scripts);
+        }
+        return;
+    }
+    if (downloader == _installerDownloader) {
+        forgetInstallerDownloader(downloader);
+        if (downloader->identifier() == installerDownload && !downloader->downloadFilePath().isEmpty()) {
+            {
+                QMutexLocker locker(&_packageLock);
+                _packagePath = downloader->downloadFilePath();
+                _installingVersionItem = downloader->representedObject().value<VMVersionItemPtr>();
+            }
+            setPhase(Phase::Downloaded);
+        } else {
+            setPhase(Phase::Idle);
+        }
+        emit progressChanged();
+    }
+    if (_owner && _downloadDelegate)
+        _downloadDelegate->downloadCompleted(downloader);
+}
+
+void LVProductOperation::downloadFailed(LVDownloader* downloader)
+{
+    if (downloader->identifier() == uninstallScriptDownload) {
+        // Without every script the product can't be removed cleanly: the whole uninstall ends.
+        if (_scriptDownloaders.contains(downloader)) {
+            for (const QPointer<LVDownloader>& script : std::as_const(_scriptDownloaders)) {
+                if (script && script != downloader)
+                    script->deleteLater();
+            }
+            _scriptDownloaders.clear();
+            _downloadUninstallScriptPaths.clear();
+            _uninstallScriptData.clear();
+            downloader->setParent(nullptr);
+            downloader->deleteLater();
+            setPhase(Phase::Idle);
+        }
+    } else if (downloader == _installerDownloader) {
+        // A partial package is of no use to anyone.
+        downloader->setDeleteDownloadFile(true);
+        downloader->cleanUp();
+        forgetInstallerDownloader(downloader);
+        if (downloader->identifier() == installerDownload) {
+            QMutexLocker locker(&_packageLock);
+            _installerSettings.clear();
+        }
+        setPhase(Phase::Idle);
+        emit progressChanged();
+    }
+    if (_owner && _downloadDelegate)
+        _downloadDelegate->downloadFailed(downloader);
+}
+
+// Installation
+
+bool LVProductOperation::install(const PrivilegedExecution::AuthorizationRef& authorization, Execution execution,
+                                 const QVariantMap& extraOptions)
+{
+    QString package;
+    QVariantMap options;
+    VMVersionItemPtr version;
+    {
+        QMutexLocker locker(&_packageLock);
+        if (_runningInstallers > 0 || _packagePath.isEmpty())
+            return false;
+        package = _packagePath;
+        // From here on the installer owns the package and deletes it after its run.
+        _packagePath.clear();
+        options = _installerSettings;
+        version = _installingVersionItem;
+        ++_runningInstallers;
+    }
+    for (auto it = extraOptions.begin(); it != extraOptions.end(); ++it)
+        options.insert(it.key(), it.value());
+    if (authorization)
+        options.insert(QLatin1String(LVInstaller::optionAuthorizationRef), QVariant::fromValue(authorization));
+
+    const std::shared_ptr<LVInstaller> installer = LVInstaller::installerWithFilePath(package, options);
+    installer->setDeleteFileAfterInstallation(true);
+    installer->setRepresentedObject(QVariant::fromValue(version));
+    if (execution == Execution::Background) {
+        adoptInstaller(installer);
+        installer->startInBackground();
+        return true;
+    }
+    // On the caller's thread: the main thread takes the installer over before its first callback,
+    // which the run posts after this.
+    QPointer<LVProductOperation> guard(this);
+    VMDispatch::performOnMainThread([guard, installer] {
+        if (guard)
+            guard->adoptInstaller(installer);
+    });
+    installer->start();
+    return true;
+}
+
+void LVProductOperation::adoptInstaller(const std::shared_ptr<LVInstaller>& installer)
+{
+    installer->setDelegate(this);
+    _installer = installer;
+    setPhase(Phase::Installing);
+}
+
+void LVProductOperation::installStarted(LVInstaller* installer)
+{
+    if (_owner && _installDelegate)
+        _installDelegate->installStarted(installer);
+}
+
+void LVProductOperation::installCompleted(LVInstaller* installer)
+{
+    const VMVersionItemPtr version = installingVersionItem();
+    {
+        QMutexLocker locker(&_packageLock);
+        _runningInstallers = qMax(0, _runningInstallers - 1);
+        _installerSettings.clear();
+    }
+    if (_installer.get() == installer)
+        _installer.reset();
+    setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
+    QPointer<LVProductOperation> self(this);
+    if (_owner && _installDelegate)
+        _installDelegate->installCompleted(installer);
+    if (self && _installingVersionItem == version && !_installer) {
+        QMutexLocker locker(&_packageLock);
+        _installingVersionItem.reset();
+    }
+}
+
+void LVProductOperation::installFailed(LVInstaller* installer)
+{
+    const VMVersionItemPtr version = installingVersionItem();
+    {
+        QMutexLocker locker(&_packageLock);
+        _runningInstallers = qMax(0, _runningInstallers - 1);
+        _installerSettings.clear();
+    }
+    if (_installer.get() == installer)
+        _installer.reset();
+    setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
+    QPointer<LVProductOperation> self(this);
+    if (_owner && _installDelegate)
+        _installDelegate->installFailed(installer);
+    if (self && _installingVersionItem == version && !_installer) {
+        QMutexLocker locker(&_packageLock);
+        _installingVersionItem.reset();
+    }
+}
+
+void LVProductOperation::beginConfirmation(const VMVersionItemPtr& version)
+{
+    if (!_productItem)
+        return;
+    if (version)
+        _productItem->setProperty(version->productVersion(), kTemporaryVersion);
+    const QString identifier = version && !version->productIdentifier().isEmpty() ? version->productIdentifier()
+                                                                                  : _productItem->productIdentifier();
+    const QString xpcPath = VMUtils::xpcPathForBundleIndentifier(identifier);
+    if (!xpcPath.isEmpty())
+        VMInstalledVersions::registerPluginkitBundle(xpcPath);
+    if (!identifier.isEmpty())
+        VMUtils::launchWrapperApp({{QLatin1String(VMUtils::optionBundleIdentifier), identifier}});
+}
+
+void LVProductOperation::announceInstallation()
+{
+    if (!_productItem)
+        return;
+    const VMSingleProductItemPtr product = _productItem;
+    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("productInstallCompleted"),
+                                                           QVariant::fromValue(product));
+    product->setProperty(QVariant(), kTemporaryVersion);
+}
+
+// Uninstallation
+
+bool LVProductOperation::startUninstall(const QStringList& scriptURLs)
+{
+    if (scriptURLs.isEmpty() || _phase != Phase::Idle)
+        return false;
+    _downloadUninstallScriptPaths.clear();
+    _uninstallScriptData.clear();
+    for (const QString& url : scriptURLs) {
+        if (_downloadUninstallScriptPaths.contains(url))
+            continue;
+        LVDownloader* downloader = LVDownloader::downloaderWithURL(QUrl(url), this);
+        if (!downloader)
+            continue;
+        downloader->setIdentifier(uninstallScriptDownload);
+        downloader->setRepresentedObject(url);
+        downloader->setDelegate(this);
+        if (!downloader->start()) {
+            delete downloader;
+            continue;
+        }
+        _downloadUninstallScriptPaths.append(url);
+        _scriptDownloaders.append(downloader);
+    }
+    if (_downloadUninstallScriptPaths.isEmpty())
+        return false;
+    setPhase(Phase::Uninstalling);
+    return true;
+}
+
+void LVProductOperation::runUninstallScripts(const QByteArrayList& scripts)
+{
+    if (scripts.isEmpty()) {
+        setPhase(_runningUninstallers > 0 ? Phase::Uninstalling : Phase::Idle);
+        return;
+    }
+    QPointer<LVProductOperation> guard(this);
+    VMDispatch::performInBackground([guard, scripts] {
+        int status = PrivilegedExecution::Success;
+        {
+            LVAdminAuthorization authorization(LVInstaller::defaultAuthorizationFlags());
+            status = authorization.status();
+            if (authorization.isGranted()) {
+                const auto uninstaller = LVUninstaller::uninstallerWithScripts(
+                    scripts, {{QLatin1String(LVUninstaller::optionAuthorizationRef), authorization.optionValue()}});
+                VMDispatch::performOnMainThread([guard, uninstaller] {
+                    if (guard)
+                        guard->adoptUninstaller(uninstaller);
+                });
+                uninstaller->start();
+                return;
+            }
+        }
+        // A refused right ends silently; the owner may still want to know.
+        VMDispatch::performOnMainThread([guard, status] {
+            if (!guard)
+                return;
+            guard->setPhase(guard->_runningUninstallers > 0 ? Phase::Uninstalling : Phase::Idle);
+            if (status == PrivilegedExecution::Denied || status == PrivilegedExecution::Canceled)
+                emit guard->authorizationRefused(status);
+        });
+    });
+}
+
+bool LVProductOperation::runUninstallSynchronously(const PrivilegedExecution::AuthorizationRef& authorization)
+{
+    if (!_productItem || _uninstaller)
+        return false;
+    QStringList urls;
+    for (const QString& url : uninstallScriptURLs(*_productItem)) {
+        if (!urls.contains(url))
+            urls.append(url);
+    }
+    QByteArrayList scripts;
+    for (const QString& url : std::as_const(urls)) {
+        std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(QUrl(url)));
+        if (!downloader)
+            continue;
+        downloader->setIdentifier(uninstallScriptDownload);
+        downloader->setRepresentedObject(url);
+        if (downloader->start() && downloader->waitUntilComplete(LVDownloader::requestTimeoutInterval()) &&
+            !downloader->error() && !downloader->data().isEmpty())
+            scripts.append(downloader->data());
+    }
+    if (scripts.isEmpty())
+        return false;
+    QPointer<LVProductOperation> guard(this);
+    for (const QByteArray& script : std::as_const(scripts)) {
+        const std::shared_ptr<LVUninstaller> uninstaller = LVUninstaller::uninstallerWithScript(
+            script, {{QLatin1String(LVUninstaller::optionAuthorizationRef), QVariant::fromValue(authorization)}});
+        VMDispatch::performOnMainThread([guard, uninstaller] {
+            if (guard)
+                guard->adoptUninstaller(uninstaller);
+        });
+        uninstaller->start();
+    }
+    return true;
+}
+
+void LVProductOperation::adoptUninstaller(const std::shared_ptr<LVUninstaller>& uninstaller)
+{
+    uninstaller->setDelegate(this);
+    _uninstaller = uninstaller;
+    ++_runningUninstallers;
+    setPhase(Phase::Uninstalling);
+}
+
+void LVProductOperation::uninstallStarted(LVUninstaller* uninstaller)
+{
+    if (_owner && _uninstallDelegate)
+        _uninstallDelegate->uninstallStarted(uninstaller);
+}
+
+void LVProductOperation::uninstallCompleted(LVUninstaller* uninstaller)
+{
+    if (_uninstaller.get() == uninstaller)
+        _uninstaller.reset();
+    _runningUninstallers = qMax(0, _runningUninstallers - 1);
+    if (_runningUninstallers == 0 && _scriptDownloaders.isEmpty())
+        setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
+    if (_owner && _uninstallDelegate)
+        _uninstallDelegate->uninstallCompleted(uninstaller);
+}
+
+void LVProductOperation::uninstallFailed(LVUninstaller* uninstaller)
+{
+    if (_uninstaller.get() == uninstaller)
+        _uninstaller.reset();
+    _runningUninstallers = qMax(0, _runningUninstallers - 1);
+    if (_runningUninstallers == 0 && _scriptDownloaders.isEmpty())
+        setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
+    if (_owner && _uninstallDelegate)
+        _uninstallDelegate->uninstallFailed(uninstaller);
+}
