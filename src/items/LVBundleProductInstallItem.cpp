@@ -326,8 +326,9 @@ void LVBundleProductInstallItem::downloadProgress(double progress, LVDownloader*
     if (downloader->identifier() != LVProductOperation::installerDownload)
         return;
     updateStatus();
-    if (_containerView)
-        _ui->_downloadProgressBar->setValue(qBound(0, int(progress * 100.0), 100));
+    // The downloader reports percent, or a negative value while the size is unknown.
+    if (_containerView && progress >= 0)
+        _ui->_downloadProgressBar->setValue(qBound(0, int(progress), 100));
     if (_installItem)
         _installItem->productDownloadProgress(progress, this);
 }
