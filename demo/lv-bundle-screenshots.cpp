@@ -94,8 +94,7 @@ int main(int argc, char* argv[])
     };
 
     LVBundleInstallItem* studio = bundleNamed(manager, QStringLiteral("Lumivane Studio Bundle"));
-    LVBundleInstallItem* titles = bundleNamed(manager, QStringLiteral("Title Designer Pack"));
-    if (!studio || !titles) {
+    if (!studio) {
         QTextStream(stderr) << "lv-bundle-screenshots: the demo bundles are missing\n";
         return 1;
     }
@@ -113,28 +112,31 @@ int main(int argc, char* argv[])
     studio->updateStatus();
     shot(QStringLiteral("bundle-partly-installed"));
 
-    // The first product of the title pack downloads at once, the second one slowly.
+    // Of the products still to install, the first downloads at once and the others slowly: one
+    // waits for the rest, one progresses, the last stays queued.
     LocalHttpServer::Response quick;
     quick.generatedBodySize = 64 * 1024;
     LocalHttpServer::Response slow;
     slow.generatedBodySize = 4 * 1024 * 1024;
     slow.chunkSize = 16 * 1024;
     slow.chunkIntervalMs = 40;
-    for (LVBundleProductInstallItem* product : titles->productInstallItems()) {
+    QList<LVBundleProductInstallItem*> pending;
+    for (LVBundleProductInstallItem* product : products)
+        if (product->installStatus() != LVInstallItem::StatusLatestInstalled)
+            pending.append(product);
+    for (LVBundleProductInstallItem* product : pending) {
         const QUrl url(product->singleProductItem()->latestVersionItem()->versionDownloadURL());
-        server.setRoute(url.path().toUtf8(), product == titles->productInstallItems().constFirst() ? quick : slow);
+        server.setRoute(url.path().toUtf8(), product == pending.constFirst() ? quick : slow);
     }
-    manager.installItemsTable()->collapseItem(studio);
-    manager.installItemsTable()->expandItem(titles);
-    titles->startDownload();
-    LVBundleProductInstallItem* second = titles->productInstallItems().value(1);
+    studio->startDownload();
+    LVBundleProductInstallItem* second = pending.value(1);
     waitFor([&] { return second && second->currentInstallerDownloadFileSize() > 1024 * 1024; }, 20000);
     shot(QStringLiteral("bundle-downloading"));
 
     waitFor([&] { return asked.load(); }, 60000);
     shot(QStringLiteral("bundle-installing"));
     answered = true;
-    waitFor([&] { return titles->installStatus() == LVInstallItem::StatusNotInstalled; }, 10000);
+    waitFor([&] { return studio->installStatus() == LVInstallItem::StatusBundlePartlyInstalled; }, 10000);
     QTextStream(stdout) << "Saved bundle screenshots in " << folder << Qt::endl;
     return 0;
 }
