@@ -90,6 +90,18 @@ const QList<Product>& products()
     return list;
 }
 
+QString nameOf(const Product& p)
+{
+    QString name = p.title;
+    name.remove(QLatin1Char(' '));
+    return name;
+}
+
+QString pluginIdentifier(const Product& p)
+{
+    return QStringLiteral("com.quarnet.FxPlug.%1XPC").arg(nameOf(p));
+}
+
 QString releaseString(const QDateTime& now, int daysAgo)
 {
     return now.addDays(-daysAgo).date().toString(QStringLiteral("yy.MM.dd"));
@@ -130,7 +142,8 @@ QVariantMap productDict(const Product& p, const QUrl& base, const QDateTime& now
     return QVariantMap{
         {"Product ID", p.id},
         {"Title", p.title},
-        {"Identifier", QStringLiteral("com.quarnet.lumivane.%1").arg(p.id.toLower())},
+        {"Identifier", pluginIdentifier(p)},
+        {"Check Installed Directory", wrapperPath(nameOf(p))},
         {"Description", p.description},
         {"Info URL", url(base, QStringLiteral("/products/%1.html").arg(p.id.toLower()))},
         {"Docs URL", url(base, QStringLiteral("/support/%1.html").arg(p.id.toLower()))},
@@ -257,6 +270,24 @@ const QList<QPair<QString, QString>>& helpItems()
 }
 
 } // namespace
+
+QList<ProductFiles> productFiles()
+{
+    QList<ProductFiles> files;
+    for (const Product& p : products())
+        files.append({p.id, p.title, nameOf(p), pluginIdentifier(p), p.versions});
+    return files;
+}
+
+QString wrapperPath(const QString& name)
+{
+    return QStringLiteral("/Applications/Lumivane/%1.app").arg(name);
+}
+
+QString packageIdentifier()
+{
+    return QStringLiteral("com.quarnet.pkg.LumivaneEffects");
+}
 
 QVariantMap catalogue(const QUrl& baseURL, const QDateTime& now, int generatedProducts)
 {

@@ -1,7 +1,13 @@
-// Serves the demo catalogue and its images on 127.0.0.1 until it is stopped. Prints
+// Serves the demo catalogue, its images, installer packages and uninstall scripts on 127.0.0.1
+// until it is stopped, and on its first run installs one product at an older version into the
+// system root (LV_SYSTEM_ROOT) so that an update is on offer. Prints
 // "LV_SERVER_URL=http://127.0.0.1:<port>" once it listens, so a script can point the app at it.
 #include "DemoCatalogue.h"
 #include "LocalHttpServer.h"
+#ifdef LV_DEMO_PACKAGES
+#include "DemoPackages.h"
+#include "ToolPaths.h"
+#endif
 
 #include <QCommandLineParser>
 #include <QDateTime>
@@ -51,6 +57,23 @@ int main(int argc, char* argv[])
         QTextStream(stderr) << "lv-demo-server: can't write the demo site\n";
         return 1;
     }
+#ifdef LV_DEMO_PACKAGES
+    // Real packages and uninstall scripts; the first run finds one product installed at an older version.
+    QString packageError;
+    if (!DemoPackages::writePackages(site.path(), &packageError) ||
+        !DemoPackages::seedSystemRoot(site.path(), ToolPaths::systemRoot(), &packageError)) {
+        QTextStream(stderr) << "lv-demo-server: " << packageError << "\n";
+        return 1;
+    }
+    // Served at about 1 MB/s, as from a distant server, so that a download can be watched and cancelled.
+    for (const auto& [path, file] : DemoPackages::packageFiles(site.path())) {
+        LocalHttpServer::Response response;
+        response.filePath = file;
+        response.chunkSize = 64 * 1024;
+        response.chunkIntervalMs = 60;
+        server.setRoute(path, response);
+    }
+#endif
     server.serveDirectory("/", site.path());
 
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) == 0) {

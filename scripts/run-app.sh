@@ -16,21 +16,24 @@ stop_server() {
     fi
 }
 if [ -z "${LV_SERVER_URL:-}" ]; then
+    # The demo's own Mac, kept between runs; the server installs one older product there on the first run.
+    export LV_SYSTEM_ROOT=${LV_SYSTEM_ROOT:-${XDG_DATA_HOME:-$HOME/.local/share}/lumivane-manager/demo-root}
     server_out=$(mktemp)
-    QT_QPA_PLATFORM=offscreen "$build_dir/demo/lv-demo-server" >"$server_out" 2>/dev/null &
+    QT_QPA_PLATFORM=offscreen "$build_dir/demo/lv-demo-server" >"$server_out" 2>"$server_out.err" &
     server_pid=$!
-    trap 'stop_server; rm -f "$server_out"' EXIT
-    for _ in $(seq 1 100); do
+    trap 'stop_server; rm -f "$server_out" "$server_out.err"' EXIT
+    for _ in $(seq 1 300); do
         grep -q '^LV_SERVER_URL=' "$server_out" && break
         sleep 0.1
     done
     LV_SERVER_URL=$(sed -n 's/^LV_SERVER_URL=//p' "$server_out")
     if [ -z "$LV_SERVER_URL" ]; then
         echo "The demo server did not start." >&2
+        cat "$server_out.err" >&2
         exit 1
     fi
     export LV_SERVER_URL
-    echo "Demo catalogue served at $LV_SERVER_URL"
+    echo "Demo catalogue served at $LV_SERVER_URL; its Mac is $LV_SYSTEM_ROOT"
 fi
 
 if [ -n "${DISPLAY:-}" ] || [ -n "${WAYLAND_DISPLAY:-}" ]; then

@@ -83,8 +83,12 @@ int PosixPrivilegedExecution::executeWithPrivileges(const AuthorizationRef& auth
     const int rights = copyRights(authorization, QString::fromLatin1(adminRight), true);
     if (rights != Success)
         return rights;
-    if (!runsAsRoot())
-        return runProcess(tool, arguments, output, exitCode);
+    if (!runsAsRoot()) {
+        // The tool works on the emulated root, whether or not the environment named it.
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("LV_SYSTEM_ROOT"), Platform::systemInfo().systemRoot());
+        return runProcess(tool, arguments, output, exitCode, environment);
+    }
 
     // pkexec clears the environment; the tools still have to know which root they work in.
     QStringList elevated = {QStringLiteral("/usr/bin/env"), QStringLiteral("LV_SYSTEM_ROOT=/"), tool};
@@ -151,9 +155,12 @@ int PosixPrivilegedExecution::askUser(const QString& right)
 }
 
 int PosixPrivilegedExecution::runProcess(const QString& program, const QStringList& arguments,
-                                         const OutputHandler& output, int* exitCode) const
+                                         const OutputHandler& output, int* exitCode,
+                                         const QProcessEnvironment& environment) const
 {
     QProcess process;
+    if (!environment.isEmpty())
+        process.setProcessEnvironment(environment);
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.start(program, arguments);
     if (!process.waitForStarted(-1)) {

@@ -3,6 +3,7 @@
 #include "platform/PrivilegedExecution.h"
 
 #include <QMutex>
+#include <QProcessEnvironment>
 
 // Administrator runs on Linux. With a system root of "/" the tools really run as root through
 // pkexec, whose polkit agent asks for the password. Under any other system root nothing needs
@@ -29,8 +30,9 @@ public:
 private:
     bool runsAsRoot() const;
     int askUser(const QString& right);
-    int runProcess(const QString& program, const QStringList& arguments, const OutputHandler& output,
-                   int* exitCode) const;
+    // An empty environment: this process's own.
+    int runProcess(const QString& program, const QStringList& arguments, const OutputHandler& output, int* exitCode,
+                   const QProcessEnvironment& environment = QProcessEnvironment()) const;
 
     QString _elevator;
     QMutex _lock;

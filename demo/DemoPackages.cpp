@@ -1,0 +1,137 @@
+#include "DemoPackages.h"
+
+#include "DemoCatalogue.h"
+#include "PackageBuilder.h"
+#include "PackageInstaller.h"
+#include "foundation/VMPropertyList.h"
+
+#include <QDir>
+#include <QFile>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+
+namespace DemoPackages {
+namespace {
+
+// The product that the first run finds installed at its older version.
+const QString kSeededProduct = QStringLiteral("LV-HALFTONE");
+const QString kSeedMarker = QStringLiteral("/var/db/lumivane-demo-seeded");
+
+bool writeFile(const QString& path, const QByteArray& data)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
+}
+
+QString packagePath(const QString& folder, const DemoCatalogue::ProductFiles& product, const QString& version)
+{
+    return QDir(folder).filePath(QStringLiteral("VM_installers/%1-%2.pkg").arg(product.id, version));
+}
+
+// The wrapper app with its plug-in, as the maker's installers lay it out.
+bool buildPackage(const DemoCatalogue::ProductFiles& product, const QString& version, int build, const QString& output,
+                  int looksBytes, QString* error)
+{
+    QTemporaryDir payload;
+    const QString wrapper = payload.path() + DemoCatalogue::wrapperPath(product.name);
+    QString wrapperIdentifier = product.identifier;
+    wrapperIdentifier.remove(QStringLiteral("XPC"));
+    // The effects' looks: enough data that a download shows its progress for a moment.
+    QByteArray looks(looksBytes - looksBytes % int(sizeof(quint32)), Qt::Uninitialized);
+    QRandomGenerator generator(quint32(qHash(product.id + version)));
+    generator.fillRange(reinterpret_cast<quint32*>(looks.data()), looks.size() / int(sizeof(quint32)));
+    const bool written =
+        payload.isValid() && writeFile(wrapper + QStringLiteral("/Contents/Resources/Looks.data"), looks) &&
+        writeFile(wrapper + QStringLiteral("/Contents/Info.plist"),
+                  VMPropertyList::toXmlData(QVariantMap{{"CFBundleIdentifier", wrapperIdentifier},
+                                                        {"CFBundleName", product.title},
+                                                        {"CFBundleShortVersionString", version}})) &&
+        writeFile(wrapper + QStringLiteral("/Contents/PlugIns/%1.pluginkit/Contents/Info.plist").arg(product.name),
+                  VMPropertyList::toXmlData(
+                      QVariantMap{{"CFBundleIdentifier", product.identifier},
+                                  {"CFBundleVersion", QStringLiteral("%1 (%2)").arg(version).arg(build)},
+                                  {"Product Versions", QVariantMap{{product.id, version}}}}));
+    if (!written) {
+        *error = QStringLiteral("can't write the payload of %1 %2").arg(product.id, version);
+        return false;
+    }
+    PackageBuilder builder;
+    builder.root = payload.path();
+    builder.identifier = DemoCatalogue::packageIdentifier();
+    builder.version = version;
+    return builder.build(output, error);
+}
+
+// Removes what the package installed from the system root the script runs on and prints "0".
+QByteArray uninstallScript(const DemoCatalogue::ProductFiles& product)
+{
+    return QStringLiteral("#!/bin/sh\n"
+                          "# Removes %1 from this Mac.\n"
+                          "root=\"${LV_SYSTEM_ROOT:-}\"\n"
+                          "[ \"$root\" = / ] && root=\n"
+                          "rm -rf \"$root%2\"\n"
+                          "echo $?\n")
+        .arg(product.title, DemoCatalogue::wrapperPath(product.name))
+        .toUtf8();
+}
+
+} // namespace
+
+bool writePackages(const QString& folder, QString* error, int looksBytes)
+{
+    QDir(folder).mkpath(QStringLiteral("VM_installers/uninstallers"));
+    for (const DemoCatalogue::ProductFiles& product : DemoCatalogue::productFiles()) {
+        for (int v = 0; v < product.versions.size(); ++v) {
+            if (!buildPackage(product, product.versions.at(v), 100 + v,
+                              packagePath(folder, product, product.versions.at(v)), looksBytes, error))
+                return false;
+        }
+        if (!writeFile(QDir(folder).filePath(QStringLiteral("VM_installers/uninstallers/%1.bash").arg(product.id)),
+                       uninstallScript(product))) {
+            *error = QStringLiteral("can't write the uninstall script of %1").arg(product.id);
+            return false;
+        }
+    }
+    return true;
+}
+
+QList<std::pair<QByteArray, QString>> packageFiles(const QString& folder)
+{
+    QList<std::pair<QByteArray, QString>> files;
+    for (const DemoCatalogue::ProductFiles& product : DemoCatalogue::productFiles()) {
+        for (const QString& version : product.versions) {
+            files.append({QStringLiteral("/VM_installers/%1-%2.pkg").arg(product.id, version).toUtf8(),
+                          packagePath(folder, product, version)});
+        }
+    }
+    return files;
+}
+
+bool seedSystemRoot(const QString& folder, const QString& systemRoot, QString* error)
+{
+    if (QFile::exists(systemRoot + kSeedMarker))
+        return true;
+    for (const DemoCatalogue::ProductFiles& product : DemoCatalogue::productFiles()) {
+        if (product.id != kSeededProduct)
+            continue;
+        // The installer works on the root that LV_SYSTEM_ROOT names.
+        const QByteArray saved = qgetenv("LV_SYSTEM_ROOT");
+        qputenv("LV_SYSTEM_ROOT", QFile::encodeName(systemRoot));
+        QString output;
+        PackageInstaller installer([&output](const QString& line) { output += line + QLatin1Char('\n'); });
+        const int status =
+            installer.install(packagePath(folder, product, product.versions.first()), QStringLiteral("/"));
+        if (saved.isNull())
+            qunsetenv("LV_SYSTEM_ROOT");
+        else
+            qputenv("LV_SYSTEM_ROOT", saved);
+        if (status != 0) {
+            *error = output.trimmed();
+            return false;
+        }
+    }
+    return writeFile(systemRoot + kSeedMarker, "The demo installed its first product here.\n");
+}
+
+} // namespace DemoPackages

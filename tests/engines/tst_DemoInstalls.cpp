@@ -1,0 +1,146 @@
+#include "TestPrivilegedExecution.h"
+
+#include "DemoCatalogue.h"
+#include "DemoPackages.h"
+#include "LocalHttpServer.h"
+#include "catalogue/VMInstalledVersions.h"
+#include "catalogue/VMSingleProductItem.h"
+#include "catalogue/VMUtils.h"
+#include "catalogue/VMVersionItem.h"
+#include "engines/LVInstaller.h"
+#include "engines/LVProductOperation.h"
+#include "engines/LVUninstaller.h"
+#include "support/TestEnvironment.h"
+
+#include <QtTest>
+
+// Hears how an operation ends, and installs as soon as the package has arrived.
+class DemoOwner : public QObject, public LVDownloaderDelegate, public LVInstallerDelegate, public LVUninstallerDelegate
+{
+    Q_OBJECT
+public:
+    explicit DemoOwner(const VMSingleProductItemPtr& product) : operation(new LVProductOperation(product, this))
+    {
+        operation->setDelegate(this);
+    }
+    void downloadCompleted(LVDownloader*) override { operation->install(); }
+    void downloadFailed(LVDownloader*) override { end(QStringLiteral("downloadFailed")); }
+    void installCompleted(LVInstaller*) override { end(QStringLiteral("installCompleted")); }
+    void installFailed(LVInstaller* installer) override { end(installer->error().localizedFailureReason()); }
+    void uninstallCompleted(LVUninstaller*) override { end(QStringLiteral("uninstallCompleted")); }
+    void uninstallFailed(LVUninstaller* uninstaller) override { end(uninstaller->error().localizedFailureReason()); }
+
+    LVProductOperation* operation;
+    QString outcome;
+
+signals:
+    void finished();
+
+private:
+    void end(const QString& what)
+    {
+        outcome = what;
+        emit finished();
+    }
+};
+
+// The demo's catalogue, packages and scripts, served from this machine, installed and removed for real.
+class tst_DemoInstalls : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void installUpdateUninstall_data();
+    void installUpdateUninstall();
+
+private:
+    VMSingleProductItemPtr product(const QString& id) const;
+
+    std::unique_ptr<TestEnvironment> _env;
+    std::unique_ptr<LocalHttpServer> _server;
+    QUrl _base;
+};
+
+void tst_DemoInstalls::init()
+{
+    _env = std::make_unique<TestEnvironment>();
+    VMInstalledVersions::clearBundleIdentifierCache();
+    Platform::setPrivilegedExecution(std::make_shared<TestPrivilegedExecution>());
+    _server = std::make_unique<LocalHttpServer>();
+    _base = _server->url(QStringLiteral("/"));
+    _base.setPath(QString());
+    const QString site = _env->path() + QStringLiteral("/site");
+    QString error;
+    QVERIFY2(DemoPackages::writePackages(site, &error, 4096), qPrintable(error));
+    QVERIFY2(DemoPackages::seedSystemRoot(site, _env->systemRoot(), &error), qPrintable(error));
+    _server->serveDirectory("/", site);
+}
+
+void tst_DemoInstalls::cleanup()
+{
+    QTRY_VERIFY(_env->temporaryFiles().isEmpty());
+    _server.reset();
+    _env.reset();
+}
+
+VMSingleProductItemPtr tst_DemoInstalls::product(const QString& id) const
+{
+    const QVariantMap catalogue = DemoCatalogue::catalogue(_base, QDateTime::currentDateTime());
+    for (const QVariant& entry : catalogue.value("Products").toMap().value("Products").toList()) {
+        if (entry.toMap().value("Product ID") == id)
+            return VMSingleProductItem::initWithDict(entry.toMap());
+    }
+    return nullptr;
+}
+
+void tst_DemoInstalls::installUpdateUninstall_data()
+{
+    QTest::addColumn<QString>("id");
+    QTest::addColumn<bool>("uninstall");
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("after");
+    QTest::addColumn<QString>("outcome");
+
+    // The first run finds one product at an older version.
+    QTest::newRow("update") << "LV-HALFTONE" << false << "3.1.0"
+                            << "3.2.4"
+                            << "installCompleted";
+    QTest::newRow("first install") << "LV-PRISM" << false << QString() << "2.0.1"
+                                   << "installCompleted";
+    QTest::newRow("uninstall") << "LV-HALFTONE" << true << "3.1.0" << QString() << "uninstallCompleted";
+}
+
+void tst_DemoInstalls::installUpdateUninstall()
+{
+    QFETCH(QString, id);
+    QFETCH(bool, uninstall);
+    QFETCH(QString, before);
+    QFETCH(QString, after);
+    QFETCH(QString, outcome);
+
+    DemoOwner owner(product(id));
+    const VMSingleProductItemPtr record = owner.operation->productItem();
+    QVERIFY(record);
+    QCOMPARE(record->checkInstalledPluginVersion(), before);
+    QSignalSpy finished(&owner, &DemoOwner::finished);
+    if (uninstall)
+        QVERIFY(owner.operation->startUninstall(LVProductOperation::uninstallScriptURLs(*record)));
+    else
+        QVERIFY(owner.operation->startDownload(record->latestVersionItem()));
+    QVERIFY(finished.wait(30000));
+    QCOMPARE(owner.outcome, outcome);
+    QCOMPARE(record->checkInstalledPluginVersion(), after);
+    if (!after.isNull()) // found where the row looks for it after an installation
+        QVERIFY(!VMUtils::xpcPathForBundleIndentifier(record->productIdentifier()).isEmpty());
+
+    // Later runs of the demo leave the system root as the user left it.
+    QString error;
+    QVERIFY(DemoPackages::seedSystemRoot(_env->path() + QStringLiteral("/site"), _env->systemRoot(), &error));
+    VMInstalledVersions::clearBundleIdentifierCache();
+    QCOMPARE(record->checkInstalledPluginVersion(), after);
+}
+
+QTEST_GUILESS_MAIN(tst_DemoInstalls)
+#include "tst_DemoInstalls.moc"
