@@ -3,6 +3,8 @@
 #include "TestEnvironment.h"
 #include "engines/TestPrivilegedExecution.h"
 
+#include "DemoCatalogue.h"
+#include "DemoPackages.h"
 #include "PackageBuilder.h"
 #include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMProductsCollection.h"
@@ -40,6 +42,7 @@ private slots:
     void failureEndsTheOperation();
     void oneFailedInstallationStillInstallsTheOthers();
     void everyControlHasAnAccessibleName();
+    void demoBundleInstallsAndUninstallsWithOneConsentEach();
 
 private:
     // Products "A", "B" and "C": versions 1.0 and 2.0, packages on the server, one uninstall script each.
@@ -408,6 +411,42 @@ void tst_LVBundleInstallItem::everyControlHasAnAccessibleName()
     QCOMPARE(QAccessible::queryAccessibleInterface(row->downloadButton())->role(), QAccessible::Button);
     QCOMPARE(QAccessible::queryAccessibleInterface(row->titleField())->text(QAccessible::Name),
              QStringLiteral("Studio"));
+}
+
+void tst_LVBundleInstallItem::demoBundleInstallsAndUninstallsWithOneConsentEach()
+{
+    // The demo's own catalogue, packages and scripts.
+    const QString site = _env->path() + QStringLiteral("/demo");
+    QString error;
+    QVERIFY2(DemoPackages::writePackages(site, &error, 4096), qPrintable(error));
+    QVERIFY2(DemoPackages::seedSystemRoot(site, _env->systemRoot(), &error), qPrintable(error));
+    _server->serveDirectory("/", site);
+    QUrl base = _server->url(QStringLiteral("/"));
+    base.setPath(QString());
+    const QVariantMap catalogue = DemoCatalogue::catalogue(base, QDateTime::currentDateTime());
+    const auto collection = VMProductsCollection::initWithDict(catalogue.value("Products"));
+    VMBundleProductItemPtr record;
+    for (const VMProductItemPtr& product : collection->productItems())
+        if (product->productID() == QLatin1String("LV-TYPE"))
+            record = std::dynamic_pointer_cast<VMBundleProductItem>(product);
+    QVERIFY(record);
+    std::unique_ptr<LVBundleInstallItem> row(LVBundleInstallItem::installItemWithBundleProductItem(record, collection));
+    row->setInstallManager(LVInstallManager::sharedInstallManager());
+    QCOMPARE(row->productInstallItems().size(), 2);
+    QCOMPARE(row->installStatus(), 1u);
+
+    row->startDownload();
+    QTRY_COMPARE_WITH_TIMEOUT(_alerts->alerts().size(), 1, 30000);
+    QCOMPARE(_alerts->alerts().last().messageText(), QStringLiteral("Installation Completed"));
+    QCOMPARE(row->installStatus(), 2u);
+    QCOMPARE(_privileged->prompts.load(), 1);
+
+    row->startUninstalling();
+    QTRY_COMPARE_WITH_TIMEOUT(_alerts->alerts().size(), 2, 30000);
+    QCOMPARE(_alerts->alerts().last().messageText(), QStringLiteral("Uninstallation Completed"));
+    QTRY_COMPARE(row->installStatus(), 1u);
+    QCOMPARE(_privileged->prompts.load(), 2);
+    QTRY_VERIFY(packagesOnDisk().isEmpty());
 }
 
 QTEST_MAIN(tst_LVBundleInstallItem)
