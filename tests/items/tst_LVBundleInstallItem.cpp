@@ -212,19 +212,21 @@ void tst_LVBundleInstallItem::productRowsAndStatus_data()
     QTest::addColumn<uint>("status");
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("installEntry");
+    QTest::addColumn<int>("children");
 
     // Unknown IDs and the empty pieces of doubled blanks drop out; an empty bundle waits for ever.
     QTest::newRow("no rows") << "X  Y" << QStringList{} << 7u << "Installing..."
-                             << "Install";
-    QTest::newRow("none installed") << "A  B X" << QStringList{"", ""} << 1u << "Not yet installed"
-                                    << "Install";
+                             << "Install" << 0;
+    // The discontinued C is a product row of the bundle but not shown as a child.
+    QTest::newRow("none installed") << "A  B X C" << QStringList{"", "", ""} << 1u << "Not yet installed"
+                                    << "Install" << 2;
     QTest::newRow("one of two") << "A B" << QStringList{"2.0", ""} << 4u << "Bundle not fully installed"
-                                << "Install";
+                                << "Install" << 2;
     // A bundle never shows "Update available".
     QTest::newRow("all older") << "A B" << QStringList{"1.0", "1.0"} << 4u << "Bundle not fully installed"
-                               << "Install";
+                               << "Install" << 2;
     QTest::newRow("all latest or newer") << "B A" << QStringList{"2.0", "2.5"} << 2u << "Latest versions installed"
-                                         << "Reinstall";
+                                         << "Reinstall" << 2;
 }
 
 void tst_LVBundleInstallItem::productRowsAndStatus()
@@ -234,6 +236,7 @@ void tst_LVBundleInstallItem::productRowsAndStatus()
     QFETCH(uint, status);
     QFETCH(QString, text);
     QFETCH(QString, installEntry);
+    QFETCH(int, children);
 
     auto row = bundle(ids, {product("A"), product("B"), product("C", true)});
     QCOMPARE(row->productInstallItems().size(), installedVersions.size());
@@ -242,6 +245,7 @@ void tst_LVBundleInstallItem::productRowsAndStatus()
         row->productInstallItems().at(i)->updateStatus();
     }
     row->updateStatus();
+    QCOMPARE(row->childItems().size(), children);
     QCOMPARE(row->installStatus(), status);
     QCOMPARE(row->statusTextField()->text(), text);
     QCOMPARE(row->downloadButton()->isVisibleTo(row->view()) && row->downloadButton()->isEnabled(),
