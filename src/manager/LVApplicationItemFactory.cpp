@@ -1,19 +1,20 @@
 #include "LVApplicationItemFactory.h"
 
-// Not written yet: LVSingleInstallItem, LVBundleInstallItem and the "update all installed" row
-// plug in here. Until then the installs tab stays empty.
+#include "items/LVBundleInstallItem.h"
+#include "items/LVSingleInstallItem.h"
 
-LVInstallItem* LVApplicationItemFactory::singleInstallItem(const std::shared_ptr<VMSingleProductItem>&)
+LVInstallItem* LVApplicationItemFactory::singleInstallItem(const std::shared_ptr<VMSingleProductItem>& product)
 {
-    return nullptr;
+    return LVSingleInstallItem::installItemWithSingleProductItem(product);
 }
 
-LVInstallItem* LVApplicationItemFactory::bundleInstallItem(const std::shared_ptr<VMBundleProductItem>&,
-                                                           const std::shared_ptr<VMProductsCollection>&)
+LVInstallItem* LVApplicationItemFactory::bundleInstallItem(const std::shared_ptr<VMBundleProductItem>& bundle,
+                                                           const std::shared_ptr<VMProductsCollection>& collection)
 {
-    return nullptr;
+    return LVBundleInstallItem::installItemWithBundleProductItem(bundle, collection);
 }
 
+// Not written yet: the "update all installed" row plugs in here.
 LVInstallItem* LVApplicationItemFactory::updateAllInstalledItem()
 {
     return nullptr;

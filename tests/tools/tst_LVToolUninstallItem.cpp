@@ -8,7 +8,7 @@
 #include "catalogue/VMSingleProductItem.h"
 #include "foundation/VMNotificationCenter.h"
 #include "manager/LVInstallManager.h"
-#include "manager/LVSpinner.h"
+#include "widgets/LVSpinner.h"
 #include "support/LocalHttpServer.h"
 #include "tools/LVToolUninstallItem.h"
 #include "tools/LVToolUninstallItemDelegate.h"

@@ -1,0 +1,154 @@
+#pragma once
+
+#include "catalogue/VMBundleProductItem.h"
+#include "items/LVInstallItem.h"
+
+#include <QList>
+#include <QPointer>
+#include <QVariantMap>
+#include <atomic>
+#include <memory>
+#include <optional>
+
+namespace Ui {
+class LVBundleInstallItem;
+}
+class LVBundleProductInstallItem;
+class LVInstallItemTitleField;
+class QLabel;
+class QProgressBar;
+class QPushButton;
+class QTextBrowser;
+class QToolButton;
+class QWidget;
+class VMProductsCollection;
+
+// The row of a catalogue bundle. Its children are one row per contained product; it installs,
+// updates or uninstalls all of them in one operation: the installers download one after another,
+// then install together under one administrator authorization, and one alert sums it up. The
+// product rows do the per-product work; this row only holds the policy.
+class LVBundleInstallItem : public LVInstallItem
+{
+    Q_OBJECT
+public:
+    using ProductRows = QList<QPointer<LVBundleProductInstallItem>>;
+
+    // Null when the bundle or the collection is missing ("bundleProductItem = nil",
+    // "productsCollection = nil" logged).
+    static LVBundleInstallItem*
+    installItemWithBundleProductItem(const VMBundleProductItemPtr& bundleProductItem,
+                                     const std::shared_ptr<VMProductsCollection>& collection);
+    static LVBundleInstallItem* initWithBundleProductItem(const VMBundleProductItemPtr& bundleProductItem,
+                                                          const std::shared_ptr<VMProductsCollection>& collection);
+    ~LVBundleInstallItem() override;
+
+    static QString checkOSXVersion();
+    static QString checkInstalledBundleVersion(const QString& bundleIdentifier);
+    static QDateTime currentDate();
+
+    VMBundleProductItemPtr bundleProductItem() const { return _bundleProductItem; }
+    std::shared_ptr<VMProductItem> productItem() const override { return _bundleProductItem; }
+    QList<LVBundleProductInstallItem*> productInstallItems() const { return _productInstallItems; }
+
+    QString title() const override;
+    bool discontinued() const override;
+    QWidget* view() override;
+    // The product rows; discontinued ones only while the manager shows discontinued products.
+    QList<LVOutlineItem*> childItems() override;
+    bool shouldExpand() override { return true; }
+    bool shouldCollapse() override { return true; }
+    bool shouldSelect() override { return true; }
+    void setInstallManager(LVRowHost* manager) override;
+    void updateStatus() override;
+
+    void doubleClicked(QMouseEvent* event, LVInstallItemTitleField* titleField) override;
+    void singleClicked(QMouseEvent* event, LVInstallItemTitleField* titleField) override;
+    void populateContextMenu(QMenu* menu, QEvent* event) override;
+
+    void showMoreInfo();
+    void showDocumentation();
+    void buy();
+    void showHelpOnUninstallingDiscontinuedVersions();
+
+    // Install (or reinstall) the bundle, asking first on Apple silicon when a product's latest
+    // version is an FxPlug3 build.
+    void checkAndStartDownloadAction();
+    void startDownload();
+    void cancelDownload();
+    void cleanUp();
+    void startUninstalling();
+
+    bool isDownloading() const;
+    bool isInstalling() const;
+    bool isUninstalling() const;
+
+    // The current operation's lists; empty (never made) between operations.
+    QList<LVBundleProductInstallItem*> itemsToDownload() const;
+    QList<LVBundleProductInstallItem*> busyItems() const;
+    QList<LVBundleProductInstallItem*> failedItems() const;
+    bool downloadCancelled() const { return _downloadCancelled; }
+    // The summed download progress in percent.
+    int downloadProgressValue() const { return _downloadProgressValue; }
+
+    // What the product rows report.
+    void productDownloadStarted(LVBundleProductInstallItem* item);
+    void productDownloadProgress(double progress, LVBundleProductInstallItem* item);
+    void productDownloadCompleted(LVBundleProductInstallItem* item);
+    void productDownloadFailed(LVBundleProductInstallItem* item);
+    void productInstallStarted(LVBundleProductInstallItem* item);
+    void productInstallCompleted(LVBundleProductInstallItem* item);
+    void productInstallFailed(LVBundleProductInstallItem* item);
+    void productUninstallStarted(LVBundleProductInstallItem* item);
+    void productUninstallCompleted(LVBundleProductInstallItem* item);
+    void productUninstallFailed(LVBundleProductInstallItem* item);
+
+    void downloadCompleted(LVDownloader* downloader) override;
+    void downloadFailed(LVDownloader* downloader) override;
+
+    // Outlets, for tests.
+    QWidget* headlineView() const;
+    LVInstallItemTitleField* titleField() const;
+    QProgressBar* downloadProgressBar() const;
+    QToolButton* statusButton() const;
+    QLabel* statusTextField() const;
+    QToolButton* menuButton() const;
+    QToolButton* downloadButton() const;
+    QLabel* productIconImageView() const;
+
+signals:
+    // The background installation or uninstallation phase has ended (on the main thread).
+    void backgroundPhaseFinished();
+
+protected:
+    bool event(QEvent* event) override;
+
+private:
+    LVBundleInstallItem(const VMBundleProductItemPtr& bundleProductItem,
+                        const std::shared_ptr<VMProductsCollection>& collection);
+    void runInstallation();
+    void _runUninstall(const QList<LVBundleProductInstallItem*>& items);
+    void allProductInstallsFinished();
+    void allProductUninstallsFinished();
+    void backgroundPhaseEnded();
+    void showAlert(const QString& message, const QString& informative);
+    void showIcon(const QImage& image);
+    void updateView(uint status);
+    bool startQueued(LVBundleProductInstallItem* item);
+
+    VMBundleProductItemPtr _bundleProductItem;
+    QList<LVBundleProductInstallItem*> _productInstallItems;
+    std::optional<QList<LVBundleProductInstallItem*>> _itemsToDownload;
+    std::optional<QList<LVBundleProductInstallItem*>> _busyItems;
+    std::optional<QList<LVBundleProductInstallItem*>> _failedItems;
+    bool _downloadCancelled = false;
+    int _downloadProgressValue = 0;
+    // A background phase holds raw pointers to this row and its product rows: a deferred delete
+    // that arrives meanwhile waits for its end.
+    bool _backgroundPhaseRunning = false;
+    bool _deleteWhenPhaseEnds = false;
+    QPointer<LVDownloader> _iconDownloader;
+
+    std::unique_ptr<Ui::LVBundleInstallItem> _ui;
+    QPointer<QWidget> _headlineView;
+    QPointer<QMenu> _menu;
+};

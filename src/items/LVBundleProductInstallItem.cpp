@@ -1,0 +1,471 @@
+#include "LVBundleProductInstallItem.h"
+#include "ui_LVBundleProductInstallItem.h"
+
+#include "LVBundleInstallItem.h"
+#include "LVInstallItemTitleField.h"
+#include "LVStatusImages.h"
+#include "catalogue/VMUtils.h"
+#include "engines/LVDownloader.h"
+#include "engines/LVInstaller.h"
+#include "engines/LVProductOperation.h"
+#include "foundation/VMDispatch.h"
+#include "foundation/VMLog.h"
+#include "foundation/VMNotificationCenter.h"
+#include "foundation/LVPreferences.h"
+#include "outline/LVRowHost.h"
+#include "widgets/LVIconCache.h"
+
+#include <QFile>
+#include <QLabel>
+#include <QProgressBar>
+
+namespace {
+const QString kTemporaryVersionStr = QStringLiteral("temporaryVersionStr");
+
+// The product record a "productInstallCompleted" or "productUninstallCompleted" carries.
+std::shared_ptr<VMProductItem> productOf(const QVariant& object)
+{
+    if (object.canConvert<VMSingleProductItemPtr>())
+        if (auto single = object.value<VMSingleProductItemPtr>())
+            return single;
+    if (object.canConvert<VMProductItemPtr>())
+        return object.value<VMProductItemPtr>();
+    return nullptr;
+}
+} // namespace
+
+LVBundleProductInstallItem* LVBundleProductInstallItem::initWithProdcutItem(const VMSingleProductItemPtr& productItem,
+                                                                            QObject* parent)
+{
+    if (!productItem) {
+        VM_LOG_MESSAGE(QStringLiteral("productItem = nil"));
+        return nullptr;
+    }
+    return new LVBundleProductInstallItem(productItem, parent);
+}
+
+LVBundleProductInstallItem::LVBundleProductInstallItem(const VMSingleProductItemPtr& productItem, QObject* parent)
+    : LVInstallItem(parent), _productItem(productItem), _operation(std::make_unique<LVProductOperation>(productItem)),
+      _installedVersion(productItem->checkInstalledPluginVersion())
+{
+    _operation->setDelegate(this);
+    VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
+    center.addObserver(this, QStringLiteral("productInstallCompleted"),
+                       [this](const VMNotification& notification) { installCompletedNotif(notification); });
+    center.addObserver(this, QStringLiteral("productUninstallCompleted"),
+                       [this](const VMNotification& notification) { uninstallCompletedNotif(notification); });
+}
+
+LVBundleProductInstallItem::~LVBundleProductInstallItem()
+{
+    VMNotificationCenter::defaultCenter().removeObserver(this);
+    // The operation cancels its download and deletes a package that was never installed.
+    _operation.reset();
+    if (!_downloadFilePath.isEmpty())
+        QFile::remove(_downloadFilePath);
+    delete _iconDownloader;
+    delete _containerView;
+}
+
+QString LVBundleProductInstallItem::title() const
+{
+    return _productItem->title();
+}
+
+bool LVBundleProductInstallItem::discontinued() const
+{
+    return _productItem->productDiscontinued();
+}
+
+QWidget* LVBundleProductInstallItem::view()
+{
+    if (_containerView)
+        return _containerView;
+    auto* container = new QWidget;
+    _ui = std::make_unique<Ui::LVBundleProductInstallItem>();
+    _ui->setupUi(container);
+    _containerView = container;
+
+    QString title = QStringLiteral("<span style=\"font-family: Helvetica; font-weight: bold; font-size: 13px; "
+                                   "color: #ffffff\">%1</span>")
+                        .arg(_productItem->title().toHtmlEscaped());
+    QString accessibleTitle = _productItem->title();
+    if (discontinued()) {
+        title += QStringLiteral("<br><span style=\"font-size: 13px; color: #ffd60a\">Discontinued</span>");
+        accessibleTitle += QStringLiteral(", Discontinued");
+    }
+    _ui->_titleField->setAttributedStringValue(title);
+    _ui->_titleField->setDelegate(this);
+    _ui->_titleField->setAccessibleName(accessibleTitle);
+    container->setAccessibleName(_productItem->title());
+    _ui->_downloadProgressBar->setValue(0);
+    _ui->_downloadProgressBar->hide();
+    _shownStatus = StatusNotComputed;
+    updateStatus();
+
+    const QUrl iconURL(_productItem->productIconURL());
+    const QImage cached = LVIconCache::cachedIconForURL(iconURL);
+    if (!cached.isNull()) {
+        showIcon(cached);
+    } else if (!_iconDownloader && !_productItem->productIconURL().isEmpty()) {
+        if (LVDownloader* downloader = LVDownloader::downloaderWithURL(iconURL, this)) {
+            downloader->setIdentifier(LVProductOperation::iconDownload);
+            downloader->setDelegate(this);
+            if (downloader->start())
+                _iconDownloader = downloader;
+            else
+                delete downloader;
+        }
+    }
+    return _containerView;
+}
+
+void LVBundleProductInstallItem::showIcon(const QImage& image)
+{
+    if (_ui && _containerView)
+        _ui->_productIconImageView->setPixmap(QPixmap::fromImage(image));
+}
+
+void LVBundleProductInstallItem::updateStatus()
+{
+    if (!VMDispatch::isMainThread()) {
+        VMDispatch::performOnMainThread(this, [this] { updateStatus(); });
+        return;
+    }
+    uint status = StatusLatestInstalled;
+    if (_waitingToInstall) {
+        status = StatusWaitingForBundle;
+    } else if (isDownloading()) {
+        status = StatusDownloading;
+    } else if (isInstalling() || _confirming) {
+        status = StatusInstalling;
+    } else if (_installedVersion.isEmpty()) {
+        status = StatusNotInstalled;
+    } else {
+        const VMVersionItemPtr installed = _productItem->versionItemForVersionString(_installedVersion);
+        const VMVersionItemPtr latest = _productItem->latestVersionItem();
+        if (installed != latest) {
+            const QString latestVersion = latest ? latest->productVersion() : QString();
+            status = VMUtils::compareVersion(_installedVersion, latestVersion) == 1 ? StatusLatestInstalled
+                                                                                    : StatusUpdateAvailable;
+        }
+    }
+    setInstallStatus(status);
+    updateView(status);
+}
+
+void LVBundleProductInstallItem::updateView(uint status)
+{
+    if (!_containerView)
+        return;
+    const uint previous = _shownStatus;
+    _shownStatus = status;
+    const auto showStatus = [this](const QString& text, const QString& image) {
+        _ui->_statusTextField->setText(text);
+        _ui->_statusTextField->show();
+        _ui->_statusIndicator->setPixmap(LVStatusImages::named(image).pixmap(14, 14));
+        _ui->_statusIndicator->setAccessibleDescription(text);
+        _ui->_statusIndicator->show();
+        _ui->_downloadProgressBar->hide();
+    };
+    switch (status) {
+    case StatusNotInstalled:
+        showStatus(QStringLiteral("Not yet installed"), QStringLiteral("NSStatusNone"));
+        break;
+    case StatusLatestInstalled:
+        showStatus(QStringLiteral("Latest version installed"), QStringLiteral("NSStatusAvailable"));
+        break;
+    case StatusUpdateAvailable:
+        showStatus(QStringLiteral("Update available"), QStringLiteral("NSStatusPartiallyAvailable"));
+        break;
+    case StatusDownloading:
+        _ui->_statusTextField->hide();
+        _ui->_statusIndicator->hide();
+        if (previous != StatusDownloading)
+            _ui->_downloadProgressBar->setValue(0);
+        _ui->_downloadProgressBar->show();
+        break;
+    case StatusInstalling:
+        _ui->_statusTextField->setText(QStringLiteral("Installing..."));
+        _ui->_statusTextField->show();
+        _ui->_downloadProgressBar->hide();
+        break;
+    default:
+        // 7: the row keeps what it showed.
+        break;
+    }
+}
+
+bool LVBundleProductInstallItem::startDownloadingLatestVersion()
+{
+    if (isDownloading())
+        return false;
+    // Without a URL or a place for the file nothing starts, yet the product counts as started.
+    if (_operation->startDownload(_productItem->latestVersionItem())) {
+        _downloadCancelled = false;
+        updateStatus();
+    }
+    return true;
+}
+
+void LVBundleProductInstallItem::cancelDownloading()
+{
+    if (isDownloading())
+        _operation->cancelDownload();
+    cleanUp();
+    _downloadCancelled = true;
+}
+
+bool LVBundleProductInstallItem::isDownloading() const
+{
+    return _operation && _operation->downloader() != nullptr;
+}
+
+bool LVBundleProductInstallItem::isInstalling() const
+{
+    return _operation && _operation->isInstalling();
+}
+
+bool LVBundleProductInstallItem::isUninstalling() const
+{
+    return _operation && _operation->isUninstalling();
+}
+
+bool LVBundleProductInstallItem::canUninstall()
+{
+    if (LVProductOperation::uninstallScriptURLs(*_productItem).isEmpty())
+        return false;
+    const uint status = installStatus();
+    return status == StatusLatestInstalled || status == StatusUpdateAvailable;
+}
+
+qint64 LVBundleProductInstallItem::expectedInstallerFileSize() const
+{
+    return isDownloading() ? _operation->expectedBytes() : 0;
+}
+
+qint64 LVBundleProductInstallItem::currentInstallerDownloadFileSize() const
+{
+    return isDownloading() ? _operation->receivedBytes() : 0;
+}
+
+bool LVBundleProductInstallItem::runInstallerWithAuthorization(
+    const PrivilegedExecution::AuthorizationRef& authorization)
+{
+    if (_operation->installer())
+        return false;
+    if (_operation->packagePath().isEmpty())
+        return true;
+    _operation->install(authorization, LVProductOperation::Execution::Synchronous);
+    return true;
+}
+
+bool LVBundleProductInstallItem::runUninstallerWithAuthorization(
+    const PrivilegedExecution::AuthorizationRef& authorization)
+{
+    return _operation->runUninstallSynchronously(authorization);
+}
+
+void LVBundleProductInstallItem::cleanUp()
+{
+    _operation->cleanUp();
+    if (!_downloadFilePath.isEmpty() && (QFile::remove(_downloadFilePath) || !QFile::exists(_downloadFilePath)))
+        _downloadFilePath.clear();
+    _waitingToInstall = false;
+    updateStatus();
+}
+
+void LVBundleProductInstallItem::checkInstalledVersion(int)
+{
+    const QVariant version = _productItem->propertyForKey(kTemporaryVersionStr);
+    VM_LOG_MESSAGE(QStringLiteral("%1: %2").arg(kTemporaryVersionStr, version.toString()));
+    if (version.toString().isEmpty())
+        return;
+    _installedVersion = version.toString();
+    updateStatus();
+    if (_installItem)
+        _installItem->productInstallCompleted(this);
+}
+
+bool LVBundleProductInstallItem::concernsThisProduct(const VMNotification& notification) const
+{
+    const auto product = productOf(notification.object);
+    return product && product->productID() == _productItem->productID();
+}
+
+void LVBundleProductInstallItem::installCompletedNotif(const VMNotification& notification)
+{
+    if (!concernsThisProduct(notification))
+        return;
+    checkInstalledVersion(10);
+    if (_installItem)
+        _installItem->updateStatus();
+}
+
+void LVBundleProductInstallItem::uninstallCompletedNotif(const VMNotification& notification)
+{
+    if (!concernsThisProduct(notification))
+        return;
+    _installedVersion = _productItem->checkInstalledPluginVersion();
+    updateStatus();
+    if (_installItem)
+        _installItem->updateStatus();
+}
+
+// ---- Download --------------------------------------------------------------------------------
+
+void LVBundleProductInstallItem::downloadStarted(LVDownloader* downloader)
+{
+    if (downloader->identifier() != LVProductOperation::installerDownload)
+        return;
+    updateStatus();
+    if (_installItem)
+        _installItem->productDownloadStarted(this);
+}
+
+void LVBundleProductInstallItem::downloadProgress(double progress, LVDownloader* downloader)
+{
+    if (downloader->identifier() != LVProductOperation::installerDownload)
+        return;
+    updateStatus();
+    // The downloader reports percent, or a negative value while the size is unknown.
+    if (_containerView && progress >= 0)
+        _ui->_downloadProgressBar->setValue(qBound(0, int(progress), 100));
+    if (_installItem)
+        _installItem->productDownloadProgress(progress, this);
+}
+
+void LVBundleProductInstallItem::downloadCompleted(LVDownloader* downloader)
+{
+    if (downloader->identifier() == LVProductOperation::iconDownload) {
+        QImage image;
+        if (image.loadFromData(downloader->data())) {
+            LVIconCache::setCachedIcon(image, QUrl(_productItem->productIconURL()));
+            showIcon(image);
+        }
+        _iconDownloader = nullptr;
+        downloader->deleteLater();
+        return;
+    }
+    if (downloader->identifier() != LVProductOperation::installerDownload)
+        return;
+    _downloadFilePath = _operation->packagePath();
+    _installingVersionItem = _operation->installingVersionItem();
+    if (_containerView)
+        _ui->_downloadProgressBar->hide();
+    _waitingToInstall = true;
+    updateStatus();
+    if (_installItem)
+        _installItem->productDownloadCompleted(this);
+}
+
+void LVBundleProductInstallItem::downloadFailed(LVDownloader* downloader)
+{
+    if (downloader->identifier() == LVProductOperation::iconDownload) {
+        _iconDownloader = nullptr;
+        downloader->deleteLater();
+        return;
+    }
+    if (downloader->identifier() != LVProductOperation::installerDownload)
+        return;
+    if (_containerView)
+        _ui->_downloadProgressBar->hide();
+    updateStatus();
+    if (_installItem)
+        _installItem->productDownloadFailed(this);
+}
+
+// ---- Install ---------------------------------------------------------------------------------
+
+void LVBundleProductInstallItem::installStarted(LVInstaller*)
+{
+    updateStatus();
+    if (_installItem)
+        _installItem->productInstallStarted(this);
+}
+
+void LVBundleProductInstallItem::installCompleted(LVInstaller*)
+{
+    const VMVersionItemPtr version =
+        _installingVersionItem ? _installingVersionItem : _operation->installingVersionItem();
+    _operation->beginConfirmation(version);
+    _waitingToInstall = false;
+    _downloadFilePath.clear();
+    _installingVersionItem.reset();
+    // The system needs a moment to see the new plug-in before the rows look for it; meanwhile
+    // the row still reads as installing.
+    _confirming = true;
+    updateStatus();
+    VMDispatch::performAfterDelay(this, 2.0, [this] {
+        _confirming = false;
+        _operation->announceInstallation();
+    });
+}
+
+void LVBundleProductInstallItem::installFailed(LVInstaller* installer)
+{
+    VM_LOG_MESSAGE(QStringLiteral("Installer failed: %1, %2")
+                       .arg(_productItem->title(), installer ? installer->error().description() : QString()));
+    _waitingToInstall = false;
+    _downloadFilePath.clear();
+    updateStatus();
+    if (_installItem)
+        _installItem->productInstallFailed(this);
+    _installingVersionItem.reset();
+}
+
+// ---- Uninstall -------------------------------------------------------------------------------
+
+void LVBundleProductInstallItem::uninstallStarted(LVUninstaller*)
+{
+    updateStatus();
+    if (_installItem)
+        _installItem->productUninstallStarted(this);
+}
+
+void LVBundleProductInstallItem::uninstallCompleted(LVUninstaller*)
+{
+    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("productUninstallCompleted"),
+                                                           QVariant::fromValue(_productItem));
+    if (_installItem)
+        _installItem->productUninstallCompleted(this);
+}
+
+void LVBundleProductInstallItem::uninstallFailed(LVUninstaller*)
+{
+    updateStatus();
+    if (_installItem)
+        _installItem->productUninstallFailed(this);
+}
+
+// ---- Outlets ---------------------------------------------------------------------------------
+
+QWidget* LVBundleProductInstallItem::containerView() const
+{
+    return _containerView;
+}
+
+LVInstallItemTitleField* LVBundleProductInstallItem::titleField() const
+{
+    return _containerView ? _ui->_titleField : nullptr;
+}
+
+QProgressBar* LVBundleProductInstallItem::downloadProgressBar() const
+{
+    return _containerView ? _ui->_downloadProgressBar : nullptr;
+}
+
+QLabel* LVBundleProductInstallItem::statusIndicator() const
+{
+    return _containerView ? _ui->_statusIndicator : nullptr;
+}
+
+QLabel* LVBundleProductInstallItem::statusTextField() const
+{
+    return _containerView ? _ui->_statusTextField : nullptr;
+}
+
+QLabel* LVBundleProductInstallItem::productIconImageView() const
+{
+    return _containerView ? _ui->_productIconImageView : nullptr;
+}

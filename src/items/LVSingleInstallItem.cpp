@@ -1,0 +1,917 @@
+#include "LVSingleInstallItem.h"
+#include "ui_LVSingleInstallItem.h"
+
+#include "LVInstallItemTitleField.h"
+#include "LVMoreInfoSingleInstallItem.h"
+#include "catalogue/LVServers.h"
+#include "catalogue/VMUtils.h"
+#include "engines/LVDownloader.h"
+#include "engines/LVInstaller.h"
+#include "engines/LVProductOperation.h"
+#include "foundation/VMLog.h"
+#include "foundation/VMNotificationCenter.h"
+#include "widgets/LVBadgeImage.h"
+#include "foundation/LVPreferences.h"
+#include "outline/LVRowHost.h"
+#include "widgets/LVIconCache.h"
+#include "outline/LVOutlineView.h"
+#include "platform/Platform.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QFileDialog>
+#include <QMenu>
+#include <QPainter>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QTimer>
+#include <cmath>
+
+static void initImageResources()
+{
+    Q_INIT_RESOURCE(LVImages);
+}
+
+namespace {
+const QString kProductInstallCompleted = QStringLiteral("productInstallCompleted");
+const QString kProductUninstallCompleted = QStringLiteral("productUninstallCompleted");
+const QString kTemporaryVersion = QStringLiteral("temporaryVersionStr");
+const QString kFxPlug3 = QStringLiteral("FxPlug3");
+
+LVSingleInstallItem::SavePathProvider& savePathProvider()
+{
+    static LVSingleInstallItem::SavePathProvider provider;
+    return provider;
+}
+
+QIcon namedImage(const char* name)
+{
+    initImageResources();
+    return QIcon(QStringLiteral(":/") + QLatin1String(name));
+}
+
+QColor systemRedColor()
+{
+    return QColor(0xff, 0x45, 0x3a);
+}
+
+QColor systemYellowColor()
+{
+    return QColor(0xff, 0xd6, 0x0a);
+}
+
+QTextCharFormat helvetica(int pixelSize, bool bold, const QColor& color)
+{
+    QFont font(QStringLiteral("Helvetica"));
+    font.setPixelSize(pixelSize);
+    font.setBold(bold);
+    QTextCharFormat format;
+    format.setFont(font);
+    format.setForeground(color);
+    return format;
+}
+
+QString htmlSpan(const QString& text, const QColor& color)
+{
+    return QStringLiteral("<span style=\"color:%1\">%2</span>")
+        .arg(color.name(), text.toHtmlEscaped().replace(QLatin1Char('\n'), QLatin1String("<br>")));
+}
+
+// The product record a notification carries, whichever record type it was posted as.
+std::shared_ptr<VMProductItem> productOf(const QVariant& object)
+{
+    if (object.canConvert<VMSingleProductItemPtr>())
+        if (auto single = object.value<VMSingleProductItemPtr>())
+            return single;
+    if (object.canConvert<VMProductItemPtr>())
+        if (auto product = object.value<VMProductItemPtr>())
+            return product;
+    if (object.canConvert<VMNodePtr>())
+        return std::dynamic_pointer_cast<VMProductItem>(object.value<VMNodePtr>());
+    return nullptr;
+}
+} // namespace
+
+void LVSingleInstallItem::setSavePathProvider(SavePathProvider provider)
+{
+    savePathProvider() = std::move(provider);
+}
+
+LVSingleInstallItem::LVSingleInstallItem(const VMSingleProductItemPtr& productItem)
+    : _productItem(productItem), _moreInfoItem(std::make_unique<LVMoreInfoSingleInstallItem>(this, nullptr))
+{
+    _operation = new LVProductOperation(productItem, this);
+    _operation->setDelegate(this);
+    connect(_operation, &LVProductOperation::progressChanged, this, &LVSingleInstallItem::updateProgressDescription);
+    connect(_operation, &LVProductOperation::phaseChanged, this, [this] { updateStatus(); });
+    setInstalledVersion(productItem->checkInstalledPluginVersion());
+    VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
+    center.addObserver(this, kProductInstallCompleted,
+                       [this](const VMNotification& notification) { installCompletedNotif(notification); });
+    center.addObserver(this, kProductUninstallCompleted,
+                       [this](const VMNotification& notification) { uninstallCompletedNotif(notification); });
+}
+
+LVSingleInstallItem::~LVSingleInstallItem()
+{
+    VMNotificationCenter::defaultCenter().removeObserver(this);
+    // The operation goes first, told to call nothing back: it cancels a download and drops its package.
+    _operation->setDelegate(static_cast<LVSingleInstallItem*>(nullptr));
+    disconnect(_operation, nullptr, this, nullptr);
+    delete _operation;
+    delete _iconDownloader;
+    delete _headlineView;
+    delete _moreInfoView;
+    delete _panel;
+}
+
+LVSingleInstallItem* LVSingleInstallItem::initWithSingleProductItem(const VMSingleProductItemPtr& productItem)
+{
+    if (!productItem) {
+        VM_LOG_MESSAGE(QStringLiteral("productItem = nil"));
+        return nullptr;
+    }
+    return new LVSingleInstallItem(productItem);
+}
+
+LVSingleInstallItem* LVSingleInstallItem::installItemWithSingleProductItem(const VMSingleProductItemPtr& productItem)
+{
+    return initWithSingleProductItem(productItem);
+}
+
+std::shared_ptr<VMProductItem> LVSingleInstallItem::productItem() const
+{
+    return _productItem;
+}
+
+QString LVSingleInstallItem::installedVersion() const
+{
+    QMutexLocker locker(&_installedVersionLock);
+    return _installedVersion;
+}
+
+void LVSingleInstallItem::setInstalledVersion(const QString& version)
+{
+    QMutexLocker locker(&_installedVersionLock);
+    _installedVersion = version;
+}
+
+QString LVSingleInstallItem::title() const
+{
+    return _productItem->title();
+}
+
+bool LVSingleInstallItem::discontinued() const
+{
+    return _productItem->productDiscontinued();
+}
+
+QString LVSingleInstallItem::latestVersionInstallerURL() const
+{
+    const VMVersionItemPtr latest = _productItem->latestVersionItem();
+    if (latest && !latest->versionDownloadURL().isNull())
+        return latest->versionDownloadURL();
+    return _productItem->productDownloadURL();
+}
+
+void LVSingleInstallItem::loadView()
+{
+    _ui = std::make_unique<Ui::LVSingleInstallItem>();
+    _panel = new QWidget;
+    _ui->setupUi(_panel);
+    // The panel holds the row's two views; the row and its child each take theirs out of it.
+    const int width = _panel->width();
+    _headlineView = _ui->_headlineView;
+    _moreInfoView = _ui->_moreInfoView;
+    _headlineView->setParent(nullptr);
+    _moreInfoView->setParent(nullptr);
+    _headlineView->resize(width, _headlineView->minimumHeight());
+    _moreInfoView->resize(width, 76);
+    _moreInfoItem->setView(_moreInfoView);
+
+    _headlineView->setAccessibleName(title());
+    _headlineView->setAccessibleDescription(tr("Product"));
+    _moreInfoView->setAccessibleName(tr("%1 details").arg(title()));
+    _ui->_titleField->setDelegate(this);
+    _ui->_titleField->setAccessibleName(title());
+    _ui->_productIconImageView->setAccessibleName(tr("%1 icon").arg(title()));
+    _ui->_statusButton->setAccessibleName(tr("Status image"));
+    _ui->_statusTextField->setAccessibleDescription(tr("Install status"));
+    _ui->_downloadProgressBar->setAccessibleName(tr("Download progress"));
+    _ui->_menuButton->setAccessibleName(tr("Actions for %1").arg(title()));
+    _ui->_menuButton->setToolTip(tr("More actions"));
+    _ui->_descriptionTextView->setAccessibleName(tr("Description of %1").arg(title()));
+    _ui->_moreInfoButton->setAccessibleName(tr("More Info"));
+    _ui->_buyButton->setAccessibleName(tr("Buy"));
+
+    _ui->_downloadProgressBar->setValue(0);
+    _ui->_downloadProgressBar->hide();
+
+    // The pop-up menu is filled each time it opens; the row is its delegate.
+    _menu = new QMenu(_ui->_menuButton);
+    _menu->setAccessibleName(tr("Actions for %1").arg(title()));
+    _ui->_menuButton->setMenu(_menu);
+    // A click opens the menu at once; unlike an instant pop-up this also lets the accessibility
+    // interface press the button and open the menu.
+    connect(_ui->_menuButton, &QToolButton::clicked, _ui->_menuButton, &QToolButton::showMenu);
+    connect(_menu, &QMenu::aboutToShow, this, [this] { menuWillOpen(_menu); });
+    // Emptied only after a chosen entry has run: Qt hides the menu before triggering the entry.
+    // An entry chosen through the accessibility interface leaves the menu open otherwise.
+    connect(_menu, &QMenu::triggered, _menu, &QMenu::close);
+    connect(_menu, &QMenu::aboutToHide, this, [this] { QTimer::singleShot(0, this, [this] { menuDidClose(_menu); }); });
+
+    connect(_ui->_downloadButton, &QToolButton::clicked, this, &LVSingleInstallItem::downloadButtonAction);
+    connect(_ui->_moreInfoButton, &QPushButton::clicked, this, &LVSingleInstallItem::showMoreInfo);
+    connect(_ui->_buyButton, &QPushButton::clicked, this, &LVSingleInstallItem::buy);
+
+    updateStatus();
+    updateDescription();
+
+    const QImage cached = LVIconCache::cachedIconForURL(QUrl(_productItem->productIconURL()));
+    if (!cached.isNull())
+        showIcon(cached);
+    else {
+        showIcon(QImage());
+        startIconDownload();
+    }
+}
+
+QWidget* LVSingleInstallItem::view()
+{
+    if (!_ui)
+        loadView();
+    return _headlineView;
+}
+
+QList<LVOutlineItem*> LVSingleInstallItem::childItems()
+{
+    view();
+    return {_moreInfoItem.get()};
+}
+
+void LVSingleInstallItem::startIconDownload()
+{
+    const QString iconURL = _productItem->productIconURL();
+    if (iconURL.isEmpty())
+        return;
+    LVDownloader* downloader = LVDownloader::initWithURL(QUrl(iconURL), this);
+    if (!downloader)
+        return;
+    downloader->setIdentifier(LVProductOperation::iconDownload);
+    downloader->setDelegate(this);
+    if (downloader->start())
+        _iconDownloader = downloader;
+    else
+        downloader->deleteLater();
+}
+
+void LVSingleInstallItem::showIcon(const QImage& image)
+{
+    if (!_ui)
+        return;
+    QLabel* iconView = _ui->_productIconImageView;
+    const qreal ratio = iconView->devicePixelRatioF();
+    QPixmap pixmap(iconView->size() * ratio);
+    pixmap.setDevicePixelRatio(ratio);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    const QRectF bounds(QPointF(0, 0), QSizeF(iconView->size()));
+    if (!image.isNull()) {
+        const QImage scaled = image.scaled(iconView->size() * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+        QSizeF size = QSizeF(scaled.size()) / ratio;
+        painter.drawImage(
+            QRectF(QPointF((bounds.width() - size.width()) / 2, (bounds.height() - size.height()) / 2), size), scaled);
+    } else {
+        // Until the icon arrives: the product's initial on a tile.
+        QFont font(QStringLiteral("Helvetica"));
+        font.setPixelSize(20);
+        font.setBold(true);
+        painter.setFont(font);
+        painter.setPen(QColor(0xd1, 0xd1, 0xd6));
+        painter.drawText(bounds, Qt::AlignCenter, title().left(1).toUpper());
+    }
+    painter.end();
+    iconView->setPixmap(pixmap);
+}
+
+void LVSingleInstallItem::updateStatus()
+{
+    LVDownloader* downloader = _operation->downloader();
+    const QString installed = installedVersion();
+    uint status;
+    if (downloader && downloader->identifier() != LVProductOperation::uninstallScriptDownload)
+        status = StatusDownloading;
+    else if (_operation->phase() == LVProductOperation::Phase::Installing)
+        status = StatusInstalling;
+    else if (installed.isNull())
+        status = StatusNotInstalled;
+    else {
+        const VMVersionItemPtr installedItem = _productItem->versionItemForVersionString(installed);
+        const VMVersionItemPtr latest = _productItem->latestVersionItem();
+        if (installedItem != latest)
+            status = VMUtils::compareVersion(installed, latest ? latest->productVersion() : QString()) == 1
+                         ? StatusLatestInstalled
+                         : StatusUpdateAvailable;
+        else
+            status = StatusLatestInstalled;
+    }
+    setInstallStatus(status);
+
+    if (!_ui)
+        return;
+    QLabel* statusText = _ui->_statusTextField;
+    QLabel* statusImage = _ui->_statusButton;
+    QToolButton* button = _ui->_downloadButton;
+    QProgressBar* progress = _ui->_downloadProgressBar;
+    const auto setStatus = [&](const QString& text, const char* image) {
+        statusText->setText(text);
+        statusText->show();
+        statusImage->setPixmap(namedImage(image).pixmap(QSize(12, 12), statusImage->devicePixelRatioF()));
+        statusImage->show();
+    };
+    const auto offerDownload = [&] {
+        button->setIcon(namedImage("NSTouchBarDownloadTemplate"));
+        button->setToolTip(tr("Download & Install"));
+        button->setAccessibleName(tr("Download & Install"));
+        button->setVisible(true);
+        button->setEnabled(true);
+        progress->hide();
+    };
+    const auto showStop = [&](bool enabled) {
+        button->setIcon(namedImage("NSStopProgressFreestandingTemplate"));
+        button->setToolTip(tr("Cancel Download"));
+        button->setAccessibleName(tr("Cancel Download"));
+        button->setVisible(true);
+        button->setEnabled(enabled);
+    };
+    switch (status) {
+    case StatusNotInstalled:
+        setStatus(tr("Not yet installed"), "NSStatusNone");
+        offerDownload();
+        break;
+    case StatusLatestInstalled:
+        setStatus(tr("Latest version installed"), "NSStatusAvailable");
+        button->hide();
+        progress->hide();
+        break;
+    case StatusUpdateAvailable:
+    case StatusBundlePartlyInstalled:
+        setStatus(tr("Update available"), "NSStatusPartiallyAvailable");
+        offerDownload();
+        break;
+    case StatusDownloading:
+        statusText->hide();
+        statusImage->hide();
+        showStop(true);
+        if (!progress->isVisible())
+            progress->setValue(0);
+        progress->show();
+        updateProgressDescription();
+        break;
+    case StatusInstalling:
+    case StatusWaitingForBundle:
+        statusText->setText(tr("Installing..."));
+        statusText->show();
+        statusImage->hide();
+        showStop(false);
+        progress->hide();
+        progress->setValue(0);
+        break;
+    default:
+        break;
+    }
+    if (status != StatusDownloading) {
+        progress->setToolTip(QString());
+        progress->setAccessibleDescription(QString());
+    }
+}
+
+void LVSingleInstallItem::updateProgressDescription()
+{
+    if (!_ui)
+        return;
+    const QString description = _operation->progressDescription();
+    _ui->_downloadProgressBar->setToolTip(description);
+    _ui->_downloadProgressBar->setAccessibleDescription(description);
+}
+
+void LVSingleInstallItem::updateDescription()
+{
+    if (!_ui)
+        return;
+    const QString installed = installedVersion();
+    const VMVersionItemPtr installedItem = _productItem->versionItemForVersionString(installed);
+    const VMVersionItemPtr latest = _productItem->latestVersionItem();
+    if (!latest)
+        VM_LOG_MESSAGE(QStringLiteral("No latest version found!"));
+    const QDateTime releaseDate = latest ? latest->releaseDate() : QDateTime();
+    const QDateTime now = VMUtils::currentDate();
+    const qint64 newPeriod = installManager() ? installManager()->indicateAsNewProductPeriod() : 14;
+
+    QList<VMVersionItemPtr> described;
+    if (installed.isNull() || !installedItem) {
+        if (latest)
+            described.append(latest);
+    } else if (installedItem != latest) {
+        for (const VMVersionItemPtr& version : _productItem->versionItems())
+            if (VMUtils::compareVersion(installed, version->productVersion()) == -1)
+                described.append(version);
+    }
+
+    QTextDocument* document = _ui->_descriptionTextView->document();
+    document->clear();
+    QTextCursor cursor(document);
+    const QColor white(Qt::white);
+    cursor.insertText(_productItem->productDescription(), helvetica(14, false, white));
+
+    if (latest) {
+        QStringList requirements;
+        if (!latest->osXVersion().isNull() &&
+            VMUtils::compareVersion(latest->osXVersion(), VMUtils::checkOSXVersion()) == 1)
+            requirements.append(QStringLiteral("OS X %1").arg(latest->osXVersion()));
+        const struct
+        {
+            qint64 host;
+            const char* bundle;
+            const char* name;
+        } hosts[] = {{1, "com.apple.FinalCut", "FCP X %1"}, {2, "com.apple.motionapp", "Motion %1"}};
+        for (const auto& host : hosts) {
+            const QVariant required = latest->hostVersions().value(VMUtils::stringForHostApp(host.host));
+            if (required.isValid() &&
+                VMUtils::compareVersion(required.toString(),
+                                        VMUtils::checkInstalledBundleVersion(QLatin1String(host.bundle))) == 1)
+                requirements.append(QString::fromLatin1(host.name).arg(required.toString()));
+        }
+        if (!requirements.isEmpty())
+            cursor.insertText(QStringLiteral("\nThis update requires %1, please update").arg(requirements.join(", ")),
+                              helvetica(12, true, LVBadgeImage::systemOrangeColor()));
+    }
+
+    const auto appendList = [&](const QString& heading, QString (VMVersionItem::*text)() const) {
+        QString list;
+        for (const VMVersionItemPtr& version : std::as_const(described))
+            if (!((*version).*text)().isNull())
+                list = QStringLiteral("%1\n\u2022 %2").arg(list, ((*version).*text)());
+        if (list.isEmpty())
+            return;
+        cursor.insertText(heading, helvetica(12, true, white));
+        cursor.insertText(list, helvetica(12, false, white));
+    };
+    appendList(QStringLiteral("\nFeatures:"), &VMVersionItem::featuresText);
+    appendList(QStringLiteral("\nBug Fixes:"), &VMVersionItem::bugFixesText);
+
+    // As high as the text at the row's width, within bounds; the buttons' line below it.
+    const QMargins margins = _moreInfoView->layout()->contentsMargins();
+    const int textWidth = qMax(100, _moreInfoView->width() - margins.left() - margins.right());
+    document->setTextWidth(textWidth - 2 * document->documentMargin());
+    const bool empty = document->isEmpty();
+    const int used = int(std::ceil(document->documentLayout()->documentSize().height()));
+    const int height = empty ? 40 : qMin(used, 280);
+    _ui->_descriptionTextView->setFixedHeight(height);
+    if (_moreInfoView->height() != height + 36) {
+        _moreInfoView->resize(_moreInfoView->width(), height + 36);
+        if (installManager() && installManager()->installItemsTable())
+            installManager()->installItemsTable()->noteHeightsChanged();
+    }
+
+    QString titleHtml =
+        QStringLiteral("<span style=\"font-family:Helvetica; font-size:13px; font-weight:bold; color:#ffffff\">%1")
+            .arg(title().toHtmlEscaped());
+    if (releaseDate.isValid() && releaseDate.addSecs(newPeriod * 86400) > now)
+        titleHtml += htmlSpan(QStringLiteral(" New"), systemRedColor());
+    else if (_productItem->productDiscontinued())
+        titleHtml += htmlSpan(QStringLiteral("\nDiscontinued"), systemYellowColor());
+    titleHtml += QLatin1String("</span>");
+    _ui->_titleField->setAttributedStringValue(titleHtml);
+    const bool twoLines = titleHtml.contains(QLatin1String("<br>"));
+    _ui->_titleField->setMinimumHeight(twoLines ? 32 : 16);
+
+    _ui->_moreInfoButton->setEnabled(!_productItem->productInfoURL().isEmpty());
+    _ui->_buyButton->setEnabled(!_productItem->productBuyURL().isEmpty());
+}
+
+void LVSingleInstallItem::downloadButtonAction()
+{
+    checkAndDownloadInstallVersion(_productItem->latestVersionItem());
+}
+
+void LVSingleInstallItem::downloadVersion(const VMVersionItemPtr& version)
+{
+    checkAndDownloadInstallVersion(version);
+}
+
+void LVSingleInstallItem::checkAndDownloadInstallVersion(const VMVersionItemPtr& version)
+{
+    if (version && version->containsTag(kFxPlug3) && VMUtils::isArm64()) {
+        LVAlert alert(
+            QStringLiteral("Install incompatible Version?"),
+            QStringLiteral("This version of '%1' cannot be run natively on your hardware, see here for details.")
+                .arg(title()));
+        alert.addButtonWithTitle(QStringLiteral("Install"));
+        alert.addButtonWithTitle(QStringLiteral("Cancel"));
+        QPointer<LVSingleInstallItem> self(this);
+        alert.addButtonWithTitle(QStringLiteral("More Info"), [self] {
+            if (self)
+                self->showHelpOnUninstallingDiscontinuedVersions();
+        });
+        LVRowHost* manager = installManager();
+        if (!manager)
+            return;
+        manager->showAlert(alert, [self, version](int response) {
+            if (self && response == LVAlert::alertFirstButtonReturn)
+                self->downloadInstallVersion(version);
+        });
+        return;
+    }
+    downloadInstallVersion(version);
+}
+
+void LVSingleInstallItem::downloadInstallVersion(const VMVersionItemPtr& version)
+{
+    // The same button cancels a download that runs.
+    LVDownloader* running = _operation->downloader();
+    if (running && running->identifier() != LVProductOperation::uninstallScriptDownload) {
+        _operation->cancelDownload();
+        return;
+    }
+    if (!version)
+        return;
+    _operation->startDownload(version);
+    updateStatus();
+}
+
+void LVSingleInstallItem::downloadStarted(LVDownloader* downloader)
+{
+    if (downloader->identifier() != LVProductOperation::installerDownload &&
+        downloader->identifier() != LVProductOperation::manualDownload)
+        return;
+    updateStatus();
+    if (_ui)
+        _ui->_downloadProgressBar->setValue(0);
+}
+
+void LVSingleInstallItem::downloadProgress(double progress, LVDownloader* downloader)
+{
+    if (downloader->identifier() != LVProductOperation::installerDownload &&
+        downloader->identifier() != LVProductOperation::manualDownload)
+        return;
+    updateStatus();
+    if (_ui)
+        _ui->_downloadProgressBar->setValue(int(qBound(0.0, progress, 1.0) * _ui->_downloadProgressBar->maximum()));
+    updateProgressDescription();
+}
+
+void LVSingleInstallItem::downloadCompleted(LVDownloader* downloader)
+{
+    switch (downloader->identifier()) {
+    case LVProductOperation::iconDownload: {
+        const QImage image = QImage::fromData(downloader->data());
+        if (!image.isNull()) {
+            LVIconCache::setCachedIcon(image, QUrl(_productItem->productIconURL()));
+            showIcon(image);
+        }
+        downloader->deleteLater();
+        break;
+    }
+    case LVProductOperation::installerDownload:
+        updateStatus();
+        _operation->install();
+        updateStatus();
+        break;
+    case LVProductOperation::manualDownload:
+        updateStatus();
+        break;
+    default:
+        break;
+    }
+}
+
+void LVSingleInstallItem::downloadFailed(LVDownloader* downloader)
+{
+    switch (downloader->identifier()) {
+    case LVProductOperation::iconDownload:
+        showIcon(QImage());
+        downloader->deleteLater();
+        break;
+    case LVProductOperation::installerDownload:
+    case LVProductOperation::manualDownload:
+        updateStatus();
+        break;
+    default:
+        break;
+    }
+}
+
+void LVSingleInstallItem::installStarted(LVInstaller*)
+{
+    _showUserAlert = false;
+    updateStatus();
+}
+
+void LVSingleInstallItem::installCompleted(LVInstaller* installer)
+{
+    VMVersionItemPtr version = installer->representedObject().value<VMVersionItemPtr>();
+    if (!version)
+        version = _operation->installingVersionItem();
+    _showUserAlert = true;
+    updateStatus();
+    _operation->beginConfirmation(version);
+    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("reloadLVUpdateItem"),
+                                                           QVariant::fromValue(static_cast<QObject*>(this)));
+    // Every row of this product (this one too) confirms the new version from here.
+    _operation->announceInstallation();
+}
+
+void LVSingleInstallItem::installFailed(LVInstaller* installer)
+{
+    const VMError error = installer->error();
+    VM_LOG_MESSAGE(QStringLiteral("Installer failed: %1").arg(error.description()));
+    updateStatus();
+    if (error.code() != PrivilegedExecution::Canceled && installManager())
+        installManager()->showError(error);
+}
+
+void LVSingleInstallItem::installCompletedNotif(const VMNotification& notification)
+{
+    if (concernsProduct(notification, *_productItem))
+        checkInstalledVersion(10);
+}
+
+bool LVSingleInstallItem::concernsProduct(const VMNotification& notification, const VMSingleProductItem& product)
+{
+    const std::shared_ptr<VMProductItem> other = productOf(notification.object);
+    if (!other)
+        return false;
+    if (other->productID() == product.productID())
+        return true;
+    return !other->productIdentifier().isNull() && product.allProductIdentifiers().contains(other->productIdentifier());
+}
+
+void LVSingleInstallItem::checkInstalledVersion(const QVariant&)
+{
+    const QVariant temporary = _productItem->propertyForKey(kTemporaryVersion);
+    if (!temporary.isValid() || temporary.isNull())
+        return;
+    setInstalledVersion(temporary.toString());
+    updateStatus();
+    updateDescription();
+    if (_showUserAlert) {
+        showAlert(
+            QStringLiteral("Installation Completed"),
+            QStringLiteral("%1 was installed successfully. Please check the help tab if you need help finding the "
+                           "plugins, getting started or finding tutorials")
+                .arg(title()));
+        _showUserAlert = false;
+    }
+}
+
+void LVSingleInstallItem::downloadRunUninstaller(const QStringList& scriptURLs)
+{
+    if (scriptURLs.isEmpty())
+        return;
+    _operation->startUninstall(scriptURLs);
+}
+
+void LVSingleInstallItem::uninstallStarted(LVUninstaller*) {}
+
+void LVSingleInstallItem::uninstallCompleted(LVUninstaller*)
+{
+    updateStatus();
+    VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
+    center.postNotification(QStringLiteral("reloadLVUpdateItem"), QVariant::fromValue(static_cast<QObject*>(this)));
+    center.postNotification(kProductUninstallCompleted, QVariant::fromValue(_productItem));
+    showAlert(QStringLiteral("Uninstallation Completed"),
+              QStringLiteral("%1 was uninstalled successfully").arg(title()));
+}
+
+void LVSingleInstallItem::uninstallFailed(LVUninstaller*)
+{
+    updateStatus();
+    showAlert(QStringLiteral("Uninstall Failed"),
+              QStringLiteral("Uninstall of %1 failed, please see directions for manual uninstall in the help section")
+                  .arg(title()));
+}
+
+void LVSingleInstallItem::uninstallCompletedNotif(const VMNotification& notification)
+{
+    if (!concernsProduct(notification, *_productItem))
+        return;
+    const QString version = _productItem->checkInstalledPluginVersion();
+    VM_LOG_MESSAGE(QStringLiteral("Installed version: %1").arg(version));
+    setInstalledVersion(version);
+    updateStatus();
+    updateDescription();
+}
+
+void LVSingleInstallItem::downloadManually()
+{
+    const QString source = latestVersionInstallerURL();
+    if (source.isEmpty()) {
+        VM_LOG_MESSAGE(QStringLiteral("No Source URL"));
+        return;
+    }
+    const QUrl url(source);
+    const QString proposed = url.fileName();
+    QString path;
+    if (savePathProvider())
+        path = savePathProvider()(proposed);
+    else {
+        QWidget* parent = installManager() ? installManager()->window() : nullptr;
+        path = QFileDialog::getSaveFileName(parent, QString(),
+                                            Platform::systemInfo().downloadsDirectory() + QLatin1Char('/') + proposed);
+    }
+    if (path.isEmpty())
+        return;
+    _operation->startDownload(url, {}, LVProductOperation::manualDownload, QVariant(), path);
+    updateStatus();
+}
+
+void LVSingleInstallItem::openURL(const QString& url) const
+{
+    if (!url.isEmpty())
+        Platform::workspace().openUrl(QUrl(url));
+}
+
+void LVSingleInstallItem::showMoreInfo()
+{
+    openURL(_productItem->productInfoURL());
+}
+
+void LVSingleInstallItem::showDocumentation()
+{
+    openURL(_productItem->productDocsURL());
+}
+
+void LVSingleInstallItem::buy()
+{
+    openURL(_productItem->productBuyURL());
+}
+
+void LVSingleInstallItem::showHelpOnUninstallingDiscontinuedVersions()
+{
+    Platform::workspace().openUrl(
+        LVServers::supportURL(QStringLiteral("/pages/what-are-the-fxplug3-versions-of-products-do-i-still-need-them")));
+}
+
+void LVSingleInstallItem::singleClicked(QMouseEvent*, LVInstallItemTitleField*)
+{
+    if (installManager())
+        installManager()->selectInstallItem(this);
+}
+
+void LVSingleInstallItem::doubleClicked(QMouseEvent*, LVInstallItemTitleField*)
+{
+    const uint status = installStatus();
+    if (status == StatusNotInstalled || status == StatusUpdateAvailable || status == StatusBundlePartlyInstalled)
+        checkAndDownloadInstallVersion(_productItem->latestVersionItem());
+}
+
+void LVSingleInstallItem::menuWillOpen(QMenu* menu)
+{
+    LVInstallItem::menuWillOpen(menu);
+    // The first entry only titles a Mac pull-down button; a Qt menu would list it.
+    if (menu && !menu->actions().isEmpty())
+        menu->actions().first()->setVisible(false);
+}
+
+void LVSingleInstallItem::populateContextMenu(QMenu* menu, QEvent*)
+{
+    if (!menu)
+        return;
+    const uint status = installStatus();
+    const VMVersionItemPtr latest = _productItem->latestVersionItem();
+    QPointer<LVSingleInstallItem> self(this);
+
+    const QString installTitle = status == StatusNotInstalled      ? QStringLiteral("Install")
+                                 : status == StatusLatestInstalled ? QStringLiteral("Reinstall")
+                                                                   : QStringLiteral("Install Latest Version");
+    QAction* install = menu->addAction(installTitle);
+    connect(install, &QAction::triggered, this, [self, latest] {
+        if (self)
+            self->downloadVersion(latest);
+    });
+
+    VMVersionItemPtr fxplug3Install;
+    VMVersionItemPtr fxplug3Uninstall;
+    for (const VMVersionItemPtr& version : _productItem->versionItems()) {
+        if (version == latest || !version->containsTag(kFxPlug3))
+            continue;
+        if (!version->versionDownloadURL().isEmpty())
+            fxplug3Install = version;
+        if (!version->productUninstallScriptURL().isEmpty())
+            fxplug3Uninstall = version;
+    }
+    if (fxplug3Install) {
+        QAction* action = menu->addAction(QStringLiteral("Install FxPlug3 Version"));
+        action->setEnabled(fxplug3Install->checkInstalledPluginVersion().isNull());
+        connect(action, &QAction::triggered, this, [self, fxplug3Install] {
+            if (self)
+                self->downloadVersion(fxplug3Install);
+        });
+    }
+
+    menu->addSeparator();
+    const QStringList scripts = LVProductOperation::uninstallScriptURLs(*_productItem);
+    QAction* uninstall = menu->addAction(QStringLiteral("Uninstall"));
+    uninstall->setEnabled((status == StatusLatestInstalled || status == StatusUpdateAvailable) && !scripts.isEmpty());
+    connect(uninstall, &QAction::triggered, this, [self, scripts] {
+        if (self)
+            self->downloadRunUninstaller(scripts);
+    });
+    if (fxplug3Uninstall) {
+        const QStringList script{fxplug3Uninstall->productUninstallScriptURL()};
+        QAction* action = menu->addAction(QStringLiteral("Uninstall FxPlug3 Version"));
+        action->setEnabled(!fxplug3Uninstall->checkInstalledPluginVersion().isNull());
+        connect(action, &QAction::triggered, this, [self, script] {
+            if (self)
+                self->downloadRunUninstaller(script);
+        });
+    }
+
+    menu->addSeparator();
+    const struct
+    {
+        const char* title;
+        QString url;
+        void (LVSingleInstallItem::*action)();
+    } links[] = {{"More Info...", _productItem->productInfoURL(), &LVSingleInstallItem::showMoreInfo},
+                 {"Documentation...", _productItem->productDocsURL(), &LVSingleInstallItem::showDocumentation},
+                 {"Buy...", _productItem->productBuyURL(), &LVSingleInstallItem::buy}};
+    for (const auto& link : links) {
+        QAction* action = menu->addAction(QString::fromLatin1(link.title));
+        action->setEnabled(!link.url.isEmpty());
+        connect(action, &QAction::triggered, this, link.action);
+    }
+
+    menu->addSeparator();
+    QAction* manual = menu->addAction(QStringLiteral("Download Installer Manually..."));
+    manual->setEnabled(!latestVersionInstallerURL().isEmpty());
+    connect(manual, &QAction::triggered, this, &LVSingleInstallItem::downloadManually);
+}
+
+void LVSingleInstallItem::showAlert(const QString& message, const QString& informative) const
+{
+    if (installManager())
+        installManager()->showAlert(LVAlert(message, informative));
+}
+
+QWidget* LVSingleInstallItem::headlineView() const
+{
+    return _headlineView;
+}
+
+QWidget* LVSingleInstallItem::moreInfoView() const
+{
+    return _moreInfoView;
+}
+
+LVInstallItemTitleField* LVSingleInstallItem::titleField() const
+{
+    return _ui ? _ui->_titleField : nullptr;
+}
+
+QLabel* LVSingleInstallItem::statusButton() const
+{
+    return _ui ? _ui->_statusButton : nullptr;
+}
+
+QLabel* LVSingleInstallItem::statusTextField() const
+{
+    return _ui ? _ui->_statusTextField : nullptr;
+}
+
+QProgressBar* LVSingleInstallItem::downloadProgressBar() const
+{
+    return _ui ? _ui->_downloadProgressBar : nullptr;
+}
+
+QToolButton* LVSingleInstallItem::downloadButton() const
+{
+    return _ui ? _ui->_downloadButton : nullptr;
+}
+
+QToolButton* LVSingleInstallItem::menuButton() const
+{
+    return _ui ? _ui->_menuButton : nullptr;
+}
+
+QTextEdit* LVSingleInstallItem::descriptionTextView() const
+{
+    return _ui ? _ui->_descriptionTextView : nullptr;
+}
+
+QPushButton* LVSingleInstallItem::moreInfoButton() const
+{
+    return _ui ? _ui->_moreInfoButton : nullptr;
+}
+
+QPushButton* LVSingleInstallItem::buyButton() const
+{
+    return _ui ? _ui->_buyButton : nullptr;
+}
+
+QMenu* LVSingleInstallItem::menu() const
+{
+    return _menu;
+}

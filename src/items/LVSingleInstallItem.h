@@ -1,0 +1,133 @@
+#pragma once
+
+#include "LVInstallItem.h"
+#include "catalogue/VMSingleProductItem.h"
+#include "catalogue/VMVersionItem.h"
+
+#include <QMutex>
+#include <QPointer>
+#include <QStringList>
+#include <functional>
+#include <memory>
+
+namespace Ui {
+class LVSingleInstallItem;
+}
+class LVMoreInfoSingleInstallItem;
+class LVProductOperation;
+class QLabel;
+class QProgressBar;
+class QPushButton;
+class QTextEdit;
+class QToolButton;
+struct VMNotification;
+
+// The row of one catalogue product: icon, title, status and description, installing the latest or
+// an older version, uninstalling, downloading the installer by hand and the product's web pages.
+// The work itself is done by one LVProductOperation; the row adds what the user sees (status,
+// alerts, the button that toggles to cancel) and decides what a result means.
+class LVSingleInstallItem : public LVInstallItem
+{
+    Q_OBJECT
+public:
+    // Asks where a manually downloaded installer goes: the proposed file name in, a path or
+    // nothing out. A save dialog unless a test replaces it.
+    using SavePathProvider = std::function<QString(const QString& proposedFileName)>;
+
+    // Null, and "productItem = nil" logged, without a product.
+    static LVSingleInstallItem* installItemWithSingleProductItem(const VMSingleProductItemPtr& productItem);
+    static LVSingleInstallItem* initWithSingleProductItem(const VMSingleProductItemPtr& productItem);
+    ~LVSingleInstallItem() override;
+
+    static void setSavePathProvider(SavePathProvider provider);
+
+    VMSingleProductItemPtr singleProductItem() const { return _productItem; }
+    std::shared_ptr<VMProductItem> productItem() const override;
+    QString installedVersion() const;
+    void setInstalledVersion(const QString& version);
+    LVMoreInfoSingleInstallItem* moreInfoItem() const { return _moreInfoItem.get(); }
+    LVProductOperation* operation() const { return _operation; }
+    bool showUserAlert() const { return _showUserAlert; }
+    QString latestVersionInstallerURL() const;
+
+    QString title() const override;
+    bool discontinued() const override;
+    QWidget* view() override;
+    QList<LVOutlineItem*> childItems() override;
+    bool shouldExpand() override { return true; }
+    bool shouldCollapse() override { return true; }
+    bool shouldSelect() override { return true; }
+
+    void updateStatus() override;
+    void updateDescription();
+
+    void downloadButtonAction();
+    void downloadVersion(const VMVersionItemPtr& version) override;
+    void checkAndDownloadInstallVersion(const VMVersionItemPtr& version);
+    void downloadInstallVersion(const VMVersionItemPtr& version);
+    void downloadRunUninstaller(const QStringList& scriptURLs);
+    void downloadManually();
+    void showMoreInfo();
+    void showDocumentation();
+    void buy();
+    void showHelpOnUninstallingDiscontinuedVersions();
+    void singleClicked(QMouseEvent* event, LVInstallItemTitleField* titleField) override;
+    void doubleClicked(QMouseEvent* event, LVInstallItemTitleField* titleField) override;
+    using LVInstallItem::doubleClicked;
+
+    void populateContextMenu(QMenu* menu, QEvent* event) override;
+    void menuWillOpen(QMenu* menu) override;
+
+    void installCompletedNotif(const VMNotification& notification);
+    void uninstallCompletedNotif(const VMNotification& notification);
+    void checkInstalledVersion(const QVariant& ignored = QVariant());
+
+    void downloadStarted(LVDownloader* downloader) override;
+    void downloadProgress(double progress, LVDownloader* downloader) override;
+    void downloadCompleted(LVDownloader* downloader) override;
+    void downloadFailed(LVDownloader* downloader) override;
+    void installStarted(LVInstaller* installer) override;
+    void installCompleted(LVInstaller* installer) override;
+    void installFailed(LVInstaller* installer) override;
+    void uninstallStarted(LVUninstaller* uninstaller) override;
+    void uninstallCompleted(LVUninstaller* uninstaller) override;
+    void uninstallFailed(LVUninstaller* uninstaller) override;
+
+    // The views, for tests and the window; made by view().
+    QWidget* headlineView() const;
+    QWidget* moreInfoView() const;
+    LVInstallItemTitleField* titleField() const;
+    QLabel* statusButton() const;
+    QLabel* statusTextField() const;
+    QProgressBar* downloadProgressBar() const;
+    QToolButton* downloadButton() const;
+    QToolButton* menuButton() const;
+    QTextEdit* descriptionTextView() const;
+    QPushButton* moreInfoButton() const;
+    QPushButton* buyButton() const;
+    QMenu* menu() const;
+
+private:
+    explicit LVSingleInstallItem(const VMSingleProductItemPtr& productItem);
+    void loadView();
+    void showIcon(const QImage& image);
+    void startIconDownload();
+    void updateProgressDescription();
+    void openURL(const QString& url) const;
+    void showAlert(const QString& message, const QString& informative) const;
+    static bool concernsProduct(const VMNotification& notification, const VMSingleProductItem& product);
+
+    VMSingleProductItemPtr _productItem;
+    mutable QMutex _installedVersionLock;
+    QString _installedVersion;
+    LVProductOperation* _operation = nullptr;
+    bool _showUserAlert = false;
+    std::unique_ptr<LVMoreInfoSingleInstallItem> _moreInfoItem;
+
+    std::unique_ptr<Ui::LVSingleInstallItem> _ui;
+    QPointer<QWidget> _panel;
+    QPointer<QWidget> _headlineView;
+    QPointer<QWidget> _moreInfoView;
+    QPointer<QMenu> _menu;
+    QPointer<LVDownloader> _iconDownloader;
+};

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QIcon>
+#include <QString>
+
+// The named status images of the install rows ("NSStatusNone", "NSStatusAvailable",
+// "NSStatusPartiallyAvailable", "NSTouchBarDownloadTemplate", "NSStopProgressFreestandingTemplate"):
+// the application's resource of that name when there is one, otherwise drawn here.
+namespace LVStatusImages {
+QIcon named(const QString& name);
+} // namespace LVStatusImages

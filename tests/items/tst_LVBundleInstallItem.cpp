@@ -1,0 +1,457 @@
+#include "LocalHttpServer.h"
+#include "TestAlertPresenter.h"
+#include "TestEnvironment.h"
+#include "engines/TestPrivilegedExecution.h"
+
+#include "DemoCatalogue.h"
+#include "DemoPackages.h"
+#include "PackageBuilder.h"
+#include "catalogue/VMInstalledVersions.h"
+#include "catalogue/VMProductsCollection.h"
+#include "catalogue/VMSingleProductItem.h"
+#include "engines/LVInstaller.h"
+#include "foundation/VMPropertyList.h"
+#include "items/LVBundleInstallItem.h"
+#include "items/LVBundleProductInstallItem.h"
+#include "items/LVInstallItemTitleField.h"
+#include "manager/AppDelegate.h"
+#include "manager/LVInstallManager.h"
+
+#include <QAccessible>
+#include <QDir>
+#include <QLabel>
+#include <QMenu>
+#include <QProgressBar>
+#include <QToolButton>
+#include <QtTest>
+
+// A bundle row driving its products with real downloads from a local server, real packages made
+// by the project's package builder and the portable installer in a temporary system root; only
+// the administrator's answer is the test's.
+class tst_LVBundleInstallItem : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void productRowsAndStatus_data();
+    void productRowsAndStatus();
+    void installsEveryProductUnderOneAuthorizationThenUninstalls();
+    void failureEndsTheOperation_data();
+    void failureEndsTheOperation();
+    void oneFailedInstallationStillInstallsTheOthers();
+    void everyControlHasAnAccessibleName();
+    void demoBundleInstallsAndUninstallsWithOneConsentEach();
+
+private:
+    // Products "A", "B" and "C": versions 1.0 and 2.0, packages on the server, one uninstall script each.
+    void publish(const QString& id, const QString& version);
+    VMSingleProductItemPtr product(const QString& id, bool discontinued = false, const QString& tags = {}) const;
+    std::unique_ptr<LVBundleInstallItem> bundle(const QString& ids, const QList<VMSingleProductItemPtr>& products);
+    // The old versions, installed for real beforehand, so the bundle's installs are upgrades.
+    void installOldVersions(const QStringList& ids);
+    QString installed(const QString& id) const;
+    QStringList packagesOnDisk() const;
+
+    std::unique_ptr<TestEnvironment> _env;
+    std::unique_ptr<LocalHttpServer> _server;
+    std::shared_ptr<TestAlertPresenter> _alerts;
+    std::shared_ptr<TestPrivilegedExecution> _privileged;
+    QHash<QString, QString> _packages;
+};
+
+namespace {
+QString appPath(const QString& id)
+{
+    return QStringLiteral("/Applications/Lumivane/%1.app").arg(id);
+}
+
+QStringList alertTexts(const TestAlertPresenter& alerts)
+{
+    QStringList texts;
+    for (const LVAlert& alert : alerts.alerts())
+        texts.append(alert.messageText() + QStringLiteral(": ") + alert.informativeText());
+    return texts;
+}
+} // namespace
+
+void tst_LVBundleInstallItem::initTestCase()
+{
+    AppDelegate::configureApplication();
+}
+
+void tst_LVBundleInstallItem::init()
+{
+    _env = std::make_unique<TestEnvironment>();
+    VMInstalledVersions::clearBundleIdentifierCache();
+    _privileged = std::make_shared<TestPrivilegedExecution>();
+    Platform::setPrivilegedExecution(_privileged);
+    _server = std::make_unique<LocalHttpServer>();
+    _alerts = std::make_shared<TestAlertPresenter>();
+    LVInstallManager::sharedInstallManager()->setAlertPresenter(_alerts);
+    for (const QString id : {"A", "B", "C"}) {
+        publish(id, QStringLiteral("1.0"));
+        publish(id, QStringLiteral("2.0"));
+        const QByteArray script = "rm -rf '" + (_env->systemRoot() + appPath(id)).toUtf8() + "'\necho $?\n";
+        _server->setRoute("/uninstall/" + id.toUtf8() + ".bash", script);
+    }
+}
+
+void tst_LVBundleInstallItem::cleanup()
+{
+    LVInstallManager::sharedInstallManager()->setAlertPresenter(nullptr);
+    _alerts.reset();
+    _server.reset();
+    Platform::setPrivilegedExecution(nullptr);
+    _privileged.reset();
+    _packages.clear();
+    _env.reset();
+}
+
+void tst_LVBundleInstallItem::publish(const QString& id, const QString& version)
+{
+    const QString payload = _env->path() + QStringLiteral("/payload");
+    const auto write = [](const QString& path, const QVariantMap& info) {
+        QDir().mkpath(QFileInfo(path).absolutePath());
+        QFile file(path);
+        return file.open(QIODevice::WriteOnly) && file.write(VMPropertyList::toXmlData(info)) > 0;
+    };
+    QVERIFY(write(payload + appPath(id) + QStringLiteral("/Contents/Info.plist"),
+                  {{"CFBundleIdentifier", "com.quarnet.FxPlug." + id}, {"CFBundleShortVersionString", version}}));
+    QVERIFY(
+        write(payload + appPath(id) + QStringLiteral("/Contents/PlugIns/%1XPC.pluginkit/Contents/Info.plist").arg(id),
+              {{"CFBundleIdentifier", "com.quarnet.FxPlug." + id + "XPC"},
+               {"CFBundleVersion", version},
+               {"Product Versions", QVariantMap{{id, version}}}}));
+    PackageBuilder builder;
+    builder.root = payload;
+    builder.identifier = "com.quarnet.pkg." + id;
+    builder.version = version;
+    const QString output = QStringLiteral("%1/site/%2-%3.pkg").arg(_env->path(), id, version);
+    QDir().mkpath(QFileInfo(output).absolutePath());
+    QString error;
+    QVERIFY2(builder.build(output, &error), qPrintable(error));
+    QDir(payload).removeRecursively();
+    LocalHttpServer::Response response;
+    response.filePath = output;
+    _server->setRoute(QStringLiteral("/pkg/%1-%2.pkg").arg(id, version).toUtf8(), response);
+    _packages.insert(id + version, output);
+}
+
+VMSingleProductItemPtr tst_LVBundleInstallItem::product(const QString& id, bool discontinued, const QString& tags) const
+{
+    QVariantList versions;
+    for (const QString number : {"1.0", "2.0"})
+        versions.append(
+            QVariantMap{{"Product Version", number},
+                        {"Download URL", _server->url(QStringLiteral("/pkg/%1-%2.pkg").arg(id, number)).toString()},
+                        {"Installer Requires Authentication", true},
+                        {"Version Tags", tags}});
+    return VMSingleProductItem::initWithDict(
+        {{"Product ID", id},
+         {"Title", "Product " + id},
+         {"Identifier", "com.quarnet.FxPlug." + id + "XPC"},
+         {"Check Installed Directory", appPath(id)},
+         {"Uninstall Script", _server->url("/uninstall/" + id + ".bash").toString()},
+         {"Discontinued", discontinued},
+         {"Versions", versions}});
+}
+
+std::unique_ptr<LVBundleInstallItem> tst_LVBundleInstallItem::bundle(const QString& ids,
+                                                                     const QList<VMSingleProductItemPtr>& products)
+{
+    auto collection = std::make_shared<VMProductsCollection>();
+    collection->setProductItems(QList<VMProductItemPtr>(products.begin(), products.end()));
+    const auto record = VMBundleProductItem::initWithDict(
+        {{"Bundle", true}, {"Product ID", "BUNDLE"}, {"Title", "Studio"}, {"Included Product IDs", ids}});
+    std::unique_ptr<LVBundleInstallItem> row(LVBundleInstallItem::installItemWithBundleProductItem(record, collection));
+    row->setInstallManager(LVInstallManager::sharedInstallManager());
+    row->view();
+    for (LVBundleProductInstallItem* product : row->productInstallItems())
+        product->view();
+    return row;
+}
+
+void tst_LVBundleInstallItem::installOldVersions(const QStringList& ids)
+{
+    int status = 0;
+    const auto authorization = _privileged->create(&status);
+    QCOMPARE(_privileged->copyRights(authorization, QStringLiteral("system.privilege.admin"), true), 0);
+    for (const QString& id : ids) {
+        const auto installer = LVInstaller::installerWithFilePath(
+            _packages.value(id + "1.0"),
+            {{"requiresAuthentication", true}, {"optionAuthorizationRef", QVariant::fromValue(authorization)}});
+        installer->start();
+    }
+    _privileged->free(authorization);
+    VMInstalledVersions::clearBundleIdentifierCache();
+    for (const QString& id : ids)
+        QCOMPARE(installed(id), QStringLiteral("1.0"));
+}
+
+QString tst_LVBundleInstallItem::installed(const QString& id) const
+{
+    VMInstalledVersions::clearBundleIdentifierCache();
+    return product(id)->checkInstalledPluginVersion();
+}
+
+QStringList tst_LVBundleInstallItem::packagesOnDisk() const
+{
+    QStringList packages;
+    for (const QString& file : _env->temporaryFiles())
+        if (file.endsWith(QLatin1String(".pkg")))
+            packages.append(file);
+    return packages;
+}
+
+void tst_LVBundleInstallItem::productRowsAndStatus_data()
+{
+    QTest::addColumn<QString>("ids");
+    QTest::addColumn<QStringList>("installedVersions");
+    QTest::addColumn<uint>("status");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("installEntry");
+    QTest::addColumn<int>("children");
+
+    // Unknown IDs and the empty pieces of doubled blanks drop out; an empty bundle waits for ever.
+    QTest::newRow("no rows") << "X  Y" << QStringList{} << 7u << "Installing..."
+                             << "Install" << 0;
+    // The discontinued C is a product row of the bundle but not shown as a child.
+    QTest::newRow("none installed") << "A  B X C" << QStringList{"", "", ""} << 1u << "Not yet installed"
+                                    << "Install" << 2;
+    QTest::newRow("one of two") << "A B" << QStringList{"2.0", ""} << 4u << "Bundle not fully installed"
+                                << "Install" << 2;
+    // A bundle never shows "Update available".
+    QTest::newRow("all older") << "A B" << QStringList{"1.0", "1.0"} << 4u << "Bundle not fully installed"
+                               << "Install" << 2;
+    QTest::newRow("all latest or newer") << "B A" << QStringList{"2.0", "2.5"} << 2u << "Latest versions installed"
+                                         << "Reinstall" << 2;
+}
+
+void tst_LVBundleInstallItem::productRowsAndStatus()
+{
+    QFETCH(QString, ids);
+    QFETCH(QStringList, installedVersions);
+    QFETCH(uint, status);
+    QFETCH(QString, text);
+    QFETCH(QString, installEntry);
+    QFETCH(int, children);
+
+    auto row = bundle(ids, {product("A"), product("B"), product("C", true)});
+    QCOMPARE(row->productInstallItems().size(), installedVersions.size());
+    for (int i = 0; i < installedVersions.size(); ++i) {
+        row->productInstallItems().at(i)->setInstalledVersion(installedVersions.at(i));
+        row->productInstallItems().at(i)->updateStatus();
+    }
+    row->updateStatus();
+    QCOMPARE(row->childItems().size(), children);
+    QCOMPARE(row->installStatus(), status);
+    QCOMPARE(row->statusTextField()->text(), text);
+    QCOMPARE(row->downloadButton()->isVisibleTo(row->view()) && row->downloadButton()->isEnabled(),
+             status == 1 || status == 4);
+
+    QMenu menu;
+    row->menuWillOpen(&menu);
+    QCOMPARE(menu.actions().at(1)->text(), installEntry);
+
+    // A reinstall skips every product at its latest version: nothing is asked of the server.
+    _server->clearRequests();
+    menu.actions().at(1)->trigger();
+    if (status == 2) {
+        QVERIFY(!row->isDownloading());
+        QVERIFY(row->busyItems().isEmpty());
+        QTest::qWait(50);
+        QVERIFY(_server->requests().isEmpty());
+        QCOMPARE(row->installStatus(), 2u);
+    }
+    row->cancelDownload();
+}
+
+void tst_LVBundleInstallItem::installsEveryProductUnderOneAuthorizationThenUninstalls()
+{
+    installOldVersions({"A", "B"});
+    // On Apple silicon an FxPlug3 build is confirmed first.
+    _env->systemInfo->machine = QStringLiteral("arm64");
+    auto row = bundle("A B", {product("A", false, QStringLiteral("FxPlug3")), product("B")});
+    LVBundleProductInstallItem* first = row->productInstallItems().at(0);
+    LVBundleProductInstallItem* second = row->productInstallItems().at(1);
+    QCOMPARE(row->installStatus(), 4u);
+
+    row->downloadButton()->click();
+    QCOMPARE(_alerts->pendingCount(), 1);
+    QCOMPARE(_alerts->alerts().last().buttonTitles(), (QStringList{"Install", "Cancel", "More Info"}));
+    QVERIFY(_alerts->answer(LVAlert::alertFirstButtonReturn));
+
+    // One download at a time: the second product waits in the queue until the first is in.
+    QVERIFY(first->isDownloading());
+    QVERIFY(!second->isDownloading());
+    QCOMPARE(row->itemsToDownload(), QList<LVBundleProductInstallItem*>{second});
+    QCOMPARE(row->installStatus(), 5u);
+    QTRY_VERIFY(second->isDownloading());
+    QCOMPARE(first->installStatus(), 7u);
+
+    QSignalSpy phase(row.get(), &LVBundleInstallItem::backgroundPhaseFinished);
+    QTRY_COMPARE_WITH_TIMEOUT(_alerts->alerts().size(), 2, 20000);
+    QCOMPARE(alertTexts(*_alerts).last(), QStringLiteral("Installation Completed: Studio was installed successfully"));
+    QCOMPARE(_privileged->prompts.load(), 2); // one for the old versions, one for the whole bundle
+    QCOMPARE(installed("A"), QStringLiteral("2.0"));
+    QCOMPARE(installed("B"), QStringLiteral("2.0"));
+    QCOMPARE(row->installStatus(), 2u);
+    QCOMPARE(row->statusTextField()->text(), QStringLiteral("Latest versions installed"));
+    QTRY_COMPARE(phase.size(), 1);
+    QVERIFY(packagesOnDisk().isEmpty());
+
+    // Uninstall: every product under one more authorization, one summary.
+    QMenu menu;
+    row->menuWillOpen(&menu);
+    QAction* uninstall = menu.actions().at(3);
+    QCOMPARE(uninstall->text(), QStringLiteral("Uninstall"));
+    QVERIFY(uninstall->isEnabled());
+    uninstall->trigger();
+    QTRY_COMPARE_WITH_TIMEOUT(_alerts->alerts().size(), 3, 20000);
+    QCOMPARE(alertTexts(*_alerts).last(),
+             QStringLiteral("Uninstallation Completed: Studio was uninstalled successfully"));
+    QCOMPARE(_privileged->prompts.load(), 3);
+    QVERIFY(installed("A").isNull());
+    QVERIFY(installed("B").isNull());
+    QTRY_COMPARE(row->installStatus(), 1u);
+    QTRY_COMPARE(phase.size(), 2);
+}
+
+void tst_LVBundleInstallItem::failureEndsTheOperation_data()
+{
+    QTest::addColumn<QString>("how");
+    QTest::addColumn<QStringList>("alerts");
+
+    QTest::newRow("second download fails")
+        << "dropped"
+        << QStringList{"Download Failed: Error downloading Product B, please wait a few minutes and try again"};
+    QTest::newRow("cancelled mid-download") << "cancel" << QStringList{};
+    QTest::newRow("authorization refused") << "refuse" << QStringList{};
+}
+
+void tst_LVBundleInstallItem::failureEndsTheOperation()
+{
+    QFETCH(QString, how);
+    QFETCH(QStringList, alerts);
+
+    if (how == QLatin1String("dropped")) {
+        // The connection breaks halfway: a transport error, unlike an error page, fails a download.
+        LocalHttpServer::Response dropped;
+        dropped.body = LocalHttpServer::generatedBody(0, 8192);
+        dropped.dropAfterBytes = 1024;
+        _server->setRoute("/pkg/B-2.0.pkg", dropped);
+    } else if (how == QLatin1String("cancel")) {
+        LocalHttpServer::Response stalled;
+        stalled.body = LocalHttpServer::generatedBody(0, 8192);
+        stalled.stallAfterBytes = 1024;
+        _server->setRoute("/pkg/B-2.0.pkg", stalled);
+    } else {
+        _privileged->consent = TestPrivilegedExecution::Refuse;
+    }
+    auto row = bundle("A B C", {product("A"), product("B"), product("C")});
+    LVBundleProductInstallItem* a = row->productInstallItems().at(0);
+    LVBundleProductInstallItem* b = row->productInstallItems().at(1);
+    QSignalSpy phase(row.get(), &LVBundleInstallItem::backgroundPhaseFinished);
+    QSignalSpy aStatuses(a, &LVInstallItem::installStatusChanged);
+    row->startDownload();
+
+    if (how == QLatin1String("cancel")) {
+        QTRY_VERIFY(b->isDownloading() && b->currentInstallerDownloadFileSize() > 0);
+        QVERIFY(row->downloadProgressValue() > 0);
+        QCOMPARE(row->downloadButton()->toolTip(), QStringLiteral("Cancel Download"));
+        row->downloadButton()->click();
+    }
+    if (how == QLatin1String("refuse"))
+        QTRY_COMPARE(phase.size(), 1);
+    QTRY_VERIFY(!row->isDownloading());
+    QTRY_COMPARE(row->installStatus(), 1u);
+    QTest::qWait(50);
+
+    QCOMPARE(alertTexts(*_alerts), alerts);
+    // A had been downloaded and waited for the others; its package went with the operation.
+    QVERIFY(aStatuses.contains(QVariantList{7u}));
+    QVERIFY(!a->waitingToInstall());
+    QCOMPARE(packagesOnDisk(), QStringList{});
+    QVERIFY(installed("A").isNull());
+    QCOMPARE(_privileged->prompts.load(), how == QLatin1String("refuse") ? 1 : 0);
+}
+
+void tst_LVBundleInstallItem::oneFailedInstallationStillInstallsTheOthers()
+{
+    installOldVersions({"A", "B", "C"});
+    // B's package is damaged on the server; A and C are sound.
+    _server->setRoute("/pkg/B-2.0.pkg", QByteArray("not a package"));
+    auto row = bundle("A B C", {product("A"), product("B"), product("C")});
+    row->startDownload();
+    QTRY_COMPARE_WITH_TIMEOUT(_alerts->alerts().size(), 1, 20000);
+    QCOMPARE(alertTexts(*_alerts).last(),
+             QStringLiteral("Installation Failed: One or more products of 'Studio' could not be installed. Please try "
+                            "the individual product installer for this product"));
+    QCOMPARE(_privileged->prompts.load(), 2);
+    QCOMPARE(installed("A"), QStringLiteral("2.0"));
+    QCOMPARE(installed("B"), QStringLiteral("1.0"));
+    QCOMPARE(installed("C"), QStringLiteral("2.0"));
+    QTRY_COMPARE(row->installStatus(), 4u);
+    QTRY_VERIFY(packagesOnDisk().isEmpty());
+}
+
+void tst_LVBundleInstallItem::everyControlHasAnAccessibleName()
+{
+    auto row = bundle("A B", {product("A"), product("B")});
+    QList<QWidget*> views{row->view()};
+    for (LVBundleProductInstallItem* product : row->productInstallItems())
+        views.append(product->view());
+    for (QWidget* view : views) {
+        for (QWidget* control : view->findChildren<QWidget*>()) {
+            if (!control->isVisibleTo(view) || control->layout())
+                continue;
+            QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(control);
+            QVERIFY(accessible);
+            QVERIFY2(!accessible->text(QAccessible::Name).isEmpty(), qPrintable(control->objectName()));
+        }
+    }
+    QCOMPARE(QAccessible::queryAccessibleInterface(row->downloadButton())->role(), QAccessible::Button);
+    QCOMPARE(QAccessible::queryAccessibleInterface(row->titleField())->text(QAccessible::Name),
+             QStringLiteral("Studio"));
+}
+
+void tst_LVBundleInstallItem::demoBundleInstallsAndUninstallsWithOneConsentEach()
+{
+    // The demo's own catalogue, packages and scripts.
+    const QString site = _env->path() + QStringLiteral("/demo");
+    QString error;
+    QVERIFY2(DemoPackages::writePackages(site, &error, 4096), qPrintable(error));
+    QVERIFY2(DemoPackages::seedSystemRoot(site, _env->systemRoot(), &error), qPrintable(error));
+    _server->serveDirectory("/", site);
+    QUrl base = _server->url(QStringLiteral("/"));
+    base.setPath(QString());
+    const QVariantMap catalogue = DemoCatalogue::catalogue(base, QDateTime::currentDateTime());
+    const auto collection = VMProductsCollection::initWithDict(catalogue.value("Products"));
+    VMBundleProductItemPtr record;
+    for (const VMProductItemPtr& product : collection->productItems())
+        if (product->productID() == QLatin1String("LV-TYPE"))
+            record = std::dynamic_pointer_cast<VMBundleProductItem>(product);
+    QVERIFY(record);
+    std::unique_ptr<LVBundleInstallItem> row(LVBundleInstallItem::installItemWithBundleProductItem(record, collection));
+    row->setInstallManager(LVInstallManager::sharedInstallManager());
+    QCOMPARE(row->productInstallItems().size(), 2);
+    QCOMPARE(row->installStatus(), 1u);
+
+    row->startDownload();
+    QTRY_COMPARE_WITH_TIMEOUT(_alerts->alerts().size(), 1, 30000);
+    QCOMPARE(_alerts->alerts().last().messageText(), QStringLiteral("Installation Completed"));
+    QCOMPARE(row->installStatus(), 2u);
+    QCOMPARE(_privileged->prompts.load(), 1);
+
+    row->startUninstalling();
+    QTRY_COMPARE_WITH_TIMEOUT(_alerts->alerts().size(), 2, 30000);
+    QCOMPARE(_alerts->alerts().last().messageText(), QStringLiteral("Uninstallation Completed"));
+    QTRY_COMPARE(row->installStatus(), 1u);
+    QCOMPARE(_privileged->prompts.load(), 2);
+    QTRY_VERIFY(packagesOnDisk().isEmpty());
+}
+
+QTEST_MAIN(tst_LVBundleInstallItem)
+#include "tst_LVBundleInstallItem.moc"

@@ -1,0 +1,200 @@
+#include "LocalHttpServer.h"
+#include "TestAlertPresenter.h"
+#include "TestEnvironment.h"
+#include "engines/EngineRecorder.h"
+#include "engines/TestPrivilegedExecution.h"
+
+#include "PackageBuilder.h"
+#include "catalogue/LVServers.h"
+#include "catalogue/VMInstalledVersions.h"
+#include "foundation/VMPropertyList.h"
+#include "items/LVSingleInstallItem.h"
+#include "manager/AppDelegate.h"
+#include "manager/LVInstallManager.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QDir>
+#include <QMenu>
+#include <QTimer>
+#include <QtTest>
+
+// A product row used the way a screen reader uses it: found, read and pressed only through its
+// accessibility interfaces, against a local server, real packages, the portable installer and the
+// consent prompt, in a temporary system root.
+class tst_LVSingleInstallItemAccessible : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase() { AppDelegate::configureApplication(); }
+    void updateAndUninstallThroughAccessibility();
+};
+
+namespace {
+const QString kPluginPath = QStringLiteral("/Applications/Lumivane/Glow.app/Contents/PlugIns/GlowXPC.pluginkit");
+
+QString buildPackage(const QString& folder, const QString& version)
+{
+    const QString payload = folder + QStringLiteral("/payload");
+    QDir().mkpath(payload + kPluginPath + QStringLiteral("/Contents"));
+    QFile info(payload + kPluginPath + QStringLiteral("/Contents/Info.plist"));
+    if (!info.open(QIODevice::WriteOnly))
+        return QString();
+    info.write(VMPropertyList::toXmlData(QVariantMap{{"CFBundleIdentifier", "com.quarnet.FxPlug.GlowXPC"},
+                                                     {"CFBundleVersion", version + " (7)"},
+                                                     {"Product Versions", QVariantMap{{"GLOW", version}}}}));
+    info.close();
+    PackageBuilder builder;
+    builder.root = payload;
+    builder.identifier = QStringLiteral("com.quarnet.pkg.Glow");
+    builder.version = version;
+    const QString output = QStringLiteral("%1/packages/Glow-%2.pkg").arg(folder, version);
+    QDir().mkpath(QFileInfo(output).absolutePath());
+    QString error;
+    const bool built = builder.build(output, &error);
+    QDir(payload).removeRecursively();
+    return built ? output : QString();
+}
+
+QAccessibleInterface* findAccessible(QAccessibleInterface* root, QAccessible::Role role, const QString& name)
+{
+    if (!root)
+        return nullptr;
+    if (root->role() == role && root->text(QAccessible::Name) == name && !root->state().invisible)
+        return root;
+    for (int i = 0; i < root->childCount(); ++i)
+        if (QAccessibleInterface* found = findAccessible(root->child(i), role, name))
+            return found;
+    return nullptr;
+}
+
+// What the row's status line says, as read aloud.
+QString spokenStatus(QAccessibleInterface* row)
+{
+    for (const char* status : {"Not yet installed", "Update available", "Latest version installed", "Installing..."})
+        if (findAccessible(row, QAccessible::StaticText, QLatin1String(status)))
+            return QLatin1String(status);
+    return QString();
+}
+} // namespace
+
+void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
+{
+    TestEnvironment env;
+    VMInstalledVersions::clearBundleIdentifierCache();
+    auto privileged = std::make_shared<TestPrivilegedExecution>();
+    Platform::setPrivilegedExecution(privileged);
+    // The consent prompt, answered as the user would.
+    std::atomic<int> consents{0};
+    privileged->setConsentProvider([&consents](const QString& right) {
+        if (right != QLatin1String("system.privilege.admin"))
+            return int(PrivilegedExecution::Denied);
+        ++consents;
+        return int(PrivilegedExecution::Success);
+    });
+
+    // An older version is installed already, so the row offers the update.
+    const QString older = buildPackage(env.path(), QStringLiteral("1.0"));
+    const QString newer = buildPackage(env.path(), QStringLiteral("1.1"));
+    QVERIFY(!older.isNull() && !newer.isNull());
+    {
+        EngineRecorder recorder;
+        QSignalSpy finished(&recorder, &EngineRecorder::finished);
+        recorder.installerHeld = LVInstaller::installerWithFilePath(older, {{"requiresAuthentication", true}});
+        recorder.installerHeld->setDelegate(&recorder);
+        recorder.installerHeld->setDeleteFileAfterInstallation(true);
+        recorder.installerHeld->startInBackground();
+        QVERIFY(finished.wait(20000));
+    }
+    const int consentsBefore = consents.load();
+
+    LocalHttpServer server;
+    QUrl base = server.url(QStringLiteral("/"));
+    base.setPath(QString());
+    LVServers::setOverrideURL(base);
+    LocalHttpServer::Response package;
+    package.filePath = newer;
+    server.setRoute("/VM_installers/Glow-1.1.pkg", package);
+    const QString installed = env.systemRoot() + QStringLiteral("/Applications/Lumivane/Glow.app");
+    server.setRoute("/VM_installers/uninstallers/Glow.bash", "rm -rf '" + installed.toUtf8() + "'\necho $?\n");
+    const QVariantMap glow{
+        {"Product ID", "GLOW"},
+        {"Title", "Glow"},
+        {"Identifier", "com.quarnet.FxPlug.GlowXPC"},
+        {"Check Installed Directory", "/Applications/Lumivane/Glow.app"},
+        {"Uninstall Script", server.url("/VM_installers/uninstallers/Glow.bash").toString()},
+        {"Versions",
+         QVariantList{QVariantMap{{"Product Version", "1.0"}, {"Release Date", "20.01.01"}},
+                      QVariantMap{{"Product Version", "1.1"},
+                                  {"Release Date", "20.02.01"},
+                                  {"Download URL", server.url("/VM_installers/Glow-1.1.pkg").toString()}}}}};
+    server.setRoute(
+        "/VM_installers/Product+Versions.plist",
+        VMPropertyList::toXmlData(QVariantMap{{"Products", QVariantMap{{"Products", QVariantList{glow}}}}}));
+
+    LVInstallManager::setSingleInstallItemFactory([](const VMSingleProductItemPtr& product) -> LVInstallItem* {
+        return LVSingleInstallItem::installItemWithSingleProductItem(product);
+    });
+    auto alerts = std::make_shared<TestAlertPresenter>();
+    LVInstallManager* manager = LVInstallManager::sharedInstallManager();
+    manager->setAlertPresenter(alerts);
+    manager->setAttachedToStatusItem(false);
+    manager->show();
+    QTRY_VERIFY_WITH_TIMEOUT(!manager->singleProductInstallItems().isEmpty(), 20000);
+    manager->selectInstallsTabViewAtIndex(LVInstallManager::SingleProductsTab);
+
+    // The row as a screen reader meets it: a named element with a status, a button and a menu.
+    QAccessibleInterface* row =
+        QAccessible::queryAccessibleInterface(manager->singleProductInstallItems().first()->view());
+    QVERIFY(row);
+    QCOMPARE(row->text(QAccessible::Name), QStringLiteral("Glow"));
+    QCOMPARE(spokenStatus(row), QStringLiteral("Update available"));
+
+    QAccessibleInterface* install = findAccessible(row, QAccessible::Button, QStringLiteral("Download & Install"));
+    QVERIFY(install && install->actionInterface());
+    install->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    QTRY_COMPARE_WITH_TIMEOUT(spokenStatus(row), QStringLiteral("Latest version installed"), 30000);
+    QCOMPARE(consents.load(), consentsBefore + 1);
+    QTRY_COMPARE(alerts->pendingCount(), 1);
+    QCOMPARE(alerts->alerts().last().messageText(), QStringLiteral("Installation Completed"));
+    QVERIFY(alerts->answer(LVAlert::alertFirstButtonReturn));
+
+    // The menu opens modally; its entry is picked once it is up.
+    QAccessibleInterface* menuButton =
+        findAccessible(row, QAccessible::ButtonDropDown, QStringLiteral("Actions for Glow"));
+    QVERIFY(menuButton && menuButton->actionInterface());
+    bool picked = false;
+    QTimer picker;
+    connect(&picker, &QTimer::timeout, this, [&] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (!menu)
+            return;
+        picker.stop();
+        QAccessibleInterface* entry = findAccessible(QAccessible::queryAccessibleInterface(menu), QAccessible::MenuItem,
+                                                     QStringLiteral("Uninstall"));
+        if (entry && entry->actionInterface() && !entry->state().disabled) {
+            entry->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+            picked = true;
+        }
+        if (menu->isVisible())
+            menu->close();
+    });
+    picker.start(20);
+    menuButton->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    QTRY_VERIFY(picked);
+
+    QTRY_COMPARE_WITH_TIMEOUT(alerts->pendingCount(), 1, 30000);
+    QCOMPARE(alerts->alerts().last().messageText(), QStringLiteral("Uninstallation Completed"));
+    QVERIFY(alerts->answer(LVAlert::alertFirstButtonReturn));
+    QCOMPARE(consents.load(), consentsBefore + 2);
+    QTRY_COMPARE(spokenStatus(row), QStringLiteral("Not yet installed"));
+    QVERIFY(!QDir(installed).exists());
+
+    LVInstallManager::releaseSharedInstallManager();
+    LVInstallManager::setSingleInstallItemFactory({});
+    LVServers::setOverrideURL(QUrl());
+    QTRY_VERIFY(env.temporaryFiles().isEmpty());
+}
+
+QTEST_MAIN(tst_LVSingleInstallItemAccessible)
+#include "tst_LVSingleInstallItemAccessible.moc"
