@@ -1,5 +1,7 @@
 #include "AppDelegate.h"
 
+#include "foundation/LVApplicationIdentity.h"
+
 #include "LVAlert.h"
 #include "LVAppearance.h"
 #include "LVConsentPrompt.h"
@@ -22,9 +24,7 @@ AppDelegate::~AppDelegate()
 
 void AppDelegate::configureApplication()
 {
-    QCoreApplication::setOrganizationName(QStringLiteral("Quarnet"));
-    QCoreApplication::setOrganizationDomain(QStringLiteral("quarnet.com"));
-    QCoreApplication::setApplicationName(QStringLiteral("Lumivane Manager"));
+    LVApplicationIdentity::apply();
     QCoreApplication::setApplicationVersion(QStringLiteral(LV_VERSION));
     if (auto* app = qobject_cast<QApplication*>(QCoreApplication::instance()))
         LVAppearance::applyToApplication(*app);

@@ -33,26 +33,49 @@ public:
         ::dup2(null, STDERR_FILENO);
         ::close(null);
     }
+    bool inputIsTerminal() const override { return ::isatty(STDIN_FILENO) == 1; }
+    bool outputIsTerminal() const override { return ::isatty(STDOUT_FILENO) == 1; }
 };
 
 } // namespace
 
 namespace NativePlatform {
 
-std::shared_ptr<SystemInfo> createSystemInfo() { return std::make_shared<PosixSystemInfo>(); }
-std::shared_ptr<Workspace> createWorkspace() { return std::make_shared<PosixWorkspace>(); }
-std::shared_ptr<SystemLog> createSystemLog() { return std::make_shared<PosixSystemLog>(); }
-std::shared_ptr<StandardStreams> createStandardStreams() { return std::make_shared<PosixStandardStreams>(); }
+std::shared_ptr<SystemInfo> createSystemInfo()
+{
+    return std::make_shared<PosixSystemInfo>();
+}
+std::shared_ptr<Workspace> createWorkspace()
+{
+    return std::make_shared<PosixWorkspace>();
+}
+std::shared_ptr<SystemLog> createSystemLog()
+{
+    return std::make_shared<PosixSystemLog>();
+}
+std::shared_ptr<StandardStreams> createStandardStreams()
+{
+    return std::make_shared<PosixStandardStreams>();
+}
 std::shared_ptr<PrivilegedExecution> createPrivilegedExecution()
 {
     return std::make_shared<PosixPrivilegedExecution>();
 }
-std::shared_ptr<CommandLineTools> createCommandLineTools() { return std::make_shared<PosixCommandLineTools>(); }
+std::shared_ptr<CommandLineTools> createCommandLineTools()
+{
+    return std::make_shared<PosixCommandLineTools>();
+}
 std::shared_ptr<DistributedNotifications> createDistributedNotifications()
 {
     return std::make_shared<DistributedNotifications>();
 }
-std::shared_ptr<SelfUpdater> createSelfUpdater() { return std::make_shared<SelfUpdater>(); }
-std::shared_ptr<RichTextConverter> createRichTextConverter() { return std::make_shared<RichTextConverter>(); }
+std::shared_ptr<SelfUpdater> createSelfUpdater()
+{
+    return std::make_shared<SelfUpdater>();
+}
+std::shared_ptr<RichTextConverter> createRichTextConverter()
+{
+    return std::make_shared<RichTextConverter>();
+}
 
 } // namespace NativePlatform
