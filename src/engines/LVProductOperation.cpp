@@ -1,5 +1,7 @@
 #include "LVProductOperation.h"
 
+#include "engines/LVActionHistory.h"
+
 #include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMUtils.h"
 #include "catalogue/VMVersionItem.h"
@@ -83,6 +85,29 @@ void LVProductOperation::setPhase(Phase phase)
         return;
     _phase = phase;
     emit phaseChanged(phase);
+}
+
+void LVProductOperation::record(const QString& action, const QString& outcome, const QString& version,
+                                const QString& detail)
+{
+    if (!_productItem)
+        return;
+    LVActionHistory::Record entry;
+    entry.time = _actionStarted.isValid() ? _actionStarted : QDateTime::currentDateTimeUtc();
+    entry.productID = _productItem->productID();
+    entry.title = _productItem->title();
+    entry.version = version;
+    entry.action = action;
+    entry.outcome = outcome;
+    entry.seconds = _actionClock.isValid() ? _actionClock.elapsed() / 1000.0 : 0.0;
+    entry.detail = detail;
+    LVActionHistory::append(entry);
+}
+
+void LVProductOperation::startActionClock()
+{
+    _actionStarted = QDateTime::currentDateTimeUtc();
+    _actionClock.start();
 }
 
 bool LVProductOperation::isDownloading() const
@@ -171,6 +196,8 @@ bool LVProductOperation::startDownload(const QUrl& url, const QVariantMap& insta
             _installerSettings = installerSettings;
     }
     _downloadClock.invalidate();
+    _downloadCancelled = false;
+    startActionClock();
     setPhase(Phase::Downloading);
     emit progressChanged();
     return true;
@@ -186,6 +213,7 @@ void LVProductOperation::cancelDownload()
     if (!_installerDownloader)
         return;
     const QString path = _installerDownloader->downloadFilePath();
+    _downloadCancelled = true;
     _installerDownloader->cancel();
     // Gone at once, not only when the cancelled transfer has wound down.
     if (!path.isEmpty())
@@ -336,6 +364,14 @@ void LVProductOperation::downloadFailed(LVDownloader* downloader)
             setPhase(Phase::Idle);
         }
     } else if (downloader == _installerDownloader) {
+        if (downloader->identifier() == installerDownload) {
+            const auto version = downloader->representedObject().value<VMVersionItemPtr>();
+            record(QStringLiteral("download"),
+                   _downloadCancelled ? QStringLiteral("cancelled") : QStringLiteral("failed"),
+                   version ? version->productVersion() : QString(),
+                   _downloadCancelled ? QString() : downloader->error().description());
+        }
+        _downloadCancelled = false;
         // A partial package is of no use to anyone.
         downloader->setDeleteDownloadFile(true);
         downloader->cleanUp();
@@ -398,6 +434,7 @@ void LVProductOperation::adoptInstaller(const std::shared_ptr<LVInstaller>& inst
 {
     installer->setDelegate(this);
     _installer = installer;
+    startActionClock();
     setPhase(Phase::Installing);
 }
 
@@ -410,6 +447,7 @@ void LVProductOperation::installStarted(LVInstaller* installer)
 void LVProductOperation::installCompleted(LVInstaller* installer)
 {
     const VMVersionItemPtr version = installingVersionItem();
+    record(QStringLiteral("install"), QStringLiteral("succeeded"), version ? version->productVersion() : QString());
     {
         QMutexLocker locker(&_packageLock);
         _runningInstallers = qMax(0, _runningInstallers - 1);
@@ -430,6 +468,10 @@ void LVProductOperation::installCompleted(LVInstaller* installer)
 void LVProductOperation::installFailed(LVInstaller* installer)
 {
     const VMVersionItemPtr version = installingVersionItem();
+    const VMError error = installer->error();
+    record(QStringLiteral("install"),
+           error.code() == PrivilegedExecution::Canceled ? QStringLiteral("cancelled") : QStringLiteral("failed"),
+           version ? version->productVersion() : QString(), error.description());
     {
         QMutexLocker locker(&_packageLock);
         _runningInstallers = qMax(0, _runningInstallers - 1);
@@ -498,6 +540,8 @@ bool LVProductOperation::startUninstall(const QStringList& scriptURLs)
     }
     if (_downloadUninstallScriptPaths.isEmpty())
         return false;
+    _uninstallingVersion = _productItem ? _productItem->checkInstalledPluginVersion() : QString();
+    startActionClock();
     setPhase(Phase::Uninstalling);
     return true;
 }
@@ -530,8 +574,10 @@ void LVProductOperation::runUninstallScripts(const QByteArrayList& scripts)
             if (!guard)
                 return;
             guard->setPhase(guard->_runningUninstallers > 0 ? Phase::Uninstalling : Phase::Idle);
-            if (status == PrivilegedExecution::Denied || status == PrivilegedExecution::Canceled)
+            if (status == PrivilegedExecution::Denied || status == PrivilegedExecution::Canceled) {
+                guard->record(QStringLiteral("uninstall"), QStringLiteral("cancelled"), guard->_uninstallingVersion);
                 emit guard->authorizationRefused(status);
+            }
         });
     });
 }
@@ -558,6 +604,9 @@ bool LVProductOperation::runUninstallSynchronously(const PrivilegedExecution::Au
     }
     if (scripts.isEmpty())
         return false;
+    // Written before the main thread hears of the run (the posted adoption orders them).
+    _uninstallingVersion = _productItem->checkInstalledPluginVersion();
+    startActionClock();
     QPointer<LVProductOperation> guard(this);
     for (const QByteArray& script : std::as_const(scripts)) {
         const std::shared_ptr<LVUninstaller> uninstaller = LVUninstaller::uninstallerWithScript(
@@ -587,6 +636,7 @@ void LVProductOperation::uninstallStarted(LVUninstaller* uninstaller)
 
 void LVProductOperation::uninstallCompleted(LVUninstaller* uninstaller)
 {
+    record(QStringLiteral("uninstall"), QStringLiteral("succeeded"), _uninstallingVersion);
     if (_uninstaller.get() == uninstaller)
         _uninstaller.reset();
     _runningUninstallers = qMax(0, _runningUninstallers - 1);
@@ -598,6 +648,8 @@ void LVProductOperation::uninstallCompleted(LVUninstaller* uninstaller)
 
 void LVProductOperation::uninstallFailed(LVUninstaller* uninstaller)
 {
+    record(QStringLiteral("uninstall"), QStringLiteral("failed"), _uninstallingVersion,
+           uninstaller->error().description());
     if (_uninstaller.get() == uninstaller)
         _uninstaller.reset();
     _runningUninstallers = qMax(0, _runningUninstallers - 1);

@@ -6,6 +6,7 @@
 #include "engines/LVUninstallerDelegate.h"
 #include "platform/PrivilegedExecution.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QMutex>
 #include <QObject>
@@ -158,6 +159,10 @@ private:
     void setDelegates(QObject* owner, LVDownloaderDelegate* downloads, LVInstallerDelegate* installs,
                       LVUninstallerDelegate* uninstalls);
     void setPhase(Phase phase);
+    // One line in the action history (LVActionHistory).
+    void record(const QString& action, const QString& outcome, const QString& version,
+                const QString& detail = QString());
+    void startActionClock();
     void forgetInstallerDownloader(LVDownloader* downloader);
     void runUninstallScripts(const QByteArrayList& scripts);
     // Main thread: takes over a runner made on a background thread before it starts.
@@ -181,6 +186,10 @@ private:
     QStringList _downloadUninstallScriptPaths;
     QByteArrayList _uninstallScriptData;
     QElapsedTimer _downloadClock;
+    QDateTime _actionStarted;
+    QElapsedTimer _actionClock;
+    QString _uninstallingVersion;
+    bool _downloadCancelled = false;
     // Guards the package path, settings and version, which a synchronous install reads on its
     // background thread.
     mutable QMutex _packageLock;

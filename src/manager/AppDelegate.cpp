@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 
 #include "LVApplicationItemFactory.h"
+#include "foundation/LVApplicationIdentity.h"
 #include "LVAboutWindow.h"
 #include "LVConsentPrompt.h"
 #include "LVInstallManager.h"
@@ -64,9 +65,7 @@ AppDelegate::~AppDelegate()
 
 void AppDelegate::configureApplication()
 {
-    QCoreApplication::setOrganizationName(QStringLiteral("Quarnet"));
-    QCoreApplication::setOrganizationDomain(QStringLiteral("quarnet.com"));
-    QCoreApplication::setApplicationName(QStringLiteral("Lumivane Manager"));
+    LVApplicationIdentity::apply();
     QCoreApplication::setApplicationVersion(QStringLiteral(LV_VERSION));
     if (auto* app = qobject_cast<QApplication*>(QCoreApplication::instance()))
         LVAppearance::applyToApplication(*app);

@@ -7,4 +7,7 @@ class StandardStreams
 public:
     virtual ~StandardStreams() = default;
     virtual void silence() {}
+    // Whether standard input / output is a terminal (a person may be reading and answering).
+    virtual bool inputIsTerminal() const { return false; }
+    virtual bool outputIsTerminal() const { return false; }
 };

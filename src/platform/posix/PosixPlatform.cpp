@@ -35,6 +35,8 @@ public:
         ::dup2(null, STDERR_FILENO);
         ::close(null);
     }
+    bool inputIsTerminal() const override { return ::isatty(STDIN_FILENO) == 1; }
+    bool outputIsTerminal() const override { return ::isatty(STDOUT_FILENO) == 1; }
 };
 
 } // namespace

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "catalogue/VMSingleProductItem.h"
+
+#include <QList>
+#include <QString>
+
+// The install-status rules that do not depend on a running operation, shared by the rows and the
+// command line. The numbers are the rows' install statuses.
+namespace VMInstallStatus {
+
+enum : uint {
+    NotComputed = 0,
+    NotInstalled = 1,
+    LatestInstalled = 2,
+    UpdateAvailable = 3,
+    BundlePartlyInstalled = 4,
+    Downloading = 5,
+    Installing = 6,
+    WaitingForBundle = 7,
+};
+
+// 1 without an installed version; 3 when the installed version's record is not the latest one and
+// the installed version is not newer than the latest; 2 otherwise (also for an installed version
+// newer than the catalogue's latest that has no record of its own).
+uint singleProductStatus(const VMSingleProductItem& product, const QString& installedVersion);
+
+// A bundle's status from its members' statuses, first match wins: all 7 (also none) 7; any 5 5;
+// any 6 or 7 6; none 2 or 3 1; all 2 2; otherwise 4. A bundle never shows 3.
+uint bundleStatus(const QList<uint>& memberStatuses);
+
+// "Not yet installed", "Latest version installed", "Update available", ... as the rows word them.
+QString statusText(uint status);
+
+} // namespace VMInstallStatus

@@ -1,0 +1,482 @@
+#include "cli/LVCommandLine.h"
+
+#include "catalogue/LVServers.h"
+#include "catalogue/VMCatalogue.h"
+#include "catalogue/VMInstallStatus.h"
+#include "cli/LVHeadlessSession.h"
+#include "engines/LVActionHistory.h"
+#include "engines/LVDownloader.h"
+#include "engines/LVOperationLock.h"
+#include "platform/Platform.h"
+#include "platform/PrivilegedExecution.h"
+#include "platform/StandardStreams.h"
+#include "platform/SystemInfo.h"
+
+#include <QCommandLineParser>
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTextStream>
+#include <cstdio>
+
+namespace {
+
+const QStringList commandOptions = {QStringLiteral("list"),      QStringLiteral("check"),
+                                    QStringLiteral("install"),   QStringLiteral("update-all"),
+                                    QStringLiteral("uninstall"), QStringLiteral("history")};
+
+QTextStream& out()
+{
+    static QTextStream stream(stdout);
+    return stream;
+}
+
+QTextStream& err()
+{
+    static QTextStream stream(stderr);
+    return stream;
+}
+
+void printJson(const QJsonObject& object)
+{
+    out() << QJsonDocument(object).toJson(QJsonDocument::Compact) << '\n';
+    out().flush();
+}
+
+// Waits for a downloader into memory on the main thread's event loop.
+class CatalogueFetch : public QObject, public LVDownloaderDelegate
+{
+public:
+    QByteArray fetch(const QUrl& url, QString* error)
+    {
+        std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(url));
+        if (!downloader) {
+            *error = QStringLiteral("Not a valid catalogue address: %1").arg(url.toString());
+            return {};
+        }
+        downloader->setDelegate(this);
+        if (!downloader->start()) {
+            *error = QStringLiteral("The catalogue download could not be started.");
+            return {};
+        }
+        _loop.exec();
+        if (_failed) {
+            *error = QStringLiteral("The catalogue could not be downloaded from %1: %2")
+                         .arg(url.toString(), downloader->error().description());
+            return {};
+        }
+        return downloader->data();
+    }
+    void downloadCompleted(LVDownloader*) override { _loop.quit(); }
+    void downloadFailed(LVDownloader*) override
+    {
+        _failed = true;
+        _loop.quit();
+    }
+
+private:
+    QEventLoop _loop;
+    bool _failed = false;
+};
+
+// --catalogue FILE|URL, else the override file in the home folder, else the catalogue server.
+QByteArray loadCatalogueData(const QString& source, QString* error)
+{
+    QString path = source;
+    QUrl url;
+    if (source.isEmpty()) {
+        const QString home = Platform::systemInfo().homeDirectory();
+        const QString overridePath = QDir(home).filePath(QStringLiteral("Product Versions.plist"));
+        if (!home.isEmpty() && QFile::exists(overridePath))
+            path = overridePath;
+        else
+            url = LVServers::remoteCatalogueURL();
+    } else {
+        const QUrl given(source);
+        if (given.scheme() == QLatin1String("http") || given.scheme() == QLatin1String("https"))
+            url = given;
+    }
+    if (url.isValid() && !url.isEmpty()) {
+        CatalogueFetch fetch;
+        return fetch.fetch(url, error);
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = QStringLiteral("Cannot read the catalogue %1: %2").arg(path, file.errorString());
+        return {};
+    }
+    return file.readAll();
+}
+
+struct ProductRow
+{
+    VMProductItemPtr item;
+    QString installed;
+    QString latest;
+    uint status = 0;
+    QStringList members;
+};
+
+QString latestVersionString(const VMSingleProductItem& product)
+{
+    const VMVersionItemPtr latest = product.latestVersionItem();
+    return latest ? latest->productVersion() : QString();
+}
+
+QString installerURL(const VMSingleProductItem& product)
+{
+    const VMVersionItemPtr latest = product.latestVersionItem();
+    if (latest && !latest->versionDownloadURL().isEmpty())
+        return latest->versionDownloadURL();
+    return product.productDownloadURL();
+}
+
+QList<ProductRow> productRows(const VMProductsCollection& collection)
+{
+    QList<ProductRow> rows;
+    for (const VMProductItemPtr& item : collection.productItems()) {
+        ProductRow row;
+        row.item = item;
+        if (auto single = std::dynamic_pointer_cast<VMSingleProductItem>(item)) {
+            row.installed = single->checkInstalledPluginVersion();
+            row.latest = latestVersionString(*single);
+            row.status = VMInstallStatus::singleProductStatus(*single, row.installed);
+        } else if (auto bundle = std::dynamic_pointer_cast<VMBundleProductItem>(item)) {
+            QList<uint> statuses;
+            for (const VMSingleProductItemPtr& member : LVHeadlessSession::bundleMembers(*bundle, collection)) {
+                row.members.append(member->productID());
+                statuses.append(VMInstallStatus::singleProductStatus(*member, member->checkInstalledPluginVersion()));
+            }
+            row.status = VMInstallStatus::bundleStatus(statuses);
+        }
+        rows.append(row);
+    }
+    return rows;
+}
+
+bool isDiscontinued(const VMProductItem& item)
+{
+    if (auto* single = dynamic_cast<const VMSingleProductItem*>(&item))
+        return single->productDiscontinued();
+    if (auto* bundle = dynamic_cast<const VMBundleProductItem*>(&item))
+        return bundle->bundleDiscontinued();
+    return false;
+}
+
+QJsonObject rowJson(const ProductRow& row)
+{
+    const bool bundle = !std::dynamic_pointer_cast<VMSingleProductItem>(row.item);
+    QJsonObject object{{QStringLiteral("type"), bundle ? QStringLiteral("bundle") : QStringLiteral("product")},
+                       {QStringLiteral("id"), row.item->productID()},
+                       {QStringLiteral("title"), row.item->title()},
+                       {QStringLiteral("status"), static_cast<int>(row.status)},
+                       {QStringLiteral("statusText"), VMInstallStatus::statusText(row.status)},
+                       {QStringLiteral("discontinued"), isDiscontinued(*row.item)}};
+    if (bundle) {
+        object.insert(QStringLiteral("members"), QJsonArray::fromStringList(row.members));
+    } else {
+        object.insert(QStringLiteral("installedVersion"),
+                      row.installed.isNull() ? QJsonValue() : QJsonValue(row.installed));
+        object.insert(QStringLiteral("latestVersion"), row.latest);
+    }
+    return object;
+}
+
+int list(const VMProductsCollection& collection, bool json)
+{
+    for (const ProductRow& row : productRows(collection)) {
+        if (json) {
+            printJson(rowJson(row));
+            continue;
+        }
+        const bool bundle = !row.members.isEmpty() || !std::dynamic_pointer_cast<VMSingleProductItem>(row.item);
+        out() << row.item->productID() << "  " << row.item->title() << "  ";
+        if (bundle)
+            out() << "bundle of " << row.members.join(QLatin1Char(' ')) << "  ";
+        else
+            out() << "installed " << (row.installed.isNull() ? QStringLiteral("-") : row.installed) << ", latest "
+                  << row.latest << "  ";
+        out() << VMInstallStatus::statusText(row.status);
+        if (isDiscontinued(*row.item))
+            out() << "  (discontinued)";
+        out() << '\n';
+    }
+    out().flush();
+    return LVCommandLine::Success;
+}
+
+QList<VMSingleProductItemPtr> outdatedProducts(const VMProductsCollection& collection)
+{
+    QList<VMSingleProductItemPtr> products;
+    QStringList urls;
+    for (const VMProductItemPtr& item : collection.productItems()) {
+        auto single = std::dynamic_pointer_cast<VMSingleProductItem>(item);
+        if (!single)
+            continue;
+        if (VMInstallStatus::singleProductStatus(*single, single->checkInstalledPluginVersion()) !=
+            VMInstallStatus::UpdateAvailable)
+            continue;
+        // Products that share an installer are updated once.
+        const QString url = installerURL(*single);
+        if (urls.contains(url))
+            continue;
+        urls.append(url);
+        products.append(single);
+    }
+    return products;
+}
+
+int check(const VMProductsCollection& collection, bool json)
+{
+    const QList<VMSingleProductItemPtr> outdated = outdatedProducts(collection);
+    for (const VMSingleProductItemPtr& product : outdated) {
+        const QString installed = product->checkInstalledPluginVersion();
+        if (json)
+            printJson({{QStringLiteral("id"), product->productID()},
+                       {QStringLiteral("title"), product->title()},
+                       {QStringLiteral("installedVersion"), installed},
+                       {QStringLiteral("latestVersion"), latestVersionString(*product)}});
+        else
+            out() << product->productID() << "  " << product->title() << "  " << installed << " -> "
+                  << latestVersionString(*product) << '\n';
+    }
+    if (outdated.isEmpty() && !json)
+        out() << "Everything installed is up to date.\n";
+    out().flush();
+    return outdated.isEmpty() ? LVCommandLine::Success : LVCommandLine::UpdatesAvailable;
+}
+
+int history(bool json)
+{
+    QString error;
+    const QList<QJsonObject> records = LVActionHistory::records(&error);
+    if (!error.isEmpty()) {
+        err() << "Cannot read " << LVActionHistory::filePath() << ": " << error << '\n';
+        return LVCommandLine::ActionFailed;
+    }
+    for (const QJsonObject& record : records) {
+        if (json) {
+            printJson(record);
+            continue;
+        }
+        out() << record.value(QStringLiteral("time")).toString() << "  "
+              << record.value(QStringLiteral("action")).toString() << "  "
+              << record.value(QStringLiteral("productID")).toString() << " "
+              << record.value(QStringLiteral("version")).toString() << "  "
+              << record.value(QStringLiteral("outcome")).toString() << "  "
+              << QString::number(record.value(QStringLiteral("seconds")).toDouble(), 'f', 1) << " s";
+        const QString detail = record.value(QStringLiteral("detail")).toString();
+        if (!detail.isEmpty())
+            out() << "  " << detail;
+        out() << '\n';
+    }
+    out().flush();
+    return LVCommandLine::Success;
+}
+
+int report(const QList<LVHeadlessSession::Result>& results, bool json)
+{
+    bool failed = false;
+    for (const LVHeadlessSession::Result& result : results) {
+        failed = failed || result.outcome == QLatin1String("failed");
+        if (json) {
+            QJsonObject object{{QStringLiteral("id"), result.productID},
+                               {QStringLiteral("title"), result.title},
+                               {QStringLiteral("action"), result.action},
+                               {QStringLiteral("outcome"), result.outcome},
+                               {QStringLiteral("version"), result.version}};
+            if (!result.detail.isEmpty())
+                object.insert(QStringLiteral("detail"), result.detail);
+            printJson(object);
+            continue;
+        }
+        out() << result.productID << "  " << result.action << " " << result.version << "  " << result.outcome;
+        if (!result.detail.isEmpty())
+            out() << "  " << result.detail;
+        out() << '\n';
+    }
+    out().flush();
+    return failed ? LVCommandLine::ActionFailed : LVCommandLine::Success;
+}
+
+// Administrator consent: granted unasked with --yes where the platform lets us decide (an emulated
+// system root), asked on the terminal when there is one, refused otherwise. With the real root the
+// platform asks by itself (polkit) and ignores this.
+void installConsent(bool yes)
+{
+    StandardStreams& streams = Platform::standardStreams();
+    const bool ask = !yes && streams.inputIsTerminal();
+    Platform::privilegedExecution().setConsentProvider([yes, ask](const QString& right) {
+        if (yes)
+            return static_cast<int>(PrivilegedExecution::Success);
+        if (!ask)
+            return static_cast<int>(PrivilegedExecution::Denied);
+        err() << "Allow administrator rights (" << right << ") to change plug-ins? [y/N] ";
+        err().flush();
+        QTextStream in(stdin);
+        const QString answer = in.readLine().trimmed().toLower();
+        return static_cast<int>(answer == QLatin1String("y") || answer == QLatin1String("yes")
+                                    ? PrivilegedExecution::Success
+                                    : PrivilegedExecution::Canceled);
+    });
+}
+
+} // namespace
+
+bool LVCommandLine::isCommand(const QStringList& arguments)
+{
+    for (const QString& argument : arguments.mid(1)) {
+        for (const QString& option : commandOptions) {
+            if (argument == QLatin1String("--") + option || argument.startsWith(QLatin1String("--") + option + '='))
+                return true;
+        }
+    }
+    return false;
+}
+
+int LVCommandLine::run(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Lumivane Manager without a window. Exit status: 0 done (or, "
+                                                    "for --check, everything current), 1 an action failed, 2 bad "
+                                                    "usage, 3 catalogue unavailable, 4 another copy is busy, 5 "
+                                                    "updates available (--check)."));
+    parser.addHelpOption();
+    parser.addOptions({
+        {QStringLiteral("list"), QStringLiteral("List every product and bundle with its status.")},
+        {QStringLiteral("check"), QStringLiteral("List what has an update; exit status 5 when something has.")},
+        {QStringLiteral("install"), QStringLiteral("Install products or bundles (ID or ID@VERSION).")},
+        {QStringLiteral("update-all"), QStringLiteral("Update every installed product that has an update.")},
+        {QStringLiteral("uninstall"), QStringLiteral("Uninstall products or bundles.")},
+        {QStringLiteral("history"), QStringLiteral("Print the record of installs and uninstalls.")},
+        {QStringLiteral("json"), QStringLiteral("One JSON object per line instead of text.")},
+        {QStringLiteral("yes"), QStringLiteral("Grant the administrator step unasked where the platform allows.")},
+        {QStringLiteral("catalogue"), QStringLiteral("Use this catalogue file or URL."), QStringLiteral("FILE|URL")},
+    });
+    parser.addPositionalArgument(QStringLiteral("IDs"),
+                                 QStringLiteral("Product or bundle IDs for --install and --uninstall."));
+    if (!parser.parse(arguments)) {
+        err() << parser.errorText() << '\n';
+        return UsageError;
+    }
+    if (parser.isSet(QStringLiteral("help"))) {
+        out() << parser.helpText();
+        return Success;
+    }
+    const bool json = parser.isSet(QStringLiteral("json"));
+    int commands = 0;
+    for (const QString& option : commandOptions)
+        commands += parser.isSet(option) ? 1 : 0;
+    if (commands != 1) {
+        err() << "Give exactly one of --list, --check, --install, --update-all, --uninstall, --history.\n";
+        return UsageError;
+    }
+    if (parser.isSet(QStringLiteral("history")))
+        return history(json);
+
+    const bool changes = parser.isSet(QStringLiteral("install")) || parser.isSet(QStringLiteral("uninstall")) ||
+                         parser.isSet(QStringLiteral("update-all"));
+    const QStringList ids = parser.positionalArguments();
+    if ((parser.isSet(QStringLiteral("install")) || parser.isSet(QStringLiteral("uninstall"))) && ids.isEmpty()) {
+        err() << "Name at least one product or bundle ID.\n";
+        return UsageError;
+    }
+
+    QString error;
+    const QByteArray data = loadCatalogueData(parser.value(QStringLiteral("catalogue")), &error);
+    if (data.isNull()) {
+        err() << error << '\n';
+        return CatalogueUnavailable;
+    }
+    const VMCatalogue catalogue = VMCatalogue::initWithData(data);
+    if (!catalogue.isValid() || !catalogue.productsCollection()) {
+        err() << "The catalogue holds no products"
+              << (catalogue.errorDescription().isEmpty() ? QString()
+                                                         : QStringLiteral(": ") + catalogue.errorDescription())
+              << '\n';
+        return CatalogueUnavailable;
+    }
+    const VMProductsCollection& collection = *catalogue.productsCollection();
+
+    if (parser.isSet(QStringLiteral("list")))
+        return list(collection, json);
+    if (parser.isSet(QStringLiteral("check")))
+        return check(collection, json);
+
+    // Resolve the IDs before taking the lock, so that a typo costs nothing.
+    QList<LVHeadlessSession::Target> targets;
+    for (const QString& argument : ids) {
+        const QString id = argument.section(QLatin1Char('@'), 0, 0);
+        const QString version = argument.contains(QLatin1Char('@')) ? argument.section(QLatin1Char('@'), 1) : QString();
+        const QList<VMProductItemPtr> found = collection.productItemsWithProductIDs({id});
+        if (found.isEmpty()) {
+            err() << "No product or bundle with the ID '" << id << "' in the catalogue.\n";
+            return UsageError;
+        }
+        QList<VMSingleProductItemPtr> products;
+        if (auto bundle = std::dynamic_pointer_cast<VMBundleProductItem>(found.first())) {
+            if (!version.isEmpty()) {
+                err() << "A bundle has no versions to choose from: '" << argument << "'.\n";
+                return UsageError;
+            }
+            products = LVHeadlessSession::bundleMembers(*bundle, collection);
+        } else if (auto single = std::dynamic_pointer_cast<VMSingleProductItem>(found.first())) {
+            products = {single};
+        }
+        for (const VMSingleProductItemPtr& product : products) {
+            VMVersionItemPtr versionItem =
+                version.isEmpty() ? product->latestVersionItem() : product->versionItemForVersionString(version);
+            if (!versionItem) {
+                err() << "'" << product->productID() << "' has no version "
+                      << (version.isEmpty() ? QStringLiteral("at all") : version) << ".\n";
+                return UsageError;
+            }
+            targets.append({product, versionItem});
+        }
+    }
+
+    LVOperationLock lock;
+    if (changes && !lock.tryLock(&error)) {
+        err() << error << '\n';
+        return Locked;
+    }
+    installConsent(parser.isSet(QStringLiteral("yes")));
+
+    LVHeadlessSession session;
+    const bool terminal = Platform::standardStreams().outputIsTerminal() && !json;
+    if (terminal) {
+        session.setProgressHandler([](const VMSingleProductItem& product, const QString& progress) {
+            out() << "\r\033[K" << product.title() << ": " << progress;
+            out().flush();
+        });
+    }
+    const auto finishProgress = [terminal] {
+        if (terminal) {
+            out() << "\r\033[K";
+            out().flush();
+        }
+    };
+
+    if (parser.isSet(QStringLiteral("uninstall"))) {
+        QList<VMSingleProductItemPtr> products;
+        for (const LVHeadlessSession::Target& target : std::as_const(targets))
+            products.append(target.product);
+        return report(session.uninstall(products), json);
+    }
+    if (parser.isSet(QStringLiteral("update-all"))) {
+        targets.clear();
+        for (const VMSingleProductItemPtr& product : outdatedProducts(collection))
+            targets.append({product, product->latestVersionItem()});
+        if (targets.isEmpty()) {
+            if (!json)
+                out() << "Everything installed is up to date.\n";
+            return Success;
+        }
+    }
+    const QList<LVHeadlessSession::Result> results = session.install(targets);
+    finishProgress();
+    return report(results, json);
+}

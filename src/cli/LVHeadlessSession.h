@@ -1,0 +1,54 @@
+#pragma once
+
+#include "catalogue/VMBundleProductItem.h"
+#include "catalogue/VMProductsCollection.h"
+#include "catalogue/VMSingleProductItem.h"
+
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <functional>
+
+class LVProductOperation;
+
+// Installs and uninstalls products without a window, through the same per-product operation the
+// rows use: every download first (one at a time), then every installation under one administrator
+// authorization, as a bundle does; uninstalls likewise under one authorization.
+class LVHeadlessSession : public QObject
+{
+    Q_OBJECT
+public:
+    struct Target
+    {
+        VMSingleProductItemPtr product;
+        VMVersionItemPtr version; // the version to install; null for an uninstall
+    };
+    struct Result
+    {
+        QString productID;
+        QString title;
+        QString action;  // "install", "uninstall"
+        QString outcome; // "succeeded", "failed", "skipped"
+        QString version; // installed afterwards (install) or removed (uninstall)
+        QString detail;
+    };
+    // Called while a download runs: the product and "45% — 12.4 of 80.0 MB — ...".
+    using ProgressHandler = std::function<void(const VMSingleProductItem&, const QString&)>;
+
+    explicit LVHeadlessSession(QObject* parent = nullptr);
+    ~LVHeadlessSession() override;
+
+    void setProgressHandler(ProgressHandler handler) { _progress = std::move(handler); }
+
+    QList<Result> install(const QList<Target>& targets);
+    QList<Result> uninstall(const QList<VMSingleProductItemPtr>& products);
+
+    // The products a bundle names, in its order; unknown IDs and empty pieces drop out.
+    static QList<VMSingleProductItemPtr> bundleMembers(const VMBundleProductItem& bundle,
+                                                       const VMProductsCollection& collection);
+    // The installed version as detected now, after dropping what detection had cached.
+    static QString detectInstalledVersion(const VMSingleProductItem& product);
+
+private:
+    ProgressHandler _progress;
+};

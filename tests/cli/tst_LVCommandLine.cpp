@@ -1,0 +1,219 @@
+#include "engines/LVOperationLock.h"
+#include "foundation/LVApplicationIdentity.h"
+#include "support/TestEnvironment.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QtTest>
+
+// The real executable without a display, against the real demo server and its seeded system root
+// (one product, LV-HALFTONE, installed at an older version).
+class tst_LVCommandLine : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void listAndCheck();
+    void updateAllThenUninstall();
+    void usageErrorsAndExitStatuses_data();
+    void usageErrorsAndExitStatuses();
+    void lockHeldByAnotherCopy();
+    void administratorStepNeverGrantedSilently();
+
+private:
+    struct Run
+    {
+        int status = -1;
+        QByteArray out;
+        QByteArray err;
+        QList<QJsonObject> objects() const;
+    };
+    Run run(const QStringList& arguments, int timeout = 120000);
+
+    // Packages left in the temporary folder, leaving out the demo server's own site.
+    QStringList leftPackages() const;
+
+    std::unique_ptr<TestEnvironment> _env;
+    QProcess _server;
+    QString _serverURL;
+};
+
+QList<QJsonObject> tst_LVCommandLine::Run::objects() const
+{
+    QList<QJsonObject> result;
+    for (const QByteArray& line : out.split('\n')) {
+        if (line.isEmpty())
+            continue;
+        QJsonParseError error;
+        const QJsonDocument document = QJsonDocument::fromJson(line, &error);
+        if (error.error != QJsonParseError::NoError || !document.isObject())
+            return {}; // every line must be an object
+        result.append(document.object());
+    }
+    return result;
+}
+
+QStringList tst_LVCommandLine::leftPackages() const
+{
+    QStringList packages;
+    for (const QString& file : _env->temporaryFiles()) {
+        if (file.endsWith(QLatin1String(".pkg")) && !file.contains(QLatin1String("/lv-demo-server-")))
+            packages.append(file);
+    }
+    return packages;
+}
+
+void tst_LVCommandLine::initTestCase()
+{
+    LVApplicationIdentity::apply();
+}
+
+void tst_LVCommandLine::init()
+{
+    _env = std::make_unique<TestEnvironment>();
+    qputenv("LV_SYSTEM_ROOT", QFile::encodeName(_env->systemRoot()));
+    qunsetenv("LV_AUTO_CONSENT");
+    _server.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/demo/lv-demo-server"));
+    _server.start();
+    QVERIFY(_server.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(_server.canReadLine() || _server.state() != QProcess::Running, 60000);
+    const QByteArray line = _server.readLine().trimmed();
+    QVERIFY2(line.startsWith("LV_SERVER_URL="), line.constData());
+    _serverURL = QString::fromUtf8(line.mid(int(strlen("LV_SERVER_URL="))));
+    qputenv("LV_SERVER_URL", _serverURL.toUtf8());
+}
+
+void tst_LVCommandLine::cleanup()
+{
+    _server.kill();
+    _server.waitForFinished();
+    qunsetenv("LV_SERVER_URL");
+    qunsetenv("LV_SYSTEM_ROOT");
+    _env.reset();
+}
+
+tst_LVCommandLine::Run tst_LVCommandLine::run(const QStringList& arguments, int timeout)
+{
+    QProcess process;
+    process.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/src/lumivane-manager"));
+    process.setArguments(arguments);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("DISPLAY"));
+    environment.remove(QStringLiteral("QT_QPA_PLATFORM")); // a core application needs no platform plugin
+    process.setProcessEnvironment(environment);
+    process.start();
+    process.closeWriteChannel();
+    Run result;
+    if (!process.waitForFinished(timeout))
+        return result;
+    result.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    result.out = process.readAllStandardOutput();
+    result.err = process.readAllStandardError();
+    return result;
+}
+
+void tst_LVCommandLine::listAndCheck()
+{
+    const Run list = run({QStringLiteral("--list"), QStringLiteral("--json")});
+    QCOMPARE(list.status, 0);
+    const QList<QJsonObject> rows = list.objects();
+    QVERIFY2(rows.size() >= 10, list.out.constData());
+    QHash<QString, QJsonObject> byID;
+    for (const QJsonObject& row : rows)
+        byID.insert(row.value("id").toString(), row);
+    QCOMPARE(byID.value("LV-HALFTONE").value("status").toInt(), 3);
+    QVERIFY(!byID.value("LV-HALFTONE").value("installedVersion").toString().isEmpty());
+    QCOMPARE(byID.value("LV-PRISM").value("status").toInt(), 1);
+    QVERIFY(byID.value("LV-PRISM").value("installedVersion").isNull());
+    QCOMPARE(byID.value("LV-STUDIO").value("type").toString(), QStringLiteral("bundle"));
+    QCOMPARE(byID.value("LV-STUDIO").value("status").toInt(), 4); // one member installed, with an update
+
+    const Run check = run({QStringLiteral("--check")});
+    QCOMPARE(check.status, 5);
+    QVERIFY2(check.out.contains("LV-HALFTONE"), check.out.constData());
+    QVERIFY(!check.out.contains("LV-PRISM"));
+}
+
+void tst_LVCommandLine::updateAllThenUninstall()
+{
+    const Run update = run({QStringLiteral("--update-all"), QStringLiteral("--yes"), QStringLiteral("--json")});
+    QVERIFY2(update.status == 0, update.out + update.err);
+    const QList<QJsonObject> results = update.objects();
+    QCOMPARE(results.size(), 1);
+    QCOMPARE(results.first().value("id").toString(), QStringLiteral("LV-HALFTONE"));
+    QCOMPARE(results.first().value("outcome").toString(), QStringLiteral("succeeded"));
+    QCOMPARE(run({QStringLiteral("--check")}).status, 0);
+    // The package the update downloaded is gone.
+    QVERIFY2(leftPackages().isEmpty(), qPrintable(leftPackages().join(',')));
+
+    const Run uninstall = run({QStringLiteral("--uninstall"), QStringLiteral("LV-HALFTONE"), QStringLiteral("--yes"),
+                               QStringLiteral("--json")});
+    QVERIFY2(uninstall.status == 0, uninstall.out + uninstall.err);
+    QCOMPARE(uninstall.objects().value(0).value("outcome").toString(), QStringLiteral("succeeded"));
+    const Run list = run({QStringLiteral("--list"), QStringLiteral("--json")});
+    for (const QJsonObject& row : list.objects()) {
+        if (row.value("id") == QStringLiteral("LV-HALFTONE"))
+            QCOMPARE(row.value("status").toInt(), 1);
+    }
+
+    // Both actions are on record, in order, with their outcome and duration.
+    const Run history = run({QStringLiteral("--history"), QStringLiteral("--json")});
+    QCOMPARE(history.status, 0);
+    QStringList actions;
+    for (const QJsonObject& record : history.objects()) {
+        QCOMPARE(record.value("productID").toString(), QStringLiteral("LV-HALFTONE"));
+        QVERIFY(record.value("seconds").toDouble() >= 0);
+        actions.append(record.value("action").toString() + ':' + record.value("outcome").toString());
+    }
+    QCOMPARE(actions, QStringList({"install:succeeded", "uninstall:succeeded"}));
+}
+
+void tst_LVCommandLine::usageErrorsAndExitStatuses_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("status");
+    QTest::newRow("no such product") << QStringList{"--install", "LV-NOPE", "--yes"} << 2;
+    QTest::newRow("no such version") << QStringList{"--install", "LV-PRISM@9.9", "--yes"} << 2;
+    QTest::newRow("two commands") << QStringList{"--list", "--check"} << 2;
+    QTest::newRow("install without IDs") << QStringList{"--install"} << 2;
+    QTest::newRow("missing catalogue file")
+        << QStringList{"--list", "--catalogue", "/nonexistent/catalogue.plist"} << 3;
+    QTest::newRow("catalogue server gone") << QStringList{"--list", "--catalogue", "http://127.0.0.1:1/x.plist"} << 3;
+}
+
+void tst_LVCommandLine::usageErrorsAndExitStatuses()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, status);
+    const Run result = run(arguments);
+    QCOMPARE(result.status, status);
+    QVERIFY(!result.err.trimmed().isEmpty()); // a reason is always given
+}
+
+void tst_LVCommandLine::lockHeldByAnotherCopy()
+{
+    LVOperationLock lock;
+    QVERIFY(lock.tryLock());
+    const Run result = run({QStringLiteral("--install"), QStringLiteral("LV-PRISM"), QStringLiteral("--yes")});
+    QCOMPARE(result.status, 4);
+    QVERIFY2(result.err.contains(QByteArray::number(QCoreApplication::applicationPid())), result.err.constData());
+    // Reading needs no lock.
+    QCOMPARE(run({QStringLiteral("--list")}).status, 0);
+}
+
+void tst_LVCommandLine::administratorStepNeverGrantedSilently()
+{
+    // No --yes and no terminal to ask on: the administrator step is refused and nothing changes.
+    const Run result = run({QStringLiteral("--install"), QStringLiteral("LV-PRISM"), QStringLiteral("--json")});
+    QCOMPARE(result.status, 1);
+    QCOMPARE(result.objects().value(0).value("outcome").toString(), QStringLiteral("failed"));
+    QVERIFY(!QFile::exists(_env->systemRoot() + QStringLiteral("/Applications/Lumivane/PrismaticGlow.app")));
+    QVERIFY2(leftPackages().isEmpty(), qPrintable(leftPackages().join(',')));
+}
+
+QTEST_GUILESS_MAIN(tst_LVCommandLine)
+#include "tst_LVCommandLine.moc"
