@@ -50,9 +50,6 @@ int runOnce(int products)
     server.serveDirectory("/", site.path());
     LVServers::setOverrideURL(base);
     AppDelegate::configureApplication();
-    LVInstallManager::setSingleInstallItemFactory([](const VMSingleProductItemPtr& product) -> LVInstallItem* {
-        return LVSingleInstallItem::installItemWithSingleProductItem(product);
-    });
 
     QElapsedTimer clock;
     PaintWatcher watcher;
@@ -88,8 +85,8 @@ int runOnce(int products)
     getrusage(RUSAGE_SELF, &usage);
 
     // Scroll through every row a page at a time, painting each step, as a user paging down does.
-    QScrollBar* bar = manager->installItemsTable()->verticalScrollBar();
-    QWidget* viewport = manager->installItemsTable()->viewport();
+    QScrollBar* bar = manager->containerView()->findChild<LVOutlineView*>(QStringLiteral("_installItemsTable"))->verticalScrollBar();
+    QWidget* viewport = manager->containerView()->findChild<LVOutlineView*>(QStringLiteral("_installItemsTable"))->viewport();
     QElapsedTimer scrollClock;
     int frames = 0;
     scrollClock.start();

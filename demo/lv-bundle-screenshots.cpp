@@ -6,6 +6,8 @@
 
 #include "items/LVBundleInstallItem.h"
 #include "items/LVBundleProductInstallItem.h"
+#include "manager/LVInstallManagerView.h"
+#include "manager/LVApplicationItemFactory.h"
 #include "manager/AppDelegate.h"
 #include "manager/LVInstallManager.h"
 #include "outline/LVOutlineView.h"
@@ -80,8 +82,8 @@ int main(int argc, char* argv[])
         return int(PrivilegedExecution::Canceled);
     });
 
-    LVInstallManager::setBundleInstallItemFactory(&LVBundleInstallItem::installItemWithBundleProductItem);
     LVInstallManager manager;
+    manager.setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());
     manager.setAttachedToStatusItem(false);
     manager.show();
     waitFor([&] { return manager.lastUpdateDate().isValid() && !manager.isUpdating(); }, 20000);
@@ -100,7 +102,7 @@ int main(int argc, char* argv[])
     }
     shot(QStringLiteral("bundle-collapsed"));
 
-    manager.installItemsTable()->expandItem(studio);
+    manager.containerView()->findChild<LVOutlineView*>(QStringLiteral("_installItemsTable"))->expandItem(studio);
     shot(QStringLiteral("bundle-expanded"));
 
     // One product of the studio bundle at its latest version, as a real install would leave it.

@@ -7,6 +7,8 @@
 #include "catalogue/VMVersionItem.h"
 #include "engines/LVProductOperation.h"
 #include "items/LVSingleInstallItem.h"
+#include "manager/LVInstallManagerView.h"
+#include "manager/LVApplicationItemFactory.h"
 #include "manager/AppDelegate.h"
 #include "widgets/LVAlertPresenter.h"
 #include "manager/LVInstallManager.h"
@@ -61,9 +63,6 @@ int main(int argc, char* argv[])
     const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("screens");
     QDir().mkpath(folder);
     AppDelegate::configureApplication();
-    LVInstallManager::setSingleInstallItemFactory([](const VMSingleProductItemPtr& product) -> LVInstallItem* {
-        return LVSingleInstallItem::installItemWithSingleProductItem(product);
-    });
     // The consent prompt: granted, or held open while a picture is taken.
     Platform::privilegedExecution().setConsentProvider([](const QString&) {
         while (consentHeld.load())
@@ -79,6 +78,7 @@ int main(int argc, char* argv[])
     stalling.setRoute("/stalled/Installer.pkg", stalled);
 
     LVInstallManager manager;
+    manager.setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());
     manager.setAlertPresenter(std::make_shared<AnsweringPresenter>());
     manager.setAttachedToStatusItem(false);
     manager.show();
@@ -124,7 +124,7 @@ int main(int argc, char* argv[])
     manager.window()->grab().save(QDir(folder).filePath(QStringLiteral("products-statuses.png")));
 
     // A row's description.
-    LVOutlineView* table = manager.installItemsTable();
+    LVOutlineView* table = manager.containerView()->findChild<LVOutlineView*>(QStringLiteral("_installItemsTable"));
     LVSingleInstallItem* described = rows.first();
     table->expandItem(described);
     settle(600);

@@ -14,7 +14,6 @@
 #include "foundation/LVPreferences.h"
 #include "outline/LVRowHost.h"
 #include "widgets/LVIconCache.h"
-#include "outline/LVOutlineView.h"
 #include "platform/Platform.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -471,8 +470,8 @@ void LVSingleInstallItem::updateDescription()
     _ui->_descriptionTextView->setFixedHeight(height);
     if (_moreInfoView->height() != height + 36) {
         _moreInfoView->resize(_moreInfoView->width(), height + 36);
-        if (installManager() && installManager()->installItemsTable())
-            installManager()->installItemsTable()->noteHeightsChanged();
+        if (installManager())
+            installManager()->noteRowHeightsChanged();
     }
 
     QString titleHtml =

@@ -1,5 +1,5 @@
 #include "LVAboutWindow.h"
-#include "LVAppearance.h"
+#include "widgets/LVAppearance.h"
 
 #include <QApplication>
 #include <QLabel>

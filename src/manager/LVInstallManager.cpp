@@ -367,3 +367,8 @@ void LVInstallManager::quitButtonAction()
     if (_delegate)
         _delegate->quitApplication();
 }
+
+void LVInstallManager::noteRowHeightsChanged()
+{
+    _installsTab->outlineView()->noteHeightsChanged();
+}

@@ -131,6 +131,7 @@ public:
     void selectItem(QObject* item);
     void selectInstallItem(LVInstallItem* item) override;
     void reloadItem(const VMNotification&) { _installsTab->reloadData(); }
+    void noteRowHeightsChanged() override;
     void expandInstallItem(const VMNotification& notification);
     void expandNewsItem(const VMNotification& notification);
     void showDiscontinuedProductsChanged(const VMNotification& notification);

@@ -1,5 +1,5 @@
 #include "LVLicenseAgreementWindow.h"
-#include "LVAppearance.h"
+#include "widgets/LVAppearance.h"
 
 #include <QCloseEvent>
 #include <QHBoxLayout>

@@ -1,5 +1,5 @@
 #include "LVUpdateWindow.h"
-#include "LVAppearance.h"
+#include "widgets/LVAppearance.h"
 
 #include <QApplication>
 #include <QHBoxLayout>

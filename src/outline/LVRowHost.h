@@ -35,6 +35,8 @@ public:
     virtual QList<LVInstallItem*> singleProductInstallItems() const = 0;
     virtual std::shared_ptr<VMProductsCollection> productsCollection() const = 0;
     virtual qint64 indicateAsNewProductPeriod() const = 0;
+    // A row's view changed its height: the list lays its rows out again.
+    virtual void noteRowHeightsChanged() {}
     // The main window, or null while it has not been shown.
     virtual QWidget* window() const = 0;
 };

@@ -80,8 +80,11 @@ void tst_LVCommandLine::init()
     _server.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/demo/lv-demo-server"));
     _server.start();
     QVERIFY(_server.waitForStarted());
-    QTRY_VERIFY_WITH_TIMEOUT(_server.canReadLine() || _server.state() != QProcess::Running, 60000);
-    const QByteArray line = _server.readLine().trimmed();
+    // The server prints its lines once it listens; the address comes last.
+    QByteArray line;
+    QTRY_VERIFY_WITH_TIMEOUT((_server.canReadLine() && (line = _server.readLine().trimmed()).startsWith("LV_SERVER_URL=")) ||
+                                 _server.state() != QProcess::Running,
+                             60000);
     QVERIFY2(line.startsWith("LV_SERVER_URL="), line.constData());
     _serverURL = QString::fromUtf8(line.mid(int(strlen("LV_SERVER_URL="))));
     qputenv("LV_SERVER_URL", _serverURL.toUtf8());

@@ -1,7 +1,7 @@
 #include "LocalHttpServer.h"
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
-#include "engines/TestPrivilegedExecution.h"
+#include "TestPrivilegedExecution.h"
 
 #include "DemoCatalogue.h"
 #include "DemoPackages.h"

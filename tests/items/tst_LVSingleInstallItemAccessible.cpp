@@ -1,8 +1,9 @@
 #include "LocalHttpServer.h"
 #include "TestAlertPresenter.h"
+#include "TestInstallItem.h"
 #include "TestEnvironment.h"
 #include "engines/EngineRecorder.h"
-#include "engines/TestPrivilegedExecution.h"
+#include "TestPrivilegedExecution.h"
 
 #include "PackageBuilder.h"
 #include "catalogue/LVServers.h"
@@ -132,11 +133,12 @@ void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
         "/VM_installers/Product+Versions.plist",
         VMPropertyList::toXmlData(QVariantMap{{"Products", QVariantMap{{"Products", QVariantList{glow}}}}}));
 
-    LVInstallManager::setSingleInstallItemFactory([](const VMSingleProductItemPtr& product) -> LVInstallItem* {
-        return LVSingleInstallItem::installItemWithSingleProductItem(product);
-    });
     auto alerts = std::make_shared<TestAlertPresenter>();
     LVInstallManager* manager = LVInstallManager::sharedInstallManager();
+    manager->setInstallItemFactory(std::make_shared<TestSingleItemFactory>(
+        [](const VMSingleProductItemPtr& product) -> LVInstallItem* {
+            return LVSingleInstallItem::installItemWithSingleProductItem(product);
+        }));
     manager->setAlertPresenter(alerts);
     manager->setAttachedToStatusItem(false);
     manager->show();
@@ -191,7 +193,6 @@ void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
     QVERIFY(!QDir(installed).exists());
 
     LVInstallManager::releaseSharedInstallManager();
-    LVInstallManager::setSingleInstallItemFactory({});
     LVServers::setOverrideURL(QUrl());
     QTRY_VERIFY(env.temporaryFiles().isEmpty());
 }

@@ -8,7 +8,7 @@
 #include "manager/LVLicenseAgreementWindow.h"
 #include "manager/VMLoggerWindow.h"
 #include "support/LocalHttpServer.h"
-#include "support/TestAlertPresenter.h"
+#include "TestAlertPresenter.h"
 #include "support/TestEnvironment.h"
 #include "support/TestSessionBus.h"
 

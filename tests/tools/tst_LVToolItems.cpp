@@ -6,6 +6,7 @@
 #include "foundation/VMNotificationCenter.h"
 #include "manager/LVInstallManager.h"
 #include "support/LocalHttpServer.h"
+#include "tools/LVToolItem.h"
 #include "tools/LVToolDeleteExpendableFilesItems.h"
 #include "tools/LVToolDiagnosticItem.h"
 #include "tools/LVToolKnowledgeBaseSearchItem.h"
@@ -61,6 +62,7 @@ void tst_LVToolItems::init()
     LVServers::setOverrideURL(base);
     _alerts = std::make_shared<TestAlertPresenter>();
     LVInstallManager::sharedInstallManager()->setAlertPresenter(_alerts);
+    LVToolItem::setRowHost(LVInstallManager::sharedInstallManager());
     // The unlisted tool stands in for the update-all tool to show where its slot is.
     LVToolItem::setUpdateAllInstalledToolFactory([] { return LVUninstallDiscontinuedItem::tool(); });
 }

@@ -1,7 +1,7 @@
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
 #include "ToolTestWorkspace.h"
-#include "engines/TestPrivilegedExecution.h"
+#include "TestPrivilegedExecution.h"
 
 #include "foundation/VMPropertyList.h"
 #include "tools/LVToolSearchAndDelete.h"

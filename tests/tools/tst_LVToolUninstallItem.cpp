@@ -1,7 +1,7 @@
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
 #include "TestInstallItem.h"
-#include "engines/TestPrivilegedExecution.h"
+#include "TestPrivilegedExecution.h"
 
 #include "catalogue/LVServers.h"
 #include "catalogue/VMProductsCollection.h"
@@ -10,6 +10,7 @@
 #include "manager/LVInstallManager.h"
 #include "widgets/LVSpinner.h"
 #include "support/LocalHttpServer.h"
+#include "tools/LVToolItem.h"
 #include "tools/LVToolUninstallItem.h"
 #include "tools/LVToolUninstallItemDelegate.h"
 
@@ -65,12 +66,12 @@ void tst_LVToolUninstallItem::init()
     LVServers::setOverrideURL(base);
     _alerts = std::make_shared<TestAlertPresenter>();
     LVInstallManager::sharedInstallManager()->setAlertPresenter(_alerts);
+    LVToolItem::setRowHost(LVInstallManager::sharedInstallManager());
     QVERIFY(QDir().mkpath(wrapperPath() + QStringLiteral("/Contents")));
 }
 
 void tst_LVToolUninstallItem::cleanup()
 {
-    LVInstallManager::setSingleInstallItemFactory({});
     LVInstallManager::sharedInstallManager()->setProductsCollection(VMProductsCollection::initWithDict(QVariantMap()));
     LVServers::setOverrideURL(QUrl());
     _server.reset();
@@ -137,12 +138,14 @@ void tst_LVToolUninstallItem::totalUninstall()
     for (int i = 0; i < rowStatuses.size(); ++i)
         products.append(
             QVariantMap{{"Product ID", QStringLiteral("P%1").arg(i)}, {"Title", QStringLiteral("P%1").arg(i)}});
-    LVInstallManager::setSingleInstallItemFactory([&rowStatuses](const VMSingleProductItemPtr& product) {
-        auto* row = new TestInstallItem(product->productID(), rowStatuses.value(product->productID().mid(1).toInt()));
-        row->product = product;
-        return row;
-    });
     LVInstallManager* manager = LVInstallManager::sharedInstallManager();
+    manager->setInstallItemFactory(
+        std::make_shared<TestSingleItemFactory>([&rowStatuses](const VMSingleProductItemPtr& product) {
+            auto* row =
+                new TestInstallItem(product->productID(), rowStatuses.value(product->productID().mid(1).toInt()));
+            row->product = product;
+            return row;
+        }));
     manager->setProductsCollection(VMProductsCollection::initWithDict(QVariantMap{{"Products", products}}));
     const QList<LVInstallItem*> rows = manager->singleProductInstallItems();
     QCOMPARE(rows.size(), rowStatuses.size());

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <functional>
+
 #include "items/LVInstallItem.h"
+#include "items/LVInstallItemFactory.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -46,4 +49,19 @@ public:
 private:
     QString _title;
     QPointer<QWidget> _view;
+};
+
+// Single-product rows made by a function the test gives; no bundle rows, no "update all" row.
+class TestSingleItemFactory : public LVInstallItemFactory
+{
+public:
+    using Make = std::function<LVInstallItem*(const std::shared_ptr<VMSingleProductItem>&)>;
+    explicit TestSingleItemFactory(Make make) : _make(std::move(make)) {}
+    LVInstallItem* singleInstallItem(const std::shared_ptr<VMSingleProductItem>& product) override
+    {
+        return _make(product);
+    }
+
+private:
+    Make _make;
 };
