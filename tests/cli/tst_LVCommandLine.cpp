@@ -82,9 +82,14 @@ void tst_LVCommandLine::init()
     QVERIFY(_server.waitForStarted());
     // The server prints its lines once it listens; the address comes last.
     QByteArray line;
-    QTRY_VERIFY_WITH_TIMEOUT((_server.canReadLine() && (line = _server.readLine().trimmed()).startsWith("LV_SERVER_URL=")) ||
-                                 _server.state() != QProcess::Running,
-                             60000);
+    QElapsedTimer clock;
+    clock.start();
+    while (!line.startsWith("LV_SERVER_URL=") && clock.elapsed() < 120000 && _server.state() == QProcess::Running) {
+        if (_server.canReadLine())
+            line = _server.readLine().trimmed();
+        else
+            _server.waitForReadyRead(1000);
+    }
     QVERIFY2(line.startsWith("LV_SERVER_URL="), line.constData());
     _serverURL = QString::fromUtf8(line.mid(int(strlen("LV_SERVER_URL="))));
     qputenv("LV_SERVER_URL", _serverURL.toUtf8());
