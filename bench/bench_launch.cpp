@@ -85,8 +85,10 @@ int runOnce(int products)
     getrusage(RUSAGE_SELF, &usage);
 
     // Scroll through every row a page at a time, painting each step, as a user paging down does.
-    QScrollBar* bar = manager->containerView()->findChild<LVOutlineView*>(QStringLiteral("_installItemsTable"))->verticalScrollBar();
-    QWidget* viewport = manager->containerView()->findChild<LVOutlineView*>(QStringLiteral("_installItemsTable"))->viewport();
+    QScrollBar* bar =
+        manager->containerView()->findChild<LVOutlineView*>(QStringLiteral("_installItemsTable"))->verticalScrollBar();
+    QWidget* viewport =
+        manager->containerView()->findChild<LVOutlineView*>(QStringLiteral("_installItemsTable"))->viewport();
     QElapsedTimer scrollClock;
     int frames = 0;
     scrollClock.start();

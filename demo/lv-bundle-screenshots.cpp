@@ -6,10 +6,10 @@
 
 #include "items/LVBundleInstallItem.h"
 #include "items/LVBundleProductInstallItem.h"
-#include "manager/LVInstallManagerView.h"
-#include "manager/LVApplicationItemFactory.h"
 #include "manager/AppDelegate.h"
+#include "manager/LVApplicationItemFactory.h"
 #include "manager/LVInstallManager.h"
+#include "manager/LVInstallManagerView.h"
 #include "outline/LVOutlineView.h"
 #include "platform/Platform.h"
 

@@ -7,14 +7,14 @@
 #include "catalogue/VMVersionItem.h"
 #include "engines/LVProductOperation.h"
 #include "items/LVSingleInstallItem.h"
-#include "manager/LVInstallManagerView.h"
-#include "manager/LVApplicationItemFactory.h"
 #include "manager/AppDelegate.h"
-#include "widgets/LVAlertPresenter.h"
+#include "manager/LVApplicationItemFactory.h"
 #include "manager/LVInstallManager.h"
+#include "manager/LVInstallManagerView.h"
 #include "outline/LVOutlineView.h"
 #include "platform/Platform.h"
 #include "platform/PrivilegedExecution.h"
+#include "widgets/LVAlertPresenter.h"
 
 #include <QApplication>
 #include <QDir>

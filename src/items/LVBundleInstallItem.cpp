@@ -11,12 +11,12 @@
 #include "engines/LVAdminAuthorization.h"
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
+#include "foundation/LVPreferences.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
-#include "foundation/LVPreferences.h"
 #include "outline/LVRowHost.h"
-#include "widgets/LVIconCache.h"
 #include "platform/Platform.h"
+#include "widgets/LVIconCache.h"
 
 #include <QEvent>
 #include <QLabel>
@@ -127,7 +127,9 @@ void LVBundleInstallItem::setInstallManager(LVRowHost* manager)
 
 QList<LVOutlineItem*> LVBundleInstallItem::childItems()
 {
-    const bool showDiscontinued = LVPreferences::sharedPreferences()->propertyForKey(QLatin1String(LVPreferences::showDiscontinuedProducts)).toBool();
+    const bool showDiscontinued = LVPreferences::sharedPreferences()
+                                      ->propertyForKey(QLatin1String(LVPreferences::showDiscontinuedProducts))
+                                      .toBool();
     QList<LVOutlineItem*> children;
     for (LVBundleProductInstallItem* row : std::as_const(_productInstallItems)) {
         if (showDiscontinued || !row->discontinued())

@@ -8,10 +8,10 @@
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVProductOperation.h"
+#include "foundation/LVPreferences.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
-#include "foundation/LVPreferences.h"
 #include "outline/LVRowHost.h"
 #include "widgets/LVIconCache.h"
 

@@ -8,13 +8,13 @@
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVProductOperation.h"
+#include "foundation/LVPreferences.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
-#include "widgets/LVBadgeImage.h"
-#include "foundation/LVPreferences.h"
 #include "outline/LVRowHost.h"
-#include "widgets/LVIconCache.h"
 #include "platform/Platform.h"
+#include "widgets/LVBadgeImage.h"
+#include "widgets/LVIconCache.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QFileDialog>

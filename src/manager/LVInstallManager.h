@@ -118,7 +118,10 @@ public:
 
     // Row lists (the tabs).
     QList<LVInstallItem*> installItems() const override { return _installsTab->installItems(); }
-    QList<LVInstallItem*> singleProductInstallItems() const override { return _installsTab->singleProductInstallItems(); }
+    QList<LVInstallItem*> singleProductInstallItems() const override
+    {
+        return _installsTab->singleProductInstallItems();
+    }
     QList<LVInstallItem*> bundleProductInstallItems() const { return _installsTab->bundleProductInstallItems(); }
     QList<LVNewsItem*> newsItems() const { return _newsTab->newsItems(); }
     QList<LVHelpItem*> helpItems() const { return _helpTab->helpItems(); }

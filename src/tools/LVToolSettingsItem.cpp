@@ -1,8 +1,8 @@
 #include "LVToolSettingsItem.h"
 #include "ui_LVToolSettingsItem.h"
 
-#include "foundation/VMNotificationCenter.h"
 #include "foundation/LVPreferences.h"
+#include "foundation/VMNotificationCenter.h"
 
 #include <QSignalBlocker>
 
@@ -29,7 +29,10 @@ bool LVToolSettingsItem::initView()
     const bool loaded = LVToolItem::initView();
     if (_showDiscontinuedProductsButton) {
         const QSignalBlocker blocker(_showDiscontinuedProductsButton);
-        _showDiscontinuedProductsButton->setChecked(LVPreferences::sharedPreferences()->propertyForKey(QLatin1String(LVPreferences::showDiscontinuedProducts)).toBool());
+        _showDiscontinuedProductsButton->setChecked(
+            LVPreferences::sharedPreferences()
+                ->propertyForKey(QLatin1String(LVPreferences::showDiscontinuedProducts))
+                .toBool());
     }
     return loaded;
 }

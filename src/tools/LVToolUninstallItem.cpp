@@ -116,9 +116,9 @@ void LVToolUninstallItem::setBusy(bool busy)
 void LVToolUninstallItem::showErrorOccuredAlert()
 {
     if (LVRowHost* host = LVToolItem::rowHost())
-        host->showAlert(LVAlert(
-        QStringLiteral("Error Occured"), QStringLiteral("An error occured, please contact Lumivane at ") +
-                                             QLatin1String(supportEmailAddress) + QStringLiteral(" for help.")));
+        host->showAlert(LVAlert(QStringLiteral("Error Occured"),
+                                QStringLiteral("An error occured, please contact Lumivane at ") +
+                                    QLatin1String(supportEmailAddress) + QStringLiteral(" for help.")));
 }
 
 void LVToolUninstallItem::uninstallButtonAction()

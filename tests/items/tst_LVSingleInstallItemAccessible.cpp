@@ -1,9 +1,9 @@
 #include "LocalHttpServer.h"
 #include "TestAlertPresenter.h"
-#include "TestInstallItem.h"
 #include "TestEnvironment.h"
-#include "engines/EngineRecorder.h"
+#include "TestInstallItem.h"
 #include "TestPrivilegedExecution.h"
+#include "engines/EngineRecorder.h"
 
 #include "PackageBuilder.h"
 #include "catalogue/LVServers.h"
@@ -135,8 +135,8 @@ void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
 
     auto alerts = std::make_shared<TestAlertPresenter>();
     LVInstallManager* manager = LVInstallManager::sharedInstallManager();
-    manager->setInstallItemFactory(std::make_shared<TestSingleItemFactory>(
-        [](const VMSingleProductItemPtr& product) -> LVInstallItem* {
+    manager->setInstallItemFactory(
+        std::make_shared<TestSingleItemFactory>([](const VMSingleProductItemPtr& product) -> LVInstallItem* {
             return LVSingleInstallItem::installItemWithSingleProductItem(product);
         }));
     manager->setAlertPresenter(alerts);

@@ -1,3 +1,4 @@
+#include "TestAlertPresenter.h"
 #include "catalogue/LVServers.h"
 #include "engines/LogCapture.h"
 #include "foundation/LVPreferences.h"
@@ -8,7 +9,6 @@
 #include "manager/LVLicenseAgreementWindow.h"
 #include "manager/VMLoggerWindow.h"
 #include "support/LocalHttpServer.h"
-#include "TestAlertPresenter.h"
 #include "support/TestEnvironment.h"
 #include "support/TestSessionBus.h"
 

@@ -1,7 +1,7 @@
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
-#include "ToolTestWorkspace.h"
 #include "TestPrivilegedExecution.h"
+#include "ToolTestWorkspace.h"
 
 #include "foundation/VMPropertyList.h"
 #include "tools/LVToolSearchAndDelete.h"

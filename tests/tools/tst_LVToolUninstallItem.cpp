@@ -8,11 +8,11 @@
 #include "catalogue/VMSingleProductItem.h"
 #include "foundation/VMNotificationCenter.h"
 #include "manager/LVInstallManager.h"
-#include "widgets/LVSpinner.h"
 #include "support/LocalHttpServer.h"
 #include "tools/LVToolItem.h"
 #include "tools/LVToolUninstallItem.h"
 #include "tools/LVToolUninstallItemDelegate.h"
+#include "widgets/LVSpinner.h"
 
 #include <QDir>
 #include <QPushButton>
