@@ -5,6 +5,7 @@
 #include "LVInstallItemTitleField.h"
 #include "LVStatusImages.h"
 #include "catalogue/LVServers.h"
+#include "catalogue/VMInstallStatus.h"
 #include "catalogue/VMProductsCollection.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "catalogue/VMUtils.h"
@@ -231,21 +232,7 @@ void LVBundleInstallItem::updateStatus()
     QList<uint> statuses;
     for (LVBundleProductInstallItem* row : std::as_const(_productInstallItems))
         statuses.append(row->installStatus());
-    const auto all = [&](auto test) { return std::all_of(statuses.begin(), statuses.end(), test); };
-    const auto any = [&](auto test) { return std::any_of(statuses.begin(), statuses.end(), test); };
-    uint status;
-    if (all([](uint s) { return s == StatusWaitingForBundle; }))
-        status = StatusWaitingForBundle;
-    else if (any([](uint s) { return s == StatusDownloading; }))
-        status = StatusDownloading;
-    else if (any([](uint s) { return s == StatusInstalling || s == StatusWaitingForBundle; }))
-        status = StatusInstalling;
-    else if (!any([](uint s) { return s == StatusLatestInstalled || s == StatusUpdateAvailable; }))
-        status = StatusNotInstalled;
-    else if (all([](uint s) { return s == StatusLatestInstalled; }))
-        status = StatusLatestInstalled;
-    else
-        status = StatusBundlePartlyInstalled;
+    const uint status = VMInstallStatus::bundleStatus(statuses);
     setInstallStatus(status);
     updateView(status);
 }

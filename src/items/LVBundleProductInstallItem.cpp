@@ -4,6 +4,7 @@
 #include "LVBundleInstallItem.h"
 #include "LVInstallItemTitleField.h"
 #include "LVStatusImages.h"
+#include "catalogue/VMInstallStatus.h"
 #include "catalogue/VMUtils.h"
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
@@ -142,13 +143,7 @@ void LVBundleProductInstallItem::updateStatus()
     } else if (_installedVersion.isEmpty()) {
         status = StatusNotInstalled;
     } else {
-        const VMVersionItemPtr installed = _productItem->versionItemForVersionString(_installedVersion);
-        const VMVersionItemPtr latest = _productItem->latestVersionItem();
-        if (installed != latest) {
-            const QString latestVersion = latest ? latest->productVersion() : QString();
-            status = VMUtils::compareVersion(_installedVersion, latestVersion) == 1 ? StatusLatestInstalled
-                                                                                    : StatusUpdateAvailable;
-        }
+        status = VMInstallStatus::singleProductStatus(*_productItem, _installedVersion);
     }
     setInstallStatus(status);
     updateView(status);

@@ -4,6 +4,7 @@
 #include "LVInstallItemTitleField.h"
 #include "LVMoreInfoSingleInstallItem.h"
 #include "catalogue/LVServers.h"
+#include "catalogue/VMInstallStatus.h"
 #include "catalogue/VMUtils.h"
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
@@ -305,16 +306,8 @@ void LVSingleInstallItem::updateStatus()
         status = StatusInstalling;
     else if (installed.isNull())
         status = StatusNotInstalled;
-    else {
-        const VMVersionItemPtr installedItem = _productItem->versionItemForVersionString(installed);
-        const VMVersionItemPtr latest = _productItem->latestVersionItem();
-        if (installedItem != latest)
-            status = VMUtils::compareVersion(installed, latest ? latest->productVersion() : QString()) == 1
-                         ? StatusLatestInstalled
-                         : StatusUpdateAvailable;
-        else
-            status = StatusLatestInstalled;
-    }
+    else
+        status = VMInstallStatus::singleProductStatus(*_productItem, installed);
     setInstallStatus(status);
 
     if (!_ui)
