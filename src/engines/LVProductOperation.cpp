@@ -446,32 +446,28 @@ void LVProductOperation::installStarted(LVInstaller* installer)
 
 void LVProductOperation::installCompleted(LVInstaller* installer)
 {
-    const VMVersionItemPtr version = installingVersionItem();
-    record(QStringLiteral("install"), QStringLiteral("succeeded"), version ? version->productVersion() : QString());
-    {
-        QMutexLocker locker(&_packageLock);
-        _runningInstallers = qMax(0, _runningInstallers - 1);
-        _installerSettings.clear();
-    }
-    if (_installer.get() == installer)
-        _installer.reset();
-    setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
-    QPointer<LVProductOperation> self(this);
-    if (_owner && _installDelegate)
-        _installDelegate->installCompleted(installer);
-    if (self && _installingVersionItem == version && !_installer) {
-        QMutexLocker locker(&_packageLock);
-        _installingVersionItem.reset();
-    }
+    record(QStringLiteral("install"), QStringLiteral("succeeded"), installingVersionString());
+    endInstallation(installer, &LVInstallerDelegate::installCompleted);
 }
 
 void LVProductOperation::installFailed(LVInstaller* installer)
 {
-    const VMVersionItemPtr version = installingVersionItem();
     const VMError error = installer->error();
     record(QStringLiteral("install"),
            error.code() == PrivilegedExecution::Canceled ? QStringLiteral("cancelled") : QStringLiteral("failed"),
-           version ? version->productVersion() : QString(), error.description());
+           installingVersionString(), error.description());
+    endInstallation(installer, &LVInstallerDelegate::installFailed);
+}
+
+QString LVProductOperation::installingVersionString() const
+{
+    const VMVersionItemPtr version = installingVersionItem();
+    return version ? version->productVersion() : QString();
+}
+
+void LVProductOperation::endInstallation(LVInstaller* installer, void (LVInstallerDelegate::*callback)(LVInstaller*))
+{
+    const VMVersionItemPtr version = installingVersionItem();
     {
         QMutexLocker locker(&_packageLock);
         _runningInstallers = qMax(0, _runningInstallers - 1);
@@ -482,7 +478,7 @@ void LVProductOperation::installFailed(LVInstaller* installer)
     setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
     QPointer<LVProductOperation> self(this);
     if (_owner && _installDelegate)
-        _installDelegate->installFailed(installer);
+        (_installDelegate->*callback)(installer);
     if (self && _installingVersionItem == version && !_installer) {
         QMutexLocker locker(&_packageLock);
         _installingVersionItem.reset();

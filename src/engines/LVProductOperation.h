@@ -163,6 +163,9 @@ private:
     void record(const QString& action, const QString& outcome, const QString& version,
                 const QString& detail = QString());
     void startActionClock();
+    QString installingVersionString() const;
+    // The end of an installation, either way: the bookkeeping, then the owner's callback.
+    void endInstallation(LVInstaller* installer, void (LVInstallerDelegate::*callback)(LVInstaller*));
     void forgetInstallerDownloader(LVDownloader* downloader);
     void runUninstallScripts(const QByteArrayList& scripts);
     // Main thread: takes over a runner made on a background thread before it starts.
