@@ -1,5 +1,7 @@
 #include "PosixPlist.h"
 
+#include "PlistText.h"
+
 #include <QFile>
 
 #include <plist/plist.h>
@@ -32,10 +34,7 @@ QVariantMap readStrings(const QString& path)
                 break;
             }
             if (key && plist_get_node_type(value) == PLIST_STRING) {
-                char* text = nullptr;
-                plist_get_string_val(value, &text);
-                values.insert(QString::fromUtf8(key), QString::fromUtf8(text ? text : ""));
-                free(text);
+                values.insert(QString::fromUtf8(key), plistStringText(value));
             }
             free(key);
         }

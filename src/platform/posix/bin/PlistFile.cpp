@@ -1,5 +1,7 @@
 #include "PlistFile.h"
 
+#include "../PlistText.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -51,9 +53,5 @@ QString PlistFile::string(plist_t dictionary, const char* key)
     plist_t value = plist_dict_get_item(dictionary, key);
     if (!value || plist_get_node_type(value) != PLIST_STRING)
         return QString();
-    char* text = nullptr;
-    plist_get_string_val(value, &text);
-    const QString result = QString::fromUtf8(text ? text : "");
-    free(text);
-    return result;
+    return plistStringText(value);
 }
