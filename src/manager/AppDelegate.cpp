@@ -127,7 +127,6 @@ void AppDelegate::applicationDidFinishLaunching()
     // 1. The manager; whether this is the first launch is read and not used.
     LVInstallManager* installManager = LVInstallManager::sharedInstallManager();
     installManager->setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());
-    LVToolItem::setRowHost(installManager);
     const QList<LVToolItem*> tools = LVToolItem::toolItems();
     installManager->setToolItems(QList<LVOutlineItem*>(tools.begin(), tools.end()));
     (void)preferences->propertyForKey(QLatin1String(LVPreferences::LVPrefsIsNotFirstLaunch));

@@ -2,6 +2,7 @@
 
 #include "items/LVBundleInstallItem.h"
 #include "items/LVSingleInstallItem.h"
+#include "tools/LVUpdateAllInstalledInstallItem.h"
 
 LVInstallItem* LVApplicationItemFactory::singleInstallItem(const std::shared_ptr<VMSingleProductItem>& product)
 {
@@ -14,8 +15,7 @@ LVInstallItem* LVApplicationItemFactory::bundleInstallItem(const std::shared_ptr
     return LVBundleInstallItem::installItemWithBundleProductItem(bundle, collection);
 }
 
-// Not written yet: the "update all installed" row plugs in here.
 LVInstallItem* LVApplicationItemFactory::updateAllInstalledItem()
 {
-    return nullptr;
+    return LVUpdateAllInstalledInstallItem::installItem();
 }

@@ -95,6 +95,10 @@ void LVInstallsTab::setProductsCollection(const std::shared_ptr<VMProductsCollec
                 adopt(_itemFactory->bundleInstallItem(bundle, collection), _bundleProductInstallItems);
         }
     }
+    if (_itemFactory) {
+        if (LVInstallItem* updateAll = _itemFactory->updateAllInstalledItem())
+            updateAll->setInstallManager(rowHost());
+    }
     selectInstallsTabViewAtIndex(_segmentedControl ? _segmentedControl->selectedTag() : BundlesTab);
     emit attentionCountChanged(attentionCount());
 }

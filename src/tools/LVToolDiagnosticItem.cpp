@@ -78,7 +78,7 @@ void LVToolDiagnosticItem::downloadCompleted(LVDownloader* downloader)
                                  "it, and follow the instructions."));
     alert.addButtonWithTitle(QStringLiteral("Ok"));
     alert.addButtonWithTitle(QStringLiteral("Show in Finder"), [this] { showFileBottonAction(); });
-    if (LVRowHost* host = LVToolItem::rowHost())
+    if (LVRowHost* host = installManager())
         host->showAlert(alert);
 }
 

@@ -5,17 +5,11 @@
 #include "LVToolKnowledgeBaseSearchItem.h"
 #include "LVToolSettingsItem.h"
 #include "LVToolUninstallItem.h"
+#include "LVToolUpdateAllInstalledItem.h"
 #include "foundation/VMLog.h"
+#include "outline/LVRowHost.h"
 
 #include <QWidget>
-
-namespace {
-LVToolItem::ToolFactory& updateAllInstalledToolFactory()
-{
-    static LVToolItem::ToolFactory factory;
-    return factory;
-}
-} // namespace
 
 LVToolItem::LVToolItem(QObject* parent) : QObject(parent) {}
 
@@ -24,41 +18,29 @@ LVToolItem::~LVToolItem()
     delete _contentView;
 }
 
-void LVToolItem::setUpdateAllInstalledToolFactory(ToolFactory factory)
-{
-    updateAllInstalledToolFactory() = std::move(factory);
-}
-
 QList<LVToolItem*> LVToolItem::makeToolItems()
 {
-    const QList<ToolFactory> factories = {
-        [] { return LVToolSettingsItem::tool(); },
-        [] { return LVToolKnowledgeBaseSearchItem::tool(); },
-        [] { return updateAllInstalledToolFactory() ? updateAllInstalledToolFactory()() : nullptr; },
-        [] { return LVToolUninstallItem::tool(); },
-        [] { return LVToolDeleteExpendableFilesItems::tool(); },
-        [] { return LVToolDiagnosticItem::tool(); },
+    const QList<LVToolItem*> candidates = {
+        LVToolSettingsItem::tool(),    LVToolKnowledgeBaseSearchItem::tool(),   LVToolUpdateAllInstalledItem::tool(),
+        LVToolUninstallItem::tool(),   LVToolDeleteExpendableFilesItems::tool(), LVToolDiagnosticItem::tool(),
     };
     QList<LVToolItem*> tools;
-    for (const ToolFactory& factory : factories) {
-        if (LVToolItem* tool = factory())
+    for (LVToolItem* tool : candidates) {
+        if (tool)
             tools.append(tool);
     }
     return tools;
 }
 
-namespace {
-LVRowHost* g_rowHost = nullptr;
+LVRowHost* LVToolItem::installManager() const
+{
+    return _installManagerObject ? _installManager : nullptr;
 }
 
-LVRowHost* LVToolItem::rowHost()
+void LVToolItem::setInstallManager(LVRowHost* manager)
 {
-    return g_rowHost;
-}
-
-void LVToolItem::setRowHost(LVRowHost* host)
-{
-    g_rowHost = host;
+    _installManagerObject = dynamic_cast<QObject*>(manager);
+    _installManager = _installManagerObject ? manager : nullptr;
 }
 
 QList<LVToolItem*> LVToolItem::toolItems()

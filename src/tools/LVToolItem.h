@@ -7,7 +7,6 @@ class LVRowHost;
 #include <QList>
 #include <QObject>
 #include <QPointer>
-#include <functional>
 
 class QWidget;
 
@@ -17,8 +16,6 @@ class LVToolItem : public QObject, public LVOutlineItem
 {
     Q_OBJECT
 public:
-    using ToolFactory = std::function<LVToolItem*()>;
-
     ~LVToolItem() override;
 
     // The tools tab's rows, built on the first call and kept: settings, knowledge-base search,
@@ -33,10 +30,6 @@ public:
         return static_cast<Tool*>(toolForClass(&Tool::staticMetaObject));
     }
 
-    // The third slot of the list, the update-all tool: whoever provides it plugs its `tool` in
-    // here before the list is first built. Until then the slot stays empty.
-    static void setUpdateAllInstalledToolFactory(ToolFactory factory);
-
     // Builds the panel. A tool without an interface file logs "Couldn't instantiate panel xib" and
     // still answers true (the row then has no view).
     virtual bool initView();
@@ -46,13 +39,11 @@ public:
     bool shouldExpand() override { return false; }
     bool shouldCollapse() override { return false; }
     bool shouldSelect() override { return false; }
-    void setInstallManager(LVRowHost*) override {}
+    // The window the tool raises its alerts over and whose rows it works on: handed in by the tools
+    // tab; null until then or once that window is gone.
+    LVRowHost* installManager() const;
+    void setInstallManager(LVRowHost* manager) override;
     Kind outlineKind() const override { return Kind::Tool; }
-
-    // The window the tools raise their alerts over and whose rows they work on; set by the
-    // application, null until then.
-    static LVRowHost* rowHost();
-    static void setRowHost(LVRowHost* host);
 
 protected:
     explicit LVToolItem(QObject* parent = nullptr);
@@ -60,4 +51,8 @@ protected:
     virtual QWidget* loadPanel() { return nullptr; }
 
     QPointer<QWidget> _contentView;
+
+private:
+    LVRowHost* _installManager = nullptr;
+    QPointer<QObject> _installManagerObject;
 };

@@ -115,7 +115,7 @@ void LVToolUninstallItem::setBusy(bool busy)
 
 void LVToolUninstallItem::showErrorOccuredAlert()
 {
-    if (LVRowHost* host = LVToolItem::rowHost())
+    if (LVRowHost* host = installManager())
         host->showAlert(LVAlert(QStringLiteral("Error Occured"),
                                 QStringLiteral("An error occured, please contact Lumivane at ") +
                                     QLatin1String(supportEmailAddress) + QStringLiteral(" for help.")));
@@ -140,7 +140,7 @@ void LVToolUninstallItem::startUninstall()
         showErrorOccuredAlert();
         return;
     }
-    LVRowHost* manager = LVToolItem::rowHost();
+    LVRowHost* manager = installManager();
     if (!manager)
         return;
     bool installed = false;
@@ -237,7 +237,7 @@ void LVToolUninstallItem::uninstallFailed(LVUninstaller*)
 
 void LVToolUninstallItem::checkInstallComplete(bool success)
 {
-    LVRowHost* manager = LVToolItem::rowHost();
+    LVRowHost* manager = installManager();
     if (!manager)
         return;
     manager->showAlert(success ? LVAlert(QStringLiteral("Uninstallation Completed"),

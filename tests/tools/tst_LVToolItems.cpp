@@ -62,14 +62,12 @@ void tst_LVToolItems::init()
     LVServers::setOverrideURL(base);
     _alerts = std::make_shared<TestAlertPresenter>();
     LVInstallManager::sharedInstallManager()->setAlertPresenter(_alerts);
-    LVToolItem::setRowHost(LVInstallManager::sharedInstallManager());
-    // The unlisted tool stands in for the update-all tool to show where its slot is.
-    LVToolItem::setUpdateAllInstalledToolFactory([] { return LVUninstallDiscontinuedItem::tool(); });
+    for (LVToolItem* tool : LVToolItem::makeToolItems())
+        tool->setInstallManager(LVInstallManager::sharedInstallManager());
 }
 
 void tst_LVToolItems::cleanup()
 {
-    LVToolItem::setUpdateAllInstalledToolFactory({});
     LVServers::setOverrideURL(QUrl());
     _server.reset();
     _env.reset();
@@ -85,7 +83,7 @@ void tst_LVToolItems::toolOrder_data()
     QTest::addColumn<QString>("osVersion");
     QTest::addColumn<QStringList>("classes");
     const QStringList withoutExpendable = {"LVToolSettingsItem", "LVToolKnowledgeBaseSearchItem",
-                                           "LVUninstallDiscontinuedItem", "LVToolUninstallItem",
+                                           "LVToolUpdateAllInstalledItem", "LVToolUninstallItem",
                                            "LVToolDiagnosticItem"};
     QStringList withExpendable = withoutExpendable;
     withExpendable.insert(4, "LVToolDeleteExpendableFilesItems");
@@ -108,7 +106,6 @@ void tst_LVToolItems::toolOrder()
 
 void tst_LVToolItems::toolForClassIsExact()
 {
-    LVToolItem::setUpdateAllInstalledToolFactory({});
     QCOMPARE(LVToolItem::toolForClass(&LVToolItem::staticMetaObject), nullptr);
     QCOMPARE(LVToolItem::toolForClass(nullptr), nullptr);
     QCOMPARE(LVToolItem::toolForClass<LVToolUninstallItem>(), LVToolUninstallItem::tool());

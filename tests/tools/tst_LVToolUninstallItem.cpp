@@ -66,7 +66,7 @@ void tst_LVToolUninstallItem::init()
     LVServers::setOverrideURL(base);
     _alerts = std::make_shared<TestAlertPresenter>();
     LVInstallManager::sharedInstallManager()->setAlertPresenter(_alerts);
-    LVToolItem::setRowHost(LVInstallManager::sharedInstallManager());
+    LVToolUninstallItem::tool()->setInstallManager(LVInstallManager::sharedInstallManager());
     QVERIFY(QDir().mkpath(wrapperPath() + QStringLiteral("/Contents")));
 }
 

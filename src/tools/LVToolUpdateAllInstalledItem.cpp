@@ -1,0 +1,352 @@
+#include "LVToolUpdateAllInstalledItem.h"
+#include "ui_LVToolUpdateAllInstalledItem.h"
+
+#include "LVToolUpdateAllInstalledItemDelegate.h"
+#include "engines/LVAdminAuthorization.h"
+#include "engines/LVDownloader.h"
+#include "engines/LVInstaller.h"
+#include "engines/LVProductOperation.h"
+#include "foundation/VMDispatch.h"
+#include "foundation/VMNotificationCenter.h"
+#include "items/LVSingleInstallItem.h"
+#include "outline/LVRowHost.h"
+#include "widgets/LVSpinner.h"
+
+LVToolUpdateAllInstalledItem* LVToolUpdateAllInstalledItem::tool()
+{
+    static LVToolUpdateAllInstalledItem* const instance = new LVToolUpdateAllInstalledItem;
+    return instance;
+}
+
+LVToolUpdateAllInstalledItem::LVToolUpdateAllInstalledItem() = default;
+LVToolUpdateAllInstalledItem::~LVToolUpdateAllInstalledItem() = default;
+
+QWidget* LVToolUpdateAllInstalledItem::loadPanel()
+{
+    auto* panel = new LVToolContainerView;
+    Ui::LVToolUpdateAllInstalledItem ui;
+    ui.setupUi(panel);
+    _updateButton = ui._updateButton;
+    _progressIndicator = ui._progressIndicator;
+    _progressDescription = ui._progressDescription;
+    connect(ui._updateButton, &QPushButton::clicked, this, &LVToolUpdateAllInstalledItem::updateButtonAction);
+    return panel;
+}
+
+bool LVToolUpdateAllInstalledItem::initView()
+{
+    const bool loaded = LVToolItem::initView();
+    // A panel made while a run is under way shows it.
+    showRunning(isBusy());
+    setDescription(_description);
+    return loaded;
+}
+
+void LVToolUpdateAllInstalledItem::showRunning(bool running)
+{
+    if (_progressIndicator) {
+        _progressIndicator->setVisible(running);
+        if (running)
+            _progressIndicator->startAnimation();
+        else
+            _progressIndicator->stopAnimation();
+    }
+    if (_updateButton)
+        _updateButton->setEnabled(!running);
+}
+
+void LVToolUpdateAllInstalledItem::setDescription(const QString& text)
+{
+    _description = text;
+    if (_progressDescription)
+        _progressDescription->setText(text);
+}
+
+LVToolUpdateAllInstalledItemDelegate* LVToolUpdateAllInstalledItem::delegate() const
+{
+    return _delegateObject ? _delegate : nullptr;
+}
+
+void LVToolUpdateAllInstalledItem::setDelegate(LVToolUpdateAllInstalledItemDelegate* delegate)
+{
+    auto* object = dynamic_cast<QObject*>(delegate);
+    _delegate = object ? delegate : nullptr;
+    _delegateObject = object;
+}
+
+void LVToolUpdateAllInstalledItem::tellDelegate(uint state, const QString& productName)
+{
+    if (LVToolUpdateAllInstalledItemDelegate* target = delegate())
+        target->updateStateChanged(state, productName, this);
+}
+
+QList<LVSingleInstallItem*> LVToolUpdateAllInstalledItem::installedItems() const
+{
+    QList<LVSingleInstallItem*> items;
+    LVRowHost* manager = installManager();
+    if (!manager)
+        return items;
+    for (LVInstallItem* row : manager->singleProductInstallItems()) {
+        auto* single = qobject_cast<LVSingleInstallItem*>(row);
+        if (single && single->installStatus() != LVInstallItem::StatusNotInstalled)
+            items.append(single);
+    }
+    return items;
+}
+
+QList<LVToolUpdateAllInstalledItem::InstallerEntry> LVToolUpdateAllInstalledItem::installerDicts() const
+{
+    QList<InstallerEntry> entries;
+    LVRowHost* manager = installManager();
+    if (!manager)
+        return entries;
+    for (LVInstallItem* row : manager->singleProductInstallItems()) {
+        auto* single = qobject_cast<LVSingleInstallItem*>(row);
+        if (!single)
+            continue;
+        const uint status = single->installStatus();
+        if (status == LVInstallItem::StatusNotInstalled || status == LVInstallItem::StatusLatestInstalled)
+            continue;
+        const QString url = single->latestVersionInstallerURL();
+        const bool known = std::any_of(entries.cbegin(), entries.cend(),
+                                       [&url](const InstallerEntry& entry) { return entry.installerURL == url; });
+        if (!known)
+            entries.append({single, url, WaitingForDownload, QString()});
+    }
+    return entries;
+}
+
+QList<LVToolUpdateAllInstalledItem::InstallerEntry> LVToolUpdateAllInstalledItem::installerDictsArray() const
+{
+    QList<InstallerEntry> entries;
+    for (const RunEntry& run : _installerDictsArray)
+        entries.append(run.entry);
+    return entries;
+}
+
+void LVToolUpdateAllInstalledItem::updateButtonAction()
+{
+    startUpdate(installerDicts());
+}
+
+bool LVToolUpdateAllInstalledItem::startUpdate(const QList<InstallerEntry>& installerDicts)
+{
+    if (isBusy())
+        return false;
+    if (installerDicts.isEmpty()) {
+        if (LVRowHost* manager = installManager())
+            manager->showAlert(LVAlert(QStringLiteral("No Updates Found"),
+                                       QStringLiteral("No updates to installed products found, all products are up "
+                                                      "to date.")));
+        return false;
+    }
+    for (const InstallerEntry& entry : installerDicts) {
+        RunEntry run{entry, nullptr};
+        if (entry.singleInstallItem) {
+            run.operation = std::make_unique<LVProductOperation>(entry.singleInstallItem->singleProductItem());
+            run.operation->setDelegate(this);
+            connect(run.operation.get(), &LVProductOperation::progressChanged, this,
+                    &LVToolUpdateAllInstalledItem::progressChanged);
+        }
+        _installerDictsArray.push_back(std::move(run));
+    }
+    // A run that cannot start its first download stays in the work list, as a stalled run does.
+    if (!startDownloadingNextInstaller())
+        return false;
+    showRunning(true);
+    return true;
+}
+
+bool LVToolUpdateAllInstalledItem::startDownloadingNextInstaller()
+{
+    const auto next = std::find_if(_installerDictsArray.begin(), _installerDictsArray.end(),
+                                   [](const RunEntry& run) { return run.entry.installState == WaitingForDownload; });
+    if (next == _installerDictsArray.end() || !next->operation)
+        return false;
+    const QUrl url(next->entry.installerURL);
+    // The represented object is the version when the URL is the latest version's, so that the
+    // history names it.
+    const VMSingleProductItemPtr product = next->operation->productItem();
+    const VMVersionItemPtr latest = product ? product->latestVersionItem() : nullptr;
+    const QVariant version =
+        latest && latest->versionDownloadURL() == next->entry.installerURL ? QVariant::fromValue(latest) : QVariant();
+    if (!next->operation->startDownload(url, {}, LVProductOperation::installerDownload, version))
+        return false;
+    setDescription(QStringLiteral("Downloading '%1'").arg(entryTitle(*next)));
+    next->entry.installState = Downloading;
+    return true;
+}
+
+LVToolUpdateAllInstalledItem::RunEntry* LVToolUpdateAllInstalledItem::entryForDownloader(LVDownloader* downloader)
+{
+    // Entries have distinct installer URLs, and each runs one download at a time.
+    for (RunEntry& run : _installerDictsArray) {
+        if (run.entry.installState == Downloading && QUrl(run.entry.installerURL) == downloader->url())
+            return &run;
+    }
+    return nullptr;
+}
+
+LVToolUpdateAllInstalledItem::RunEntry* LVToolUpdateAllInstalledItem::entryForInstaller(LVInstaller* installer)
+{
+    for (RunEntry& run : _installerDictsArray) {
+        if (!run.entry.installerFilePath.isEmpty() && run.entry.installerFilePath == installer->filePath())
+            return &run;
+    }
+    return nullptr;
+}
+
+QString LVToolUpdateAllInstalledItem::entryTitle(const RunEntry& run) const
+{
+    if (run.entry.singleInstallItem)
+        return run.entry.singleInstallItem->title();
+    const VMSingleProductItemPtr product = run.operation ? run.operation->productItem() : nullptr;
+    return product ? product->title() : QString();
+}
+
+void LVToolUpdateAllInstalledItem::downloadStarted(LVDownloader* downloader)
+{
+    RunEntry* run = entryForDownloader(downloader);
+    if (!run)
+        return;
+    run->entry.installState = Downloading;
+    tellDelegate(Downloading, entryTitle(*run));
+}
+
+void LVToolUpdateAllInstalledItem::downloadCompleted(LVDownloader* downloader)
+{
+    RunEntry* run = entryForDownloader(downloader);
+    if (!run)
+        return;
+    const QString path = downloader->downloadFilePath();
+    if (path.isEmpty()) {
+        run->entry.installState = DownloadFailed;
+    } else {
+        run->entry.installState = Downloaded;
+        run->entry.installerFilePath = path;
+    }
+    VMDispatch::performOnMainThread(this, [this] {
+        const bool allEnded = std::all_of(_installerDictsArray.cbegin(), _installerDictsArray.cend(),
+                                          [](const RunEntry& entry) { return entry.entry.installState >= Downloaded; });
+        if (allEnded)
+            checkAndStartNextInstaller();
+        else
+            startDownloadingNextInstaller();
+    });
+}
+
+void LVToolUpdateAllInstalledItem::downloadFailed(LVDownloader* downloader)
+{
+    RunEntry* run = entryForDownloader(downloader);
+    if (!run)
+        return;
+    run->entry.installState = DownloadFailed;
+    // Nothing further is downloaded and a failed download never counts as finished: the run stalls.
+    checkInstallComplete();
+}
+
+void LVToolUpdateAllInstalledItem::checkAndStartNextInstaller()
+{
+    const auto next = std::find_if(_installerDictsArray.begin(), _installerDictsArray.end(),
+                                   [](const RunEntry& run) { return run.entry.installState == Downloaded; });
+    if (next == _installerDictsArray.end() || !next->operation)
+        return;
+    if (!_authorizationRef) {
+        // One administrator prompt for the whole run. A failed creation is logged with extended
+        // logging; a refused password stops here silently, and the run stays unfinished.
+        auto authorization = std::make_unique<LVAdminAuthorization>(
+            LVInstaller::defaultAuthorizationFlags(), LVAdminAuthorization::CreateFailureLog::ExtendedLoggingOnly);
+        if (!authorization->isGranted())
+            return;
+        _authorizationRef = std::move(authorization);
+    }
+    if (!next->operation->install(_authorizationRef->authorizationRef(), LVProductOperation::Execution::Background,
+                                  {{QLatin1String(LVInstaller::requiresAuthenticationKey), true}}))
+        return;
+    setDescription(QStringLiteral("Installing '%1'").arg(entryTitle(*next)));
+}
+
+void LVToolUpdateAllInstalledItem::installStarted(LVInstaller* installer)
+{
+    RunEntry* run = entryForInstaller(installer);
+    if (!run)
+        return;
+    run->entry.installState = Installing;
+    tellDelegate(Installing, entryTitle(*run));
+}
+
+void LVToolUpdateAllInstalledItem::installCompleted(LVInstaller* installer)
+{
+    installEnded(installer, Installed);
+}
+
+void LVToolUpdateAllInstalledItem::installFailed(LVInstaller* installer)
+{
+    installEnded(installer, InstallFailed);
+}
+
+void LVToolUpdateAllInstalledItem::installEnded(LVInstaller* installer, uint state)
+{
+    RunEntry* run = entryForInstaller(installer);
+    if (!run)
+        return;
+    run->entry.installState = state;
+    VMDispatch::performAfterDelay(this, 2.0, [this] { checkAndStartNextInstaller(); });
+    checkInstallComplete();
+}
+
+void LVToolUpdateAllInstalledItem::checkInstallComplete()
+{
+    bool finished = true;
+    bool succeeded = true;
+    for (const RunEntry& run : _installerDictsArray) {
+        finished = finished && (run.entry.installState == Installed || run.entry.installState == InstallFailed);
+        succeeded = succeeded && run.entry.installState != InstallFailed;
+    }
+    if (!finished)
+        return;
+    _authorizationRef.reset();
+
+    const LVAlert alert = succeeded ? LVAlert(QStringLiteral("Updating Completed"),
+                                              QStringLiteral("All updates were installed successfully."))
+                                    : LVAlert(QStringLiteral("Updating Failed"),
+                                              QStringLiteral("Some products could not be update, please update them "
+                                                             "manually."));
+    tellDelegate(succeeded ? Installed : InstallFailed, QString());
+    if (LVRowHost* manager = installManager())
+        manager->showAlert(alert);
+    showRunning(false);
+    setDescription(QString());
+
+    VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
+    std::vector<RunEntry> ended;
+    ended.swap(_installerDictsArray);
+    for (RunEntry& run : ended) {
+        if (LVSingleInstallItem* row = run.entry.singleInstallItem) {
+            center.postNotification(QStringLiteral("reloadLVUpdateItem"), QVariant::fromValue<QObject*>(row));
+            center.postNotification(QStringLiteral("productInstallCompleted"), QVariant::fromValue(row->productItem()));
+        }
+        // This may run inside the last operation's own callback: it goes once that has returned.
+        if (run.operation)
+            run.operation.release()->deleteLater();
+    }
+    emit progressChanged();
+}
+
+QString LVToolUpdateAllInstalledItem::progressDescription() const
+{
+    for (size_t index = 0; index < _installerDictsArray.size(); ++index) {
+        const RunEntry& run = _installerDictsArray[index];
+        if (run.entry.installState != Downloading || !run.operation || !run.operation->isDownloading())
+            continue;
+        QString text = QStringLiteral("Downloading '%1' (%2 of %3)")
+                           .arg(entryTitle(run))
+                           .arg(index + 1)
+                           .arg(_installerDictsArray.size());
+        const QString bytes = run.operation->progressDescription();
+        if (!bytes.isEmpty())
+            text += QStringLiteral(": ") + bytes;
+        return text;
+    }
+    return QString();
+}

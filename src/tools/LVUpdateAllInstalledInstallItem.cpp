@@ -1,0 +1,191 @@
+#include "LVUpdateAllInstalledInstallItem.h"
+#include "ui_LVUpdateAllInstalledInstallItem.h"
+
+#include "LVToolUpdateAllInstalledItem.h"
+#include "foundation/VMDispatch.h"
+#include "foundation/VMLog.h"
+#include "foundation/VMNotificationCenter.h"
+#include "items/LVStatusImages.h"
+#include "outline/LVRowHost.h"
+#include "widgets/LVIcons.h"
+
+#include <QFile>
+#include <QMenu>
+
+LVUpdateAllInstalledInstallItem* LVUpdateAllInstalledInstallItem::installItem()
+{
+    static LVUpdateAllInstalledInstallItem* const instance = new LVUpdateAllInstalledInstallItem;
+    return instance;
+}
+
+LVUpdateAllInstalledInstallItem::LVUpdateAllInstalledInstallItem()
+{
+    // Detection needs a moment to settle after a change: the summary is estimated a little later.
+    VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
+    center.addObserver(this, QStringLiteral("productInstallCompleted"),
+                       [this](const VMNotification&) { estimateAfterDelay(2.0); });
+    center.addObserver(this, QStringLiteral("productUninstallCompleted"),
+                       [this](const VMNotification&) { estimateAfterDelay(1.0); });
+    center.addObserver(this, QStringLiteral("productsChanged"),
+                       [this](const VMNotification&) { estimateAfterDelay(1.0); });
+}
+
+LVUpdateAllInstalledInstallItem::~LVUpdateAllInstalledInstallItem()
+{
+    delete _headlineView;
+}
+
+void LVUpdateAllInstalledInstallItem::estimateAfterDelay(double seconds)
+{
+    VMDispatch::performAfterDelay(this, seconds, [this] { estimateInstallStatus(); });
+}
+
+void LVUpdateAllInstalledInstallItem::loadView()
+{
+    _ui = std::make_unique<Ui::LVUpdateAllInstalledInstallItem>();
+    _headlineView = new QWidget;
+    _ui->setupUi(_headlineView);
+    if (!_headlineView->layout())
+        VM_LOG_MESSAGE(QStringLiteral("Couldn't instantiate 'LVUpdateAllInstalledInstallItem.nib' panel nib"));
+
+    _ui->_titleField->setDelegate(this);
+    _ui->_titleField->setStringValue(title());
+    _ui->_titleField->setAccessibleName(title());
+    _headlineView->setAccessibleName(title());
+    _ui->_productIconImageView->setAccessibleName(tr("%1 icon").arg(title()));
+    const QString appIcon = QStringLiteral(":/AppIcon.png");
+    const QIcon icon = QFile::exists(appIcon) ? QIcon(appIcon) : LVIcons::applicationLogo();
+    _ui->_productIconImageView->setPixmap(
+        icon.pixmap(_ui->_productIconImageView->size(), _ui->_productIconImageView->devicePixelRatioF()));
+    _ui->_statusButton->setAccessibleName(tr("Status image"));
+    _ui->_statusTextField->setAccessibleDescription(tr("Install status"));
+    _ui->_downloadProgressBar->setAccessibleName(tr("Download progress"));
+    _ui->_downloadProgressBar->setValue(0);
+    _ui->_downloadProgressBar->hide();
+
+    _ui->_downloadButton->setIcon(LVStatusImages::named(QStringLiteral("NSTouchBarDownloadTemplate")));
+    _ui->_downloadButton->setToolTip(tr("Update All"));
+    _ui->_downloadButton->setAccessibleName(tr("Update All"));
+    connect(_ui->_downloadButton, &QToolButton::clicked, this, &LVUpdateAllInstalledInstallItem::updateButtonAction);
+
+    // The row is the menu's delegate but adds no entries: the button stays out of the way.
+    _menu = new QMenu(_ui->_menuButton);
+    _ui->_menuButton->setMenu(_menu);
+    _ui->_menuButton->setAccessibleName(tr("Actions for %1").arg(title()));
+    connect(_menu, &QMenu::aboutToShow, this, [this] { menuWillOpen(_menu); });
+    _ui->_menuButton->hide();
+
+    connect(LVToolUpdateAllInstalledItem::tool(), &LVToolUpdateAllInstalledItem::progressChanged, this,
+            &LVUpdateAllInstalledInstallItem::showRunProgress);
+    estimateInstallStatus();
+}
+
+QWidget* LVUpdateAllInstalledInstallItem::view()
+{
+    if (!_ui)
+        loadView();
+    return _headlineView;
+}
+
+QLabel* LVUpdateAllInstalledInstallItem::statusTextField() const
+{
+    return _ui ? _ui->_statusTextField : nullptr;
+}
+
+QToolButton* LVUpdateAllInstalledInstallItem::downloadButton() const
+{
+    return _ui ? _ui->_downloadButton : nullptr;
+}
+
+void LVUpdateAllInstalledInstallItem::singleClicked(QMouseEvent*, LVInstallItemTitleField*)
+{
+    if (LVRowHost* manager = installManager())
+        manager->selectInstallItem(this);
+}
+
+void LVUpdateAllInstalledInstallItem::doubleClicked(QMouseEvent*, LVInstallItemTitleField*) {}
+
+void LVUpdateAllInstalledInstallItem::showStatus(const QString& text, const char* imageName)
+{
+    if (!_ui)
+        return;
+    _ui->_statusTextField->setText(text);
+    _ui->_statusButton->setPixmap(LVStatusImages::named(QLatin1String(imageName))
+                                      .pixmap(QSize(12, 12), _ui->_statusButton->devicePixelRatioF()));
+    _headlineView->setAccessibleDescription(text);
+}
+
+void LVUpdateAllInstalledInstallItem::showUpdateButton(bool shown)
+{
+    if (!_ui)
+        return;
+    _ui->_downloadButton->setVisible(shown);
+    _ui->_downloadButton->setEnabled(shown);
+}
+
+void LVUpdateAllInstalledInstallItem::estimateInstallStatus()
+{
+    if (!_ui)
+        return;
+    LVToolUpdateAllInstalledItem* tool = LVToolUpdateAllInstalledItem::tool();
+    const qsizetype installed = tool->installedItems().size();
+    const qsizetype updates = tool->installerDicts().size();
+    if (installed == 0)
+        showStatus(QStringLiteral("No products installed"), "NSStatusNone");
+    else if (updates > 0)
+        showStatus(updates == 1 ? QStringLiteral("Update available") : QStringLiteral("Updates available"),
+                   "NSStatusPartiallyAvailable");
+    else
+        showStatus(QStringLiteral("No updates available"), "NSStatusAvailable");
+    showUpdateButton(updates > 0);
+}
+
+void LVUpdateAllInstalledInstallItem::updateButtonAction()
+{
+    LVToolUpdateAllInstalledItem* tool = LVToolUpdateAllInstalledItem::tool();
+    const QList<LVToolUpdateAllInstalledItem::InstallerEntry> entries = tool->installerDicts();
+    if (entries.isEmpty())
+        return;
+    tool->setDelegate(this);
+    if (!tool->startUpdate(entries))
+        tool->setDelegate(nullptr);
+}
+
+void LVUpdateAllInstalledInstallItem::updateStateChanged(uint state, const QString& productName,
+                                                         LVToolUpdateAllInstalledItem* updater)
+{
+    switch (state) {
+    case LVToolUpdateAllInstalledItem::Downloading:
+        showUpdateButton(false);
+        if (_ui)
+            _ui->_statusTextField->setText(QStringLiteral("Downloading '%1'").arg(productName));
+        showRunProgress();
+        break;
+    case LVToolUpdateAllInstalledItem::Installing:
+        showUpdateButton(false);
+        if (_ui)
+            _ui->_statusTextField->setText(QStringLiteral("Installing '%1'").arg(productName));
+        showRunProgress();
+        break;
+    case LVToolUpdateAllInstalledItem::Installed:
+    case LVToolUpdateAllInstalledItem::InstallFailed:
+        if (updater && updater->delegate() == this)
+            updater->setDelegate(nullptr);
+        showRunProgress();
+        estimateInstallStatus();
+        break;
+    default:
+        break;
+    }
+}
+
+void LVUpdateAllInstalledInstallItem::showRunProgress()
+{
+    if (!_ui)
+        return;
+    // Only the run this row started is described here.
+    LVToolUpdateAllInstalledItem* tool = LVToolUpdateAllInstalledItem::tool();
+    const QString progress = tool->delegate() == this ? tool->progressDescription() : QString();
+    _headlineView->setToolTip(progress);
+    _headlineView->setAccessibleDescription(progress.isEmpty() ? _ui->_statusTextField->text() : progress);
+}
