@@ -1,6 +1,6 @@
 #include "PosixPlist.h"
 
-#include "PlistText.h"
+#include "SafePlist.h"
 
 #include <QFile>
 
@@ -18,8 +18,7 @@ QVariantMap readStrings(const QString& path)
     if (file.size() > 16 * 1024 * 1024)
         return values;
     const QByteArray data = file.readAll();
-    plist_t root = nullptr;
-    plist_from_memory(data.constData(), static_cast<uint32_t>(data.size()), &root);
+    plist_t root = safePlistFromMemory(data);
     if (!root)
         return values;
     if (plist_get_node_type(root) == PLIST_DICT) {

@@ -1,6 +1,6 @@
 #include "PlistFile.h"
 
-#include "../PlistText.h"
+#include "../SafePlist.h"
 
 #include <QDir>
 #include <QFile>
@@ -18,8 +18,7 @@ PlistFile::Node PlistFile::read(const QString& path)
     const QByteArray data = file.readAll();
     if (data.isEmpty())
         return nullptr;
-    plist_t root = nullptr;
-    plist_from_memory(data.constData(), static_cast<uint32_t>(data.size()), &root);
+    plist_t root = safePlistFromMemory(data);
     return Node(root);
 }
 
