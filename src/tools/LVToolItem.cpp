@@ -21,8 +21,8 @@ LVToolItem::~LVToolItem()
 QList<LVToolItem*> LVToolItem::makeToolItems()
 {
     const QList<LVToolItem*> candidates = {
-        LVToolSettingsItem::tool(),    LVToolKnowledgeBaseSearchItem::tool(),   LVToolUpdateAllInstalledItem::tool(),
-        LVToolUninstallItem::tool(),   LVToolDeleteExpendableFilesItems::tool(), LVToolDiagnosticItem::tool(),
+        LVToolSettingsItem::tool(),  LVToolKnowledgeBaseSearchItem::tool(),    LVToolUpdateAllInstalledItem::tool(),
+        LVToolUninstallItem::tool(), LVToolDeleteExpendableFilesItems::tool(), LVToolDiagnosticItem::tool(),
     };
     QList<LVToolItem*> tools;
     for (LVToolItem* tool : candidates) {

@@ -110,8 +110,8 @@ void LVUpdateAllInstalledInstallItem::showStatus(const QString& text, const char
     if (!_ui)
         return;
     _ui->_statusTextField->setText(text);
-    _ui->_statusButton->setPixmap(LVStatusImages::named(QLatin1String(imageName))
-                                      .pixmap(QSize(12, 12), _ui->_statusButton->devicePixelRatioF()));
+    _ui->_statusButton->setPixmap(
+        LVStatusImages::named(QLatin1String(imageName)).pixmap(QSize(12, 12), _ui->_statusButton->devicePixelRatioF()));
     _headlineView->setAccessibleDescription(text);
 }
 
