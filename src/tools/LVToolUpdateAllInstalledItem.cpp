@@ -141,9 +141,11 @@ bool LVToolUpdateAllInstalledItem::startUpdate(const QList<InstallerEntry>& inst
         return false;
     }
     for (const InstallerEntry& entry : installerDicts) {
-        RunEntry run{entry, nullptr};
+        RunEntry run{entry, nullptr, nullptr};
         if (entry.singleInstallItem) {
-            run.operation = std::make_unique<LVProductOperation>(entry.singleInstallItem->singleProductItem());
+            const VMSingleProductItemPtr product = entry.singleInstallItem->singleProductItem();
+            run.version = installedVersion(*entry.singleInstallItem, entry.installerURL);
+            run.operation = std::make_unique<LVProductOperation>(product);
             run.operation->setDelegate(this);
             connect(run.operation.get(), &LVProductOperation::progressChanged, this,
                     &LVToolUpdateAllInstalledItem::progressChanged);
@@ -166,11 +168,8 @@ bool LVToolUpdateAllInstalledItem::startDownloadingNextInstaller()
     const QUrl url(next->entry.installerURL);
     // The represented object is the version when the URL is the latest version's, so that the
     // history names it.
-    const VMSingleProductItemPtr product = next->operation->productItem();
-    const VMVersionItemPtr latest = product ? product->latestVersionItem() : nullptr;
-    const QVariant version =
-        latest && latest->versionDownloadURL() == next->entry.installerURL ? QVariant::fromValue(latest) : QVariant();
-    if (!next->operation->startDownload(url, {}, LVProductOperation::installerDownload, version))
+    if (!next->operation->startDownload(url, {}, LVProductOperation::installerDownload,
+                                        next->version ? QVariant::fromValue(next->version) : QVariant()))
         return false;
     setDescription(QStringLiteral("Downloading '%1'").arg(entryTitle(*next)));
     next->entry.installState = Downloading;
@@ -318,19 +317,59 @@ void LVToolUpdateAllInstalledItem::checkInstallComplete()
     showRunning(false);
     setDescription(QString());
 
-    VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
     std::vector<RunEntry> ended;
     ended.swap(_installerDictsArray);
     for (RunEntry& run : ended) {
-        if (LVSingleInstallItem* row = run.entry.singleInstallItem) {
-            center.postNotification(QStringLiteral("reloadLVUpdateItem"), QVariant::fromValue<QObject*>(row));
-            center.postNotification(QStringLiteral("productInstallCompleted"), QVariant::fromValue(row->productItem()));
+        if (run.entry.installState == Installed) {
+            // Every row whose product came with this installer learns its new version, as after
+            // an install of its own; rows that shared the installer were left out of the work list.
+            for (LVSingleInstallItem* row : rowsSharingInstaller(run.entry.installerURL))
+                announce(row, installedVersion(*row, run.entry.installerURL));
+        } else if (run.entry.singleInstallItem) {
+            announce(run.entry.singleInstallItem, nullptr);
         }
         // This may run inside the last operation's own callback: it goes once that has returned.
         if (run.operation)
             run.operation.release()->deleteLater();
     }
     emit progressChanged();
+}
+
+QList<LVSingleInstallItem*> LVToolUpdateAllInstalledItem::rowsSharingInstaller(const QString& installerURL) const
+{
+    QList<LVSingleInstallItem*> rows;
+    if (LVRowHost* manager = installManager()) {
+        for (LVInstallItem* row : manager->singleProductInstallItems()) {
+            auto* single = qobject_cast<LVSingleInstallItem*>(row);
+            if (single && single->installStatus() != LVInstallItem::StatusNotInstalled &&
+                single->latestVersionInstallerURL() == installerURL)
+                rows.append(single);
+        }
+    }
+    return rows;
+}
+
+VMVersionItemPtr LVToolUpdateAllInstalledItem::installedVersion(const LVSingleInstallItem& row,
+                                                                const QString& installerURL)
+{
+    const VMVersionItemPtr latest = row.singleProductItem()->latestVersionItem();
+    return latest && latest->versionDownloadURL() == installerURL ? latest : nullptr;
+}
+
+void LVToolUpdateAllInstalledItem::announce(LVSingleInstallItem* row, const VMVersionItemPtr& version)
+{
+    // With a version, the confirmation of the product's own pipeline: "temporaryVersionStr" for
+    // the rows, the plug-in registered, the wrapper launched, "productInstallCompleted" posted.
+    LVProductOperation* operation = row->operation();
+    if (version)
+        operation->beginConfirmation(version);
+    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("reloadLVUpdateItem"),
+                                                           QVariant::fromValue<QObject*>(row));
+    if (version)
+        operation->announceInstallation();
+    else
+        VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("productInstallCompleted"),
+                                                               QVariant::fromValue(row->productItem()));
 }
 
 QString LVToolUpdateAllInstalledItem::progressDescription() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "LVToolItem.h"
+#include "catalogue/VMVersionItem.h"
 #include "engines/LVDownloaderDelegate.h"
 #include "engines/LVInstallerDelegate.h"
 #include "engines/LVUninstallerDelegate.h"
@@ -103,6 +104,7 @@ private:
     {
         InstallerEntry entry;
         std::unique_ptr<LVProductOperation> operation;
+        VMVersionItemPtr version; // the latest version, when the installer is its own
     };
 
     LVToolUpdateAllInstalledItem();
@@ -113,6 +115,11 @@ private:
     void setDescription(const QString& text);
     void showRunning(bool running);
     void installEnded(LVInstaller* installer, uint state);
+    QList<LVSingleInstallItem*> rowsSharingInstaller(const QString& installerURL) const;
+    // The version a row's product gets from the installer: its latest, when the installer is that
+    // version's own; null otherwise.
+    static VMVersionItemPtr installedVersion(const LVSingleInstallItem& row, const QString& installerURL);
+    void announce(LVSingleInstallItem* row, const VMVersionItemPtr& version);
 
     QPointer<QPushButton> _updateButton;
     QPointer<LVSpinner> _progressIndicator;

@@ -183,9 +183,7 @@ void LVUpdateAllInstalledInstallItem::showRunProgress()
 {
     if (!_ui)
         return;
-    // Only the run this row started is described here.
-    LVToolUpdateAllInstalledItem* tool = LVToolUpdateAllInstalledItem::tool();
-    const QString progress = tool->delegate() == this ? tool->progressDescription() : QString();
+    const QString progress = LVToolUpdateAllInstalledItem::tool()->progressDescription();
     _headlineView->setToolTip(progress);
     _headlineView->setAccessibleDescription(progress.isEmpty() ? _ui->_statusTextField->text() : progress);
 }
