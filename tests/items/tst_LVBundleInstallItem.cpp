@@ -2,6 +2,7 @@
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
 #include "TestPrivilegedExecution.h"
+#include "engines/ProductShelf.h"
 
 #include "DemoCatalogue.h"
 #include "DemoPackages.h"
@@ -45,28 +46,21 @@ private slots:
     void demoBundleInstallsAndUninstallsWithOneConsentEach();
 
 private:
-    // Products "A", "B" and "C": versions 1.0 and 2.0, packages on the server, one uninstall script each.
-    void publish(const QString& id, const QString& version);
     VMSingleProductItemPtr product(const QString& id, bool discontinued = false, const QString& tags = {}) const;
     std::unique_ptr<LVBundleInstallItem> bundle(const QString& ids, const QList<VMSingleProductItemPtr>& products);
     // The old versions, installed for real beforehand, so the bundle's installs are upgrades.
-    void installOldVersions(const QStringList& ids);
-    QString installed(const QString& id) const;
-    QStringList packagesOnDisk() const;
+    void installOldVersions(const QStringList& ids) { _shelf->install(*_privileged, ids, QStringLiteral("1.0")); }
+    QString installed(const QString& id) const { return _shelf->installed(id); }
+    QStringList packagesOnDisk() const { return _shelf->packagesOnDisk(); }
 
     std::unique_ptr<TestEnvironment> _env;
     std::unique_ptr<LocalHttpServer> _server;
     std::shared_ptr<TestAlertPresenter> _alerts;
     std::shared_ptr<TestPrivilegedExecution> _privileged;
-    QHash<QString, QString> _packages;
+    std::unique_ptr<ProductShelf> _shelf;
 };
 
 namespace {
-QString appPath(const QString& id)
-{
-    return QStringLiteral("/Applications/Lumivane/%1.app").arg(id);
-}
-
 QStringList alertTexts(const TestAlertPresenter& alerts)
 {
     QStringList texts;
@@ -88,12 +82,14 @@ void tst_LVBundleInstallItem::init()
     _privileged = std::make_shared<TestPrivilegedExecution>();
     Platform::setPrivilegedExecution(_privileged);
     _server = std::make_unique<LocalHttpServer>();
+    _shelf = std::make_unique<ProductShelf>(*_env, *_server);
     _alerts = std::make_shared<TestAlertPresenter>();
     LVInstallManager::sharedInstallManager()->setAlertPresenter(_alerts);
     for (const QString id : {"A", "B", "C"}) {
-        publish(id, QStringLiteral("1.0"));
-        publish(id, QStringLiteral("2.0"));
-        const QByteArray script = "rm -rf '" + (_env->systemRoot() + appPath(id)).toUtf8() + "'\necho $?\n";
+        QVERIFY(_shelf->publish(id, QStringLiteral("1.0")));
+        QVERIFY(_shelf->publish(id, QStringLiteral("2.0")));
+        const QByteArray script =
+            "rm -rf '" + (_env->systemRoot() + ProductShelf::appPath(id)).toUtf8() + "'\necho $?\n";
         _server->setRoute("/uninstall/" + id.toUtf8() + ".bash", script);
     }
 }
@@ -105,57 +101,21 @@ void tst_LVBundleInstallItem::cleanup()
     _server.reset();
     Platform::setPrivilegedExecution(nullptr);
     _privileged.reset();
-    _packages.clear();
+    _shelf.reset();
     _env.reset();
-}
-
-void tst_LVBundleInstallItem::publish(const QString& id, const QString& version)
-{
-    const QString payload = _env->path() + QStringLiteral("/payload");
-    const auto write = [](const QString& path, const QVariantMap& info) {
-        QDir().mkpath(QFileInfo(path).absolutePath());
-        QFile file(path);
-        return file.open(QIODevice::WriteOnly) && file.write(VMPropertyList::toXmlData(info)) > 0;
-    };
-    QVERIFY(write(payload + appPath(id) + QStringLiteral("/Contents/Info.plist"),
-                  {{"CFBundleIdentifier", "com.quarnet.FxPlug." + id}, {"CFBundleShortVersionString", version}}));
-    QVERIFY(
-        write(payload + appPath(id) + QStringLiteral("/Contents/PlugIns/%1XPC.pluginkit/Contents/Info.plist").arg(id),
-              {{"CFBundleIdentifier", "com.quarnet.FxPlug." + id + "XPC"},
-               {"CFBundleVersion", version},
-               {"Product Versions", QVariantMap{{id, version}}}}));
-    PackageBuilder builder;
-    builder.root = payload;
-    builder.identifier = "com.quarnet.pkg." + id;
-    builder.version = version;
-    const QString output = QStringLiteral("%1/site/%2-%3.pkg").arg(_env->path(), id, version);
-    QDir().mkpath(QFileInfo(output).absolutePath());
-    QString error;
-    QVERIFY2(builder.build(output, &error), qPrintable(error));
-    QDir(payload).removeRecursively();
-    LocalHttpServer::Response response;
-    response.filePath = output;
-    _server->setRoute(QStringLiteral("/pkg/%1-%2.pkg").arg(id, version).toUtf8(), response);
-    _packages.insert(id + version, output);
 }
 
 VMSingleProductItemPtr tst_LVBundleInstallItem::product(const QString& id, bool discontinued, const QString& tags) const
 {
-    QVariantList versions;
-    for (const QString number : {"1.0", "2.0"})
-        versions.append(
-            QVariantMap{{"Product Version", number},
-                        {"Download URL", _server->url(QStringLiteral("/pkg/%1-%2.pkg").arg(id, number)).toString()},
-                        {"Installer Requires Authentication", true},
-                        {"Version Tags", tags}});
-    return VMSingleProductItem::initWithDict(
-        {{"Product ID", id},
-         {"Title", "Product " + id},
-         {"Identifier", "com.quarnet.FxPlug." + id + "XPC"},
-         {"Check Installed Directory", appPath(id)},
-         {"Uninstall Script", _server->url("/uninstall/" + id + ".bash").toString()},
-         {"Discontinued", discontinued},
-         {"Versions", versions}});
+    QVariantList versions = _shelf->versions(id);
+    for (QVariant& version : versions) {
+        QVariantMap record = version.toMap();
+        record.insert("Version Tags", tags);
+        version = record;
+    }
+    return _shelf->product(id, {{"Uninstall Script", _server->url("/uninstall/" + id + ".bash").toString()},
+                                {"Discontinued", discontinued},
+                                {"Versions", versions}});
 }
 
 std::unique_ptr<LVBundleInstallItem> tst_LVBundleInstallItem::bundle(const QString& ids,
@@ -171,38 +131,6 @@ std::unique_ptr<LVBundleInstallItem> tst_LVBundleInstallItem::bundle(const QStri
     for (LVBundleProductInstallItem* product : row->productInstallItems())
         product->view();
     return row;
-}
-
-void tst_LVBundleInstallItem::installOldVersions(const QStringList& ids)
-{
-    int status = 0;
-    const auto authorization = _privileged->create(&status);
-    QCOMPARE(_privileged->copyRights(authorization, QStringLiteral("system.privilege.admin"), true), 0);
-    for (const QString& id : ids) {
-        const auto installer = LVInstaller::installerWithFilePath(
-            _packages.value(id + "1.0"),
-            {{"requiresAuthentication", true}, {"optionAuthorizationRef", QVariant::fromValue(authorization)}});
-        installer->start();
-    }
-    _privileged->free(authorization);
-    VMInstalledVersions::clearBundleIdentifierCache();
-    for (const QString& id : ids)
-        QCOMPARE(installed(id), QStringLiteral("1.0"));
-}
-
-QString tst_LVBundleInstallItem::installed(const QString& id) const
-{
-    VMInstalledVersions::clearBundleIdentifierCache();
-    return product(id)->checkInstalledPluginVersion();
-}
-
-QStringList tst_LVBundleInstallItem::packagesOnDisk() const
-{
-    QStringList packages;
-    for (const QString& file : _env->temporaryFiles())
-        if (file.endsWith(QLatin1String(".pkg")))
-            packages.append(file);
-    return packages;
 }
 
 void tst_LVBundleInstallItem::productRowsAndStatus_data()
