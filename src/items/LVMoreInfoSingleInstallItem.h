@@ -1,11 +1,10 @@
 #pragma once
 
+#include "LVInstallItem.h"
 #include "outline/LVOutlineItem.h"
 
 #include <QPointer>
 #include <QWidget>
-
-class LVInstallItem;
 
 // The child row of a product row that shows the product's details.
 class LVMoreInfoSingleInstallItem : public LVOutlineItem
@@ -16,7 +15,13 @@ public:
     LVInstallItem* installItem() const { return _installItem; }
     void setView(QWidget* view) { _view = view; }
 
-    QWidget* view() override { return _view; }
+    // The details are made together with the product row's headline.
+    QWidget* view() override
+    {
+        if (!_view && _installItem)
+            _installItem->view();
+        return _view;
+    }
     QList<LVOutlineItem*> childItems() override { return {}; }
     bool shouldExpand() override { return false; }
     bool shouldSelect() override { return false; }

@@ -244,8 +244,21 @@ QWidget* LVSingleInstallItem::view()
 
 QList<LVOutlineItem*> LVSingleInstallItem::childItems()
 {
-    view();
     return {_moreInfoItem.get()};
+}
+
+QSize LVSingleInstallItem::viewSizeHint()
+{
+    if (_headlineView)
+        return _headlineView->size();
+    // Every headline has the size of the interface file's: measured once, without making a row's view.
+    static const QSize headlineSize = [] {
+        QWidget panel;
+        Ui::LVSingleInstallItem ui;
+        ui.setupUi(&panel);
+        return QSize(panel.width(), ui._headlineView->minimumHeight());
+    }();
+    return headlineSize;
 }
 
 void LVSingleInstallItem::startIconDownload()

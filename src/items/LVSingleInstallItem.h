@@ -53,6 +53,7 @@ public:
     QString title() const override;
     bool discontinued() const override;
     QWidget* view() override;
+    QSize viewSizeHint() override;
     QList<LVOutlineItem*> childItems() override;
     bool shouldExpand() override { return true; }
     bool shouldCollapse() override { return true; }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <QSize>
+#include <QWidget>
+
 #include <QList>
 #include <QString>
 
@@ -19,6 +22,13 @@ public:
     virtual Kind outlineKind() const { return Kind::Other; }
     virtual QString title() const { return QString(); }
     virtual QWidget* view() { return nullptr; }
+    // The size the row's view takes in the list. Lists make views only for the rows they show, so
+    // a row that can tell its size without making its view answers here without making it.
+    virtual QSize viewSizeHint()
+    {
+        QWidget* rowView = view();
+        return rowView ? rowView->size() : QSize(0, 0);
+    }
     virtual QList<LVOutlineItem*> childItems() { return {}; }
     virtual bool shouldExpand() { return false; }
     virtual bool shouldCollapse() { return true; }

@@ -103,11 +103,9 @@ QVariant LVOutlineModel::data(const QModelIndex& index, int role) const
     case Qt::DisplayRole:
     case Qt::AccessibleTextRole:
         return item->title();
-    case Qt::SizeHintRole: {
+    case Qt::SizeHintRole:
         // The row is as high as its view; a row without a view takes no room.
-        QWidget* view = item->view();
-        return QSize(view ? view->width() : 0, view ? view->height() : 0);
-    }
+        return item->viewSizeHint();
     case ItemRole:
         return QVariant::fromValue(static_cast<void*>(item));
     default:

@@ -135,6 +135,8 @@ private:
     QList<QAccessibleInterface*> widgetChildren() const
     {
         QList<QAccessibleInterface*> result;
+        if (isValid() && !_view->indexWidget(_index))
+            _view->placeView(_index);
         QWidget* widget = isValid() ? _view->indexWidget(_index) : nullptr;
         QAccessibleInterface* rowView = widget ? QAccessible::queryAccessibleInterface(widget) : nullptr;
         if (!rowView)
@@ -321,7 +323,7 @@ LVOutlineView::LVOutlineView(QWidget* parent) : QTreeView(parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::NoFocus);
-    connect(this, &QTreeView::expanded, this, [this](const QModelIndex& index) { placeViews(index); });
+    connect(this, &QTreeView::expanded, this, [this] { placeVisibleViews(); });
 }
 
 LVOutlineView::~LVOutlineView()
@@ -337,8 +339,12 @@ void LVOutlineView::setOutlineModel(LVOutlineModel* model)
     _model = model;
     setModel(model);
     if (model)
-        connect(model, &QAbstractItemModel::modelReset, this, [this] { placeViews(QModelIndex()); });
-    placeViews(QModelIndex());
+        connect(model, &QAbstractItemModel::modelReset, this, [this] {
+            executeDelayedItemsLayout();
+            placeVisibleViews();
+        });
+    executeDelayedItemsLayout();
+    placeVisibleViews();
 }
 
 void LVOutlineView::reloadData()
@@ -358,24 +364,41 @@ void LVOutlineView::placeView(const QModelIndex& index)
     view->show();
 }
 
-void LVOutlineView::placeViews(const QModelIndex& parent)
+void LVOutlineView::placeVisibleViews()
 {
     if (!_model)
         return;
-    const int rows = _model->rowCount(parent);
-    for (int row = 0; row < rows; ++row) {
-        const QModelIndex index = _model->index(row, 0, parent);
+    const int margin = viewport()->height() / 2;
+    QModelIndex index = indexAt(QPoint(0, 0));
+    // Above the first row in sight, half a page back.
+    for (QModelIndex above = indexAbove(index); above.isValid() && visualRect(above).bottom() >= -margin;
+         above = indexAbove(above))
+        index = above;
+    if (!index.isValid())
+        index = _model->index(0, 0);
+    for (; index.isValid(); index = indexBelow(index)) {
+        if (visualRect(index).top() > viewport()->height() + margin)
+            break;
         placeView(index);
-        if (isExpanded(index))
-            placeViews(index);
     }
 }
 
 void LVOutlineView::rowsInserted(const QModelIndex& parent, int start, int end)
 {
     QTreeView::rowsInserted(parent, start, end);
-    for (int row = start; row <= end; ++row)
-        placeView(_model->index(row, 0, parent));
+    // Their views come with the layout that follows, if they are in sight.
+}
+
+void LVOutlineView::scrollContentsBy(int dx, int dy)
+{
+    QTreeView::scrollContentsBy(dx, dy);
+    placeVisibleViews();
+}
+
+void LVOutlineView::updateGeometries()
+{
+    QTreeView::updateGeometries();
+    placeVisibleViews();
 }
 
 void LVOutlineView::expandItem(LVOutlineItem* item)

@@ -39,16 +39,22 @@ public:
     // Re-measures the rows, e.g. after a row's view changed its height.
     void noteHeightsChanged();
 
+    // Puts the row's view in place now, shown or not (a screen reader reading the row's controls).
+    // The list itself makes the views of the rows it shows, as they come into sight.
+    void placeView(const QModelIndex& index);
+
 protected:
     void mousePressEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void rowsInserted(const QModelIndex& parent, int start, int end) override;
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void scrollContentsBy(int dx, int dy) override;
+    void updateGeometries() override;
 
 private:
-    void placeViews(const QModelIndex& parent);
-    void placeView(const QModelIndex& index);
+    // The views of the rows in sight and half a page around them.
+    void placeVisibleViews();
 
     LVOutlineModel* _model = nullptr;
     QString _placeholderText;

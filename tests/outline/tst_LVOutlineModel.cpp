@@ -4,7 +4,10 @@
 #include "outline/LVOutlineView.h"
 
 #include <QAbstractItemModelTester>
+#include <QAccessible>
 #include <QPointer>
+#include <QPushButton>
+#include <QScrollBar>
 #include <QtTest>
 
 // A child row that only has a view.
@@ -20,6 +23,29 @@ private:
     QWidget _view;
 };
 
+// A row that tells its height without making its view, and counts the views made.
+class LazyRow : public LVOutlineItem
+{
+public:
+    explicit LazyRow(int* made) : _made(made) {}
+    QString title() const override { return QStringLiteral("lazy"); }
+    QWidget* view() override
+    {
+        if (!_view) {
+            ++*_made;
+            _view = std::make_unique<QWidget>();
+            _view->resize(300, 50);
+            (new QPushButton(QStringLiteral("Press"), _view.get()))->setAccessibleName(QStringLiteral("Press"));
+        }
+        return _view.get();
+    }
+    QSize viewSizeHint() override { return QSize(300, 50); }
+
+private:
+    int* _made;
+    std::unique_ptr<QWidget> _view;
+};
+
 class tst_LVOutlineModel : public QObject
 {
     Q_OBJECT
@@ -31,6 +57,7 @@ private slots:
     void expansionAndCollapseAskTheRow_data();
     void expansionAndCollapseAskTheRow();
     void selectionFollowsTheRowsAnswer();
+    void viewsAreMadeForRowsInSight();
 };
 
 void tst_LVOutlineModel::answersTheOutlineQuestions()
@@ -175,6 +202,38 @@ void tst_LVOutlineModel::selectionFollowsTheRowsAnswer()
     QVERIFY(view.selectedItem() != &fixed);
     view.selectItem(nullptr);
     QCOMPARE(view.selectedItem(), nullptr);
+}
+
+void tst_LVOutlineModel::viewsAreMadeForRowsInSight()
+{
+    int made = 0;
+    std::vector<std::unique_ptr<LazyRow>> owned;
+    QList<LVOutlineItem*> rows;
+    for (int i = 0; i < 200; ++i) {
+        owned.push_back(std::make_unique<LazyRow>(&made));
+        rows.append(owned.back().get());
+    }
+    LVOutlineView view;
+    LVOutlineModel model([&] { return rows; });
+    view.resize(320, 400);
+    view.setOutlineModel(&model);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    // The 8 rows in sight and half a page below them, not all 200.
+    QVERIFY2(made >= 8 && made <= 16, qPrintable(QString::number(made)));
+    QVERIFY(view.indexWidget(model.index(0, 0)));
+    QVERIFY(!view.indexWidget(model.index(199, 0)));
+
+    view.verticalScrollBar()->setValue(view.verticalScrollBar()->maximum());
+    QTRY_VERIFY(view.indexWidget(model.index(199, 0)));
+    QVERIFY(made < 40);
+
+    // A screen reader reaches the controls of a row never shown.
+    QVERIFY(!view.indexWidget(model.index(100, 0)));
+    QAccessibleInterface* row = QAccessible::queryAccessibleInterface(&view)->child(100);
+    QCOMPARE(row->childCount(), 1);
+    QCOMPARE(row->child(0)->text(QAccessible::Name), QStringLiteral("Press"));
+    QVERIFY(view.indexWidget(model.index(100, 0)));
 }
 
 QTEST_MAIN(tst_LVOutlineModel)
