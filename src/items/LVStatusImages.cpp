@@ -1,6 +1,7 @@
 #include "LVStatusImages.h"
 
 #include <QFile>
+#include <QHash>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPixmap>
@@ -49,8 +50,13 @@ QPixmap drawn(const QString& name)
 
 QIcon LVStatusImages::named(const QString& name)
 {
+    // Made once per name: every row shows them, and an icon keeps the pixmaps it has rendered.
+    static QHash<QString, QIcon> icons;
+    const auto known = icons.constFind(name);
+    if (known != icons.constEnd())
+        return *known;
     const QString resource = QStringLiteral(":/%1").arg(name);
-    if (QFile::exists(resource))
-        return QIcon(resource);
-    return QIcon(drawn(name));
+    const QIcon icon = QFile::exists(resource) ? QIcon(resource) : QIcon(drawn(name));
+    icons.insert(name, icon);
+    return icon;
 }

@@ -6,6 +6,7 @@
 #include <QAccessible>
 #include <QAccessibleActionInterface>
 #include <QAccessibleWidget>
+#include <QElapsedTimer>
 #include <QHash>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -13,6 +14,7 @@
 #include <QPainter>
 #include <QPointer>
 #include <QStyledItemDelegate>
+#include <QTimer>
 
 namespace {
 // Index widgets belong to the rows. The default delegate deletes them when the view lets go of
@@ -312,6 +314,9 @@ LVOutlineView::LVOutlineView(QWidget* parent) : QTreeView(parent)
     Q_UNUSED(accessibleFactory);
     setHeaderHidden(true);
     setItemDelegate(new RowViewDelegate(this));
+    _idlePlacement = new QTimer(this);
+    _idlePlacement->setSingleShot(true);
+    connect(_idlePlacement, &QTimer::timeout, this, &LVOutlineView::placeMoreViewsWhenIdle);
     setUniformRowHeights(false);
     setItemsExpandable(false); // expansion goes through the rows' own answers
     setExpandsOnDoubleClick(false);
@@ -323,7 +328,10 @@ LVOutlineView::LVOutlineView(QWidget* parent) : QTreeView(parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::NoFocus);
-    connect(this, &QTreeView::expanded, this, [this] { placeVisibleViews(); });
+    connect(this, &QTreeView::expanded, this, [this] {
+        _idlePlacementDone = false;
+        placeVisibleViews();
+    });
 }
 
 LVOutlineView::~LVOutlineView()
@@ -337,9 +345,11 @@ LVOutlineView::~LVOutlineView()
 void LVOutlineView::setOutlineModel(LVOutlineModel* model)
 {
     _model = model;
+    _idlePlacementDone = false;
     setModel(model);
     if (model)
         connect(model, &QAbstractItemModel::modelReset, this, [this] {
+            _idlePlacementDone = false;
             executeDelayedItemsLayout();
             placeVisibleViews();
         });
@@ -381,12 +391,41 @@ void LVOutlineView::placeVisibleViews()
             break;
         placeView(index);
     }
+    if (_idlePlacementDone || _idlePlacement->isActive())
+        return;
+    _idlePlacement->start(0);
+}
+
+void LVOutlineView::showEvent(QShowEvent* event)
+{
+    QTreeView::showEvent(event);
+    placeVisibleViews();
+}
+
+void LVOutlineView::placeMoreViewsWhenIdle()
+{
+    // A hidden list goes on when it is shown again.
+    if (!_model || !isVisible())
+        return;
+    // Well within a frame, so that the list stays smooth meanwhile.
+    constexpr qint64 budgetNs = 4'000'000;
+    QElapsedTimer clock;
+    clock.start();
+    // A reset list starts again from its first row.
+    QModelIndex index = _nextIdlePlacement.isValid() ? QModelIndex(_nextIdlePlacement) : _model->index(0, 0);
+    for (; index.isValid() && clock.nsecsElapsed() < budgetNs; index = indexBelow(index))
+        placeView(index);
+    _nextIdlePlacement = index;
+    _idlePlacementDone = !index.isValid();
+    if (!_idlePlacementDone)
+        _idlePlacement->start(0);
 }
 
 void LVOutlineView::rowsInserted(const QModelIndex& parent, int start, int end)
 {
     QTreeView::rowsInserted(parent, start, end);
-    // Their views come with the layout that follows, if they are in sight.
+    // Their views come with the layout that follows, if they are in sight, or when idle.
+    _idlePlacementDone = false;
 }
 
 void LVOutlineView::scrollContentsBy(int dx, int dy)

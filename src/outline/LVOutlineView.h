@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QPersistentModelIndex>
 #include <QTreeView>
+
+class QTimer;
 
 class LVOutlineItem;
 class LVOutlineModel;
@@ -50,11 +53,19 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void scrollContentsBy(int dx, int dy) override;
+    void showEvent(QShowEvent* event) override;
     void updateGeometries() override;
 
 private:
     // The views of the rows in sight and half a page around them.
     void placeVisibleViews();
+    // In idle moments, a few milliseconds at a time, the views of the rows not yet in sight, so that
+    // scrolling later finds them made.
+    void placeMoreViewsWhenIdle();
+
+    QTimer* _idlePlacement = nullptr;
+    QPersistentModelIndex _nextIdlePlacement;
+    bool _idlePlacementDone = false;
 
     LVOutlineModel* _model = nullptr;
     QString _placeholderText;
