@@ -1,5 +1,7 @@
 #include "VMCatalogueReader.h"
 
+#include "platform/SafePlist.h"
+
 #include <plist/plist.h>
 
 #include <algorithm>
@@ -91,16 +93,7 @@ bool VMCatalogueReader::stringValue(plist_t node, QString* out)
 {
     if (!node || plist_get_node_type(node) != PLIST_STRING)
         return false;
-    // Read in place: plist_get_string_val asserts on XML text that holds a NUL byte, whose
-    // recorded length then runs past the text, so the text ends at its first NUL.
-    uint64_t length = 0;
-    const char* text = plist_get_string_ptr(node, &length);
-    if (!text) {
-        *out = QString(QLatin1String(""));
-        return true;
-    }
-    const size_t limit = static_cast<size_t>(std::min<uint64_t>(length, std::numeric_limits<int32_t>::max()));
-    *out = QString::fromUtf8(text, static_cast<qsizetype>(strnlen(text, limit)));
+    *out = SafePlist::stringText(node);
     return true;
 }
 

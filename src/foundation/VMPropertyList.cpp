@@ -1,5 +1,7 @@
 #include "VMPropertyList.h"
 
+#include "platform/SafePlist.h"
+
 #include <QDateTime>
 #include <QFile>
 #include <QTimeZone>
@@ -48,17 +50,8 @@ QVariant toVariant(plist_t node, int depth)
         plist_get_real_val(node, &value);
         return value;
     }
-    case PLIST_STRING: {
-        // Read in place: plist_get_string_val asserts (aborts the process) on XML text that holds
-        // a NUL byte, and copying every string costs time besides. The recorded length can then
-        // run past the buffer, so the text ends at its first NUL.
-        uint64_t length = 0;
-        const char* value = plist_get_string_ptr(node, &length);
-        if (!value)
-            return QString(QLatin1String(""));
-        const size_t limit = static_cast<size_t>(std::min<uint64_t>(length, std::numeric_limits<int32_t>::max()));
-        return QString::fromUtf8(value, static_cast<qsizetype>(strnlen(value, limit)));
-    }
+    case PLIST_STRING:
+        return SafePlist::stringText(node);
     case PLIST_KEY: {
         char* value = nullptr;
         plist_get_key_val(node, &value);
@@ -212,26 +205,7 @@ Tree treeFromData(const QByteArray& data, QString* errorString)
     if (data.size() > std::numeric_limits<int32_t>::max())
         return fail(QStringLiteral("The data is too large for a property list."));
 
-    plist_t root = nullptr;
-    const auto length = static_cast<uint32_t>(data.size());
-    if (plist_is_binary(data.constData(), length)) {
-        plist_from_bin(data.constData(), length, &root);
-        // A binary dictionary key can hold a NUL byte, and libplist then asserts (aborts the
-        // process) when the key is read. Its XML form reads such keys safely, so binary lists
-        // take that detour.
-        if (root) {
-            char* xml = nullptr;
-            uint32_t xmlLength = 0;
-            plist_to_xml(root, &xml, &xmlLength);
-            plist_free(root);
-            root = nullptr;
-            if (xml)
-                plist_from_xml(xml, xmlLength, &root);
-            plist_to_xml_free(xml);
-        }
-    } else {
-        plist_from_xml(data.constData(), length, &root);
-    }
+    plist_t root = SafePlist::fromMemory(data.constData(), static_cast<uint32_t>(data.size()));
     if (!root)
         return fail(QStringLiteral("The data couldn't be read because it isn't in the correct format."));
     return Tree(root);

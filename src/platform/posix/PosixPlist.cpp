@@ -1,6 +1,6 @@
 #include "PosixPlist.h"
 
-#include "SafePlist.h"
+#include "platform/SafePlist.h"
 
 #include <QFile>
 
@@ -18,7 +18,7 @@ QVariantMap readStrings(const QString& path)
     if (file.size() > 16 * 1024 * 1024)
         return values;
     const QByteArray data = file.readAll();
-    plist_t root = safePlistFromMemory(data);
+    plist_t root = SafePlist::fromMemory(data.constData(), static_cast<uint32_t>(data.size()));
     if (!root)
         return values;
     if (plist_get_node_type(root) == PLIST_DICT) {
@@ -33,7 +33,7 @@ QVariantMap readStrings(const QString& path)
                 break;
             }
             if (key && plist_get_node_type(value) == PLIST_STRING) {
-                values.insert(QString::fromUtf8(key), plistStringText(value));
+                values.insert(QString::fromUtf8(key), SafePlist::stringText(value));
             }
             free(key);
         }

@@ -1,6 +1,6 @@
 #include "PlistFile.h"
 
-#include "../SafePlist.h"
+#include "../../SafePlist.h"
 
 #include <QDir>
 #include <QFile>
@@ -18,7 +18,7 @@ PlistFile::Node PlistFile::read(const QString& path)
     const QByteArray data = file.readAll();
     if (data.isEmpty())
         return nullptr;
-    plist_t root = safePlistFromMemory(data);
+    plist_t root = SafePlist::fromMemory(data.constData(), static_cast<uint32_t>(data.size()));
     return Node(root);
 }
 
@@ -52,5 +52,5 @@ QString PlistFile::string(plist_t dictionary, const char* key)
     plist_t value = plist_dict_get_item(dictionary, key);
     if (!value || plist_get_node_type(value) != PLIST_STRING)
         return QString();
-    return plistStringText(value);
+    return SafePlist::stringText(value);
 }

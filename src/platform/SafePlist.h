@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QLatin1String>
+#include <QString>
+
+#include <algorithm>
+#include <cstring>
+#include <plist/plist.h>
+
+// Reading libplist's trees without its assertions: libplist asserts (aborting the process) on text
+// that holds a NUL byte when it is read through plist_get_string_val or, for a binary list's
+// dictionary key, plist_dict_next_item. Every reader of property lists goes through these.
+namespace SafePlist {
+
+// Parses XML or binary data; null for anything that is not a property list. A binary list goes
+// through its XML form, where a key ends at its NUL. The caller frees the result.
+inline plist_t fromMemory(const char* data, uint32_t length)
+{
+    plist_t root = nullptr;
+    if (!plist_is_binary(data, length)) {
+        plist_from_xml(data, length, &root);
+        return root;
+    }
+    plist_from_bin(data, length, &root);
+    if (!root)
+        return nullptr;
+    char* xml = nullptr;
+    uint32_t xmlLength = 0;
+    plist_to_xml(root, &xml, &xmlLength);
+    plist_free(root);
+    root = nullptr;
+    if (xml)
+        plist_from_xml(xml, xmlLength, &root);
+    plist_to_xml_free(xml);
+    return root;
+}
+
+// The text of a string node, read in place: it ends at its first NUL (the recorded length can run
+// past it). Empty when the node holds none.
+inline QString stringText(plist_t node)
+{
+    uint64_t length = 0;
+    const char* text = plist_get_string_ptr(node, &length);
+    if (!text)
+        return QString(QLatin1String(""));
+    const size_t limit = static_cast<size_t>(std::min<uint64_t>(length, 0x7fffffff));
+    return QString::fromUtf8(text, static_cast<qsizetype>(strnlen(text, limit)));
+}
+
+} // namespace SafePlist
