@@ -8,14 +8,19 @@
 VMCatalogue VMCatalogue::initWithData(const QByteArray& data)
 {
     QString error;
-    const VMPropertyList::Tree tree = VMPropertyList::treeFromData(data, &error);
+    VMPropertyList::Tree tree = VMPropertyList::treeFromData(data, &error);
     if (!tree.root()) {
         VM_LOG_MESSAGE(error);
         VMCatalogue catalogue;
         catalogue._errorDescription = error;
         return catalogue;
     }
-    return initWithNode(tree.root());
+    VMCatalogue catalogue = initWithNode(tree.root());
+    // A large catalogue's tree is freed off the loading (main) thread.
+    constexpr qsizetype largeCatalogue = 256 * 1024;
+    if (data.size() >= largeCatalogue)
+        VMPropertyList::Tree::freeInBackground(std::move(tree));
+    return catalogue;
 }
 
 VMCatalogue VMCatalogue::initWithDict(const QVariantMap& root)

@@ -1,5 +1,6 @@
 #include "VMPropertyList.h"
 
+#include "VMDispatch.h"
 #include "platform/SafePlist.h"
 
 #include <QDateTime>
@@ -180,6 +181,14 @@ Tree::~Tree()
 {
     if (_root)
         plist_free(_root);
+}
+
+void Tree::freeInBackground(Tree&& tree)
+{
+    plist_t root = tree._root;
+    tree._root = nullptr;
+    if (root)
+        VMDispatch::performInBackground([root] { plist_free(root); });
 }
 
 Tree& Tree::operator=(Tree&& other) noexcept

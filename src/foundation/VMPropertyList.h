@@ -36,6 +36,9 @@ public:
     Tree& operator=(const Tree&) = delete;
 
     plist_t root() const { return _root; }
+    // Frees the tree on a background thread: for a large tree that costs about as much as parsing
+    // it, and whoever read it need not wait.
+    static void freeInBackground(Tree&& tree);
 
 private:
     friend Tree treeFromData(const QByteArray&, QString*);
