@@ -4,7 +4,6 @@
 #include "LVBundleProductInstallItem.h"
 #include "LVInstallItemTitleField.h"
 #include "LVStatusImages.h"
-#include "catalogue/LVServers.h"
 #include "catalogue/VMInstallStatus.h"
 #include "catalogue/VMProductsCollection.h"
 #include "catalogue/VMSingleProductItem.h"
@@ -16,7 +15,6 @@
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "outline/LVRowHost.h"
-#include "platform/Platform.h"
 #include "widgets/LVIconCache.h"
 
 #include <QEvent>
@@ -31,12 +29,6 @@ namespace {
 template <typename T> QList<T*> unguarded(const std::optional<QList<T*>>& list)
 {
     return list ? *list : QList<T*>();
-}
-
-void openURL(const QString& url)
-{
-    if (!url.isEmpty())
-        Platform::workspace().openUrl(QUrl(url));
 }
 } // namespace
 
@@ -352,18 +344,6 @@ void LVBundleInstallItem::showDocumentation()
 void LVBundleInstallItem::buy()
 {
     openURL(_bundleProductItem->bundleBuyURL());
-}
-
-void LVBundleInstallItem::showHelpOnUninstallingDiscontinuedVersions()
-{
-    Platform::workspace().openUrl(
-        LVServers::supportURL(QStringLiteral("/pages/what-are-the-fxplug3-versions-of-products-do-i-still-need-them")));
-}
-
-void LVBundleInstallItem::showAlert(const QString& message, const QString& informative)
-{
-    if (LVRowHost* manager = installManager())
-        manager->showAlert(LVAlert(message, informative));
 }
 
 // ---- Download phase --------------------------------------------------------------------------

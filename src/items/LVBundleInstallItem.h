@@ -68,7 +68,6 @@ public:
     void showMoreInfo();
     void showDocumentation();
     void buy();
-    void showHelpOnUninstallingDiscontinuedVersions();
 
     // Install (or reinstall) the bundle, asking first on Apple silicon when a product's latest
     // version is an FxPlug3 build.
@@ -130,7 +129,6 @@ private:
     void allProductInstallsFinished();
     void allProductUninstallsFinished();
     void backgroundPhaseEnded();
-    void showAlert(const QString& message, const QString& informative);
     void showIcon(const QImage& image);
     void updateView(uint status);
     bool startQueued(LVBundleProductInstallItem* item);

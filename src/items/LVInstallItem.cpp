@@ -1,6 +1,8 @@
 #include "LVInstallItem.h"
 
+#include "catalogue/LVServers.h"
 #include "outline/LVRowHost.h"
+#include "platform/Platform.h"
 
 #include <QMenu>
 
@@ -41,6 +43,24 @@ void LVInstallItem::setInstallManager(LVRowHost* manager)
 }
 
 void LVInstallItem::doubleClicked(QMouseEvent*) {}
+
+void LVInstallItem::showHelpOnUninstallingDiscontinuedVersions()
+{
+    Platform::workspace().openUrl(
+        LVServers::supportURL(QStringLiteral("/pages/what-are-the-fxplug3-versions-of-products-do-i-still-need-them")));
+}
+
+void LVInstallItem::showAlert(const QString& message, const QString& informative) const
+{
+    if (LVRowHost* manager = installManager())
+        manager->showAlert(LVAlert(message, informative));
+}
+
+void LVInstallItem::openURL(const QString& url)
+{
+    if (!url.isEmpty())
+        Platform::workspace().openUrl(QUrl(url));
+}
 void LVInstallItem::downloadVersion(const std::shared_ptr<VMVersionItem>&) {}
 void LVInstallItem::populateContextMenu(QMenu*, QEvent*) {}
 

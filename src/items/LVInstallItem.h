@@ -67,6 +67,8 @@ public:
     void setInstallManager(LVRowHost* manager) override;
 
     virtual void doubleClicked(QMouseEvent* event);
+    // The support page on the FxPlug 3 versions, from the alerts and menus that mention them.
+    static void showHelpOnUninstallingDiscontinuedVersions();
     virtual void downloadVersion(const std::shared_ptr<VMVersionItem>& version);
     virtual void populateContextMenu(QMenu* menu, QEvent* event);
     // Fills a pull-down menu anew each time it opens: its first entry only titles the button.
@@ -88,6 +90,12 @@ public:
     void uninstallStarted(LVUninstaller* uninstaller) override;
     void uninstallCompleted(LVUninstaller* uninstaller) override;
     void uninstallFailed(LVUninstaller* uninstaller) override;
+
+protected:
+    // An alert over the install manager's window; nothing without a manager.
+    void showAlert(const QString& message, const QString& informative) const;
+    // Opens a product page in the browser; nothing for an empty address.
+    static void openURL(const QString& url);
 
 signals:
     // Every real change of the status, after the install manager has been told.

@@ -3,7 +3,6 @@
 
 #include "LVInstallItemTitleField.h"
 #include "LVMoreInfoSingleInstallItem.h"
-#include "catalogue/LVServers.h"
 #include "catalogue/VMInstallStatus.h"
 #include "catalogue/VMUtils.h"
 #include "engines/LVDownloader.h"
@@ -732,12 +731,6 @@ void LVSingleInstallItem::downloadManually()
     updateStatus();
 }
 
-void LVSingleInstallItem::openURL(const QString& url) const
-{
-    if (!url.isEmpty())
-        Platform::workspace().openUrl(QUrl(url));
-}
-
 void LVSingleInstallItem::showMoreInfo()
 {
     openURL(_productItem->productInfoURL());
@@ -751,12 +744,6 @@ void LVSingleInstallItem::showDocumentation()
 void LVSingleInstallItem::buy()
 {
     openURL(_productItem->productBuyURL());
-}
-
-void LVSingleInstallItem::showHelpOnUninstallingDiscontinuedVersions()
-{
-    Platform::workspace().openUrl(
-        LVServers::supportURL(QStringLiteral("/pages/what-are-the-fxplug3-versions-of-products-do-i-still-need-them")));
 }
 
 void LVSingleInstallItem::singleClicked(QMouseEvent*, LVInstallItemTitleField*)
@@ -853,12 +840,6 @@ void LVSingleInstallItem::populateContextMenu(QMenu* menu, QEvent*)
     QAction* manual = menu->addAction(QStringLiteral("Download Installer Manually..."));
     manual->setEnabled(!latestVersionInstallerURL().isEmpty());
     connect(manual, &QAction::triggered, this, &LVSingleInstallItem::downloadManually);
-}
-
-void LVSingleInstallItem::showAlert(const QString& message, const QString& informative) const
-{
-    if (installManager())
-        installManager()->showAlert(LVAlert(message, informative));
 }
 
 QWidget* LVSingleInstallItem::headlineView() const

@@ -71,7 +71,6 @@ public:
     void showMoreInfo();
     void showDocumentation();
     void buy();
-    void showHelpOnUninstallingDiscontinuedVersions();
     void singleClicked(QMouseEvent* event, LVInstallItemTitleField* titleField) override;
     void doubleClicked(QMouseEvent* event, LVInstallItemTitleField* titleField) override;
     using LVInstallItem::doubleClicked;
@@ -114,8 +113,6 @@ private:
     void showIcon(const QImage& image);
     void startIconDownload();
     void updateProgressDescription();
-    void openURL(const QString& url) const;
-    void showAlert(const QString& message, const QString& informative) const;
     static bool concernsProduct(const VMNotification& notification, const VMSingleProductItem& product);
 
     VMSingleProductItemPtr _productItem;

@@ -80,16 +80,24 @@ void LVToolUpdateAllInstalledItem::tellDelegate(uint state, const QString& produ
         target->updateStateChanged(state, productName, this);
 }
 
+QList<LVSingleInstallItem*> LVToolUpdateAllInstalledItem::singleProductRows() const
+{
+    QList<LVSingleInstallItem*> rows;
+    if (LVRowHost* manager = installManager()) {
+        for (LVInstallItem* row : manager->singleProductInstallItems()) {
+            if (auto* single = qobject_cast<LVSingleInstallItem*>(row))
+                rows.append(single);
+        }
+    }
+    return rows;
+}
+
 QList<LVSingleInstallItem*> LVToolUpdateAllInstalledItem::installedItems() const
 {
     QList<LVSingleInstallItem*> items;
-    LVRowHost* manager = installManager();
-    if (!manager)
-        return items;
-    for (LVInstallItem* row : manager->singleProductInstallItems()) {
-        auto* single = qobject_cast<LVSingleInstallItem*>(row);
-        if (single && single->installStatus() != LVInstallItem::StatusNotInstalled)
-            items.append(single);
+    for (LVSingleInstallItem* row : singleProductRows()) {
+        if (row->installStatus() != LVInstallItem::StatusNotInstalled)
+            items.append(row);
     }
     return items;
 }
@@ -97,13 +105,7 @@ QList<LVSingleInstallItem*> LVToolUpdateAllInstalledItem::installedItems() const
 QList<LVToolUpdateAllInstalledItem::InstallerEntry> LVToolUpdateAllInstalledItem::installerDicts() const
 {
     QList<InstallerEntry> entries;
-    LVRowHost* manager = installManager();
-    if (!manager)
-        return entries;
-    for (LVInstallItem* row : manager->singleProductInstallItems()) {
-        auto* single = qobject_cast<LVSingleInstallItem*>(row);
-        if (!single)
-            continue;
+    for (LVSingleInstallItem* single : singleProductRows()) {
         const uint status = single->installStatus();
         if (status == LVInstallItem::StatusNotInstalled || status == LVInstallItem::StatusLatestInstalled)
             continue;
@@ -338,13 +340,9 @@ void LVToolUpdateAllInstalledItem::checkInstallComplete()
 QList<LVSingleInstallItem*> LVToolUpdateAllInstalledItem::rowsSharingInstaller(const QString& installerURL) const
 {
     QList<LVSingleInstallItem*> rows;
-    if (LVRowHost* manager = installManager()) {
-        for (LVInstallItem* row : manager->singleProductInstallItems()) {
-            auto* single = qobject_cast<LVSingleInstallItem*>(row);
-            if (single && single->installStatus() != LVInstallItem::StatusNotInstalled &&
-                single->latestVersionInstallerURL() == installerURL)
-                rows.append(single);
-        }
+    for (LVSingleInstallItem* row : installedItems()) {
+        if (row->latestVersionInstallerURL() == installerURL)
+            rows.append(row);
     }
     return rows;
 }

@@ -115,6 +115,8 @@ private:
     void setDescription(const QString& text);
     void showRunning(bool running);
     void installEnded(LVInstaller* installer, uint state);
+    // The install list's single-product rows, in its order.
+    QList<LVSingleInstallItem*> singleProductRows() const;
     QList<LVSingleInstallItem*> rowsSharingInstaller(const QString& installerURL) const;
     // The version a row's product gets from the installer: its latest, when the installer is that
     // version's own; null otherwise.
