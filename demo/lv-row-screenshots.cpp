@@ -111,7 +111,12 @@ int main(int argc, char* argv[])
     downloadingRow->singleProductItem()->latestVersionItem()->setVersionDownloadURL(
         stalling.url(QStringLiteral("/stalled/Installer.pkg")).toString());
     downloadingRow->downloadButton()->click();
-    waitFor([&] { return downloadingRow->downloadProgressBar()->value() > 300; }, 20000);
+    QProgressBar* progress = downloadingRow->downloadProgressBar();
+    waitFor([&] { return progress->value() == progress->maximum() * 2 / 5; }, 20000);
+    if (progress->value() != progress->maximum() * 2 / 5) {
+        out << "The stalled download does not show 40 %." << Qt::endl;
+        return 1;
+    }
 
     // Installing: the package is down and the installer waits for the user's consent.
     LVSingleInstallItem* installingRow = notInstalled.size() > 3 ? notInstalled.at(3) : nullptr;

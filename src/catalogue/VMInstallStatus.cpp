@@ -18,6 +18,25 @@ uint singleProductStatus(const VMSingleProductItem& product, const QString& inst
     return LatestInstalled;
 }
 
+bool needsUpdate(uint status)
+{
+    return status != NotInstalled && status != LatestInstalled;
+}
+
+QList<qsizetype> updatesToInstall(const QList<UpdateCandidate>& candidates)
+{
+    QList<qsizetype> taken;
+    QStringList urls;
+    for (qsizetype index = 0; index < candidates.size(); ++index) {
+        const UpdateCandidate& candidate = candidates.at(index);
+        if (!needsUpdate(candidate.status) || urls.contains(candidate.installerURL))
+            continue;
+        urls.append(candidate.installerURL);
+        taken.append(index);
+    }
+    return taken;
+}
+
 uint bundleStatus(const QList<uint>& memberStatuses)
 {
     const auto all = [&](auto pred) { return std::all_of(memberStatuses.begin(), memberStatuses.end(), pred); };

@@ -29,6 +29,19 @@ uint singleProductStatus(const VMSingleProductItem& product, const QString& inst
 // any 6 or 7 6; none 2 or 3 1; all 2 2; otherwise 4. A bundle never shows 3.
 uint bundleStatus(const QList<uint>& memberStatuses);
 
+// Whether "update all" takes a product in this status: installed and not known to be at its latest.
+bool needsUpdate(uint status);
+
+// One product as "update all" sees it: its status and the installer its update comes from.
+struct UpdateCandidate
+{
+    uint status = NotComputed;
+    QString installerURL;
+};
+// What "update all" and "what has an update" take, as indexes into `candidates` in their order:
+// those that need an update, once per installer URL (products sharing an installer update once).
+QList<qsizetype> updatesToInstall(const QList<UpdateCandidate>& candidates);
+
 // "Not yet installed", "Latest version installed", "Update available", ... as the rows word them.
 QString statusText(uint status);
 

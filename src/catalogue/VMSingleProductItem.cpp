@@ -222,3 +222,11 @@ QString VMSingleProductItem::checkInstalledPluginVersion() const
         installed = VMInstalledVersions::newerInstalledVersion(installed, versionItem->checkInstalledPluginVersion());
     return installed;
 }
+
+QString VMSingleProductItem::latestVersionInstallerURL() const
+{
+    const VMVersionItemPtr latest = latestVersionItem();
+    if (latest && !latest->versionDownloadURL().isNull())
+        return latest->versionDownloadURL();
+    return productDownloadURL();
+}

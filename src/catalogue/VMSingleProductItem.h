@@ -32,6 +32,9 @@ public:
 
     // The highest version number, or null without versions.
     VMVersionItemPtr latestVersionItem() const;
+    // Where the latest version's installer comes from: the latest version's download URL unless
+    // that is nil, else the product's.
+    QString latestVersionInstallerURL() const;
     // The first version, in ascending order, whose number equals `versionString` (so 2.1 finds
     // 2.1.0); null when there is none.
     VMVersionItemPtr versionItemForVersionString(const QString& versionString) const;

@@ -126,14 +126,6 @@ QString latestVersionString(const VMSingleProductItem& product)
     return latest ? latest->productVersion() : QString();
 }
 
-QString installerURL(const VMSingleProductItem& product)
-{
-    const VMVersionItemPtr latest = product.latestVersionItem();
-    if (latest && !latest->versionDownloadURL().isEmpty())
-        return latest->versionDownloadURL();
-    return product.productDownloadURL();
-}
-
 QList<ProductRow> productRows(const VMProductsCollection& collection)
 {
     QList<ProductRow> rows;
@@ -210,22 +202,18 @@ int list(const VMProductsCollection& collection, bool json)
 
 QList<VMSingleProductItemPtr> outdatedProducts(const VMProductsCollection& collection)
 {
-    QList<VMSingleProductItemPtr> products;
-    QStringList urls;
+    QList<VMSingleProductItemPtr> singles;
+    QList<VMInstallStatus::UpdateCandidate> candidates;
     for (const VMProductItemPtr& item : collection.productItems()) {
-        auto single = std::dynamic_pointer_cast<VMSingleProductItem>(item);
-        if (!single)
-            continue;
-        if (VMInstallStatus::singleProductStatus(*single, single->checkInstalledPluginVersion()) !=
-            VMInstallStatus::UpdateAvailable)
-            continue;
-        // Products that share an installer are updated once.
-        const QString url = installerURL(*single);
-        if (urls.contains(url))
-            continue;
-        urls.append(url);
-        products.append(single);
+        if (auto single = std::dynamic_pointer_cast<VMSingleProductItem>(item)) {
+            singles.append(single);
+            candidates.append({VMInstallStatus::singleProductStatus(*single, single->checkInstalledPluginVersion()),
+                               single->latestVersionInstallerURL()});
+        }
     }
+    QList<VMSingleProductItemPtr> products;
+    for (const qsizetype index : VMInstallStatus::updatesToInstall(candidates))
+        products.append(singles.at(index));
     return products;
 }
 

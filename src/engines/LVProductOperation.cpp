@@ -110,6 +110,39 @@ void LVProductOperation::startActionClock()
     _actionClock.start();
 }
 
+void LVProductOperation::setProductItem(const VMSingleProductItemPtr& product)
+{
+    if (product)
+        _productItem = product;
+}
+
+bool LVProductOperation::requestInstallation(const VMVersionItemPtr& version)
+{
+    if (_phase == Phase::Uninstalling)
+        return false;
+    if (_phase == Phase::Downloading || _phase == Phase::Installing) {
+        // Joins the run under way; a manual download is no installation to join.
+        if (_installerDownloader && _installerDownloader->identifier() != installerDownload)
+            return false;
+        _installRequested = true;
+        return true;
+    }
+    if (!startDownload(version))
+        return false;
+    _installRequested = true;
+    return true;
+}
+
+bool LVProductOperation::requestUninstallation(const QStringList& scriptURLs)
+{
+    if (_phase == Phase::Uninstalling)
+        return _uninstallRequested;
+    if (!startUninstall(scriptURLs))
+        return false;
+    _uninstallRequested = true;
+    return true;
+}
+
 bool LVProductOperation::isDownloading() const
 {
     return _phase == Phase::Downloading;
@@ -270,6 +303,12 @@ double LVProductOperation::secondsLeft() const
     return double(qMax<qint64>(0, expected - receivedBytes())) / speed;
 }
 
+double LVProductOperation::downloadFraction() const
+{
+    const qint64 expected = expectedBytes();
+    return expected > 0 ? qBound(0.0, double(receivedBytes()) / double(expected), 1.0) : 0.0;
+}
+
 QString LVProductOperation::progressDescription() const
 {
     if (!_installerDownloader)
@@ -296,6 +335,7 @@ void LVProductOperation::downloadStarted(LVDownloader* downloader)
     }
     if (_owner && _downloadDelegate)
         _downloadDelegate->downloadStarted(downloader);
+    emit downloadBegan(downloader);
 }
 
 void LVProductOperation::downloadProgress(double progress, LVDownloader* downloader)
@@ -304,6 +344,7 @@ void LVProductOperation::downloadProgress(double progress, LVDownloader* downloa
         emit progressChanged();
     if (_owner && _downloadDelegate)
         _downloadDelegate->downloadProgress(progress, downloader);
+    emit downloadAdvanced(progress, downloader);
 }
 
 void LVProductOperation::downloadCompleted(LVDownloader* downloader)
@@ -322,6 +363,8 @@ void LVProductOperation::downloadCompleted(LVDownloader* downloader)
         QPointer<LVProductOperation> self(this);
         if (_owner && _downloadDelegate)
             _downloadDelegate->downloadCompleted(downloader);
+        if (self)
+            emit downloadEnded(downloader, true);
         if (self && index >= 0 && _downloadUninstallScriptPaths.isEmpty()) {
             const QByteArrayList scripts = _uninstallScriptData;
             _uninstallScriptData.clear();
@@ -343,8 +386,14 @@ void LVProductOperation::downloadCompleted(LVDownloader* downloader)
         }
         emit progressChanged();
     }
+    QPointer<LVProductOperation> self(this);
     if (_owner && _downloadDelegate)
         _downloadDelegate->downloadCompleted(downloader);
+    if (!self)
+        return;
+    emit downloadEnded(downloader, true);
+    if (_installRequested && downloader->identifier() == installerDownload && _phase == Phase::Downloaded && !install())
+        _installRequested = false;
 }
 
 void LVProductOperation::downloadFailed(LVDownloader* downloader)
@@ -380,11 +429,18 @@ void LVProductOperation::downloadFailed(LVDownloader* downloader)
             QMutexLocker locker(&_packageLock);
             _installerSettings.clear();
         }
+        if (downloader->identifier() == installerDownload)
+            _installRequested = false;
         setPhase(Phase::Idle);
         emit progressChanged();
     }
+    if (_phase == Phase::Idle)
+        _uninstallRequested = false;
+    QPointer<LVProductOperation> self(this);
     if (_owner && _downloadDelegate)
         _downloadDelegate->downloadFailed(downloader);
+    if (self)
+        emit downloadEnded(downloader, false);
 }
 
 // Installation
@@ -440,23 +496,43 @@ void LVProductOperation::adoptInstaller(const std::shared_ptr<LVInstaller>& inst
 
 void LVProductOperation::installStarted(LVInstaller* installer)
 {
+    QPointer<LVProductOperation> self(this);
     if (_owner && _installDelegate)
         _installDelegate->installStarted(installer);
+    if (self)
+        emit installBegan(installer);
 }
 
 void LVProductOperation::installCompleted(LVInstaller* installer)
 {
     record(QStringLiteral("install"), QStringLiteral("succeeded"), installingVersionString());
-    endInstallation(installer, &LVInstallerDelegate::installCompleted);
+    endInstallation(installer, true);
 }
 
 void LVProductOperation::installFailed(LVInstaller* installer)
 {
     const VMError error = installer->error();
+    if (error.code() != PrivilegedExecution::Canceled && outcomeIsInstalled()) {
+        // The package installer's words aside, the version asked for is in place.
+        record(QStringLiteral("install"), QStringLiteral("succeeded"), installingVersionString(),
+               error.localizedFailureReason());
+        installer->setError(VMError());
+        endInstallation(installer, true);
+        return;
+    }
     record(QStringLiteral("install"),
            error.code() == PrivilegedExecution::Canceled ? QStringLiteral("cancelled") : QStringLiteral("failed"),
            installingVersionString(), error.description());
-    endInstallation(installer, &LVInstallerDelegate::installFailed);
+    endInstallation(installer, false);
+}
+
+bool LVProductOperation::outcomeIsInstalled() const
+{
+    const QString version = installingVersionString();
+    if (!_judgesByOutcome || !_productItem || version.isNull())
+        return false;
+    VMInstalledVersions::clearBundleIdentifierCache();
+    return _productItem->checkInstalledPluginVersion() == version;
 }
 
 QString LVProductOperation::installingVersionString() const
@@ -465,9 +541,13 @@ QString LVProductOperation::installingVersionString() const
     return version ? version->productVersion() : QString();
 }
 
-void LVProductOperation::endInstallation(LVInstaller* installer, void (LVInstallerDelegate::*callback)(LVInstaller*))
+void LVProductOperation::endInstallation(LVInstaller* installer, bool succeeded)
 {
-    const VMVersionItemPtr version = installingVersionItem();
+    VMVersionItemPtr version = installer->representedObject().value<VMVersionItemPtr>();
+    if (!version)
+        version = installingVersionItem();
+    const bool confirm = succeeded && _installRequested;
+    _installRequested = false;
     {
         QMutexLocker locker(&_packageLock);
         _runningInstallers = qMax(0, _runningInstallers - 1);
@@ -477,12 +557,30 @@ void LVProductOperation::endInstallation(LVInstaller* installer, void (LVInstall
         _installer.reset();
     setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
     QPointer<LVProductOperation> self(this);
-    if (_owner && _installDelegate)
-        (_installDelegate->*callback)(installer);
-    if (self && _installingVersionItem == version && !_installer) {
+    if (_owner && _installDelegate) {
+        if (succeeded)
+            _installDelegate->installCompleted(installer);
+        else
+            _installDelegate->installFailed(installer);
+    }
+    if (!self)
+        return;
+    emit installEnded(installer, succeeded);
+    if (confirm)
+        confirmInstallation(version);
+    if (_installingVersionItem == version && !_installer) {
         QMutexLocker locker(&_packageLock);
         _installingVersionItem.reset();
     }
+}
+
+void LVProductOperation::confirmInstallation(const VMVersionItemPtr& version)
+{
+    beginConfirmation(version);
+    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("reloadLVUpdateItem"),
+                                                           QVariant::fromValue(static_cast<QObject*>(this)));
+    // Every row of this product confirms the new version from here.
+    announceInstallation();
 }
 
 void LVProductOperation::beginConfirmation(const VMVersionItemPtr& version)
@@ -546,6 +644,8 @@ void LVProductOperation::runUninstallScripts(const QByteArrayList& scripts)
 {
     if (scripts.isEmpty()) {
         setPhase(_runningUninstallers > 0 ? Phase::Uninstalling : Phase::Idle);
+        if (_phase == Phase::Idle)
+            _uninstallRequested = false;
         return;
     }
     QPointer<LVProductOperation> guard(this);
@@ -570,6 +670,8 @@ void LVProductOperation::runUninstallScripts(const QByteArrayList& scripts)
             if (!guard)
                 return;
             guard->setPhase(guard->_runningUninstallers > 0 ? Phase::Uninstalling : Phase::Idle);
+            if (guard->_phase == Phase::Idle)
+                guard->_uninstallRequested = false;
             if (status == PrivilegedExecution::Denied || status == PrivilegedExecution::Canceled) {
                 guard->record(QStringLiteral("uninstall"), QStringLiteral("cancelled"), guard->_uninstallingVersion);
                 emit guard->authorizationRefused(status);
@@ -626,31 +728,49 @@ void LVProductOperation::adoptUninstaller(const std::shared_ptr<LVUninstaller>& 
 
 void LVProductOperation::uninstallStarted(LVUninstaller* uninstaller)
 {
+    QPointer<LVProductOperation> self(this);
     if (_owner && _uninstallDelegate)
         _uninstallDelegate->uninstallStarted(uninstaller);
+    if (self)
+        emit uninstallBegan(uninstaller);
 }
 
 void LVProductOperation::uninstallCompleted(LVUninstaller* uninstaller)
 {
     record(QStringLiteral("uninstall"), QStringLiteral("succeeded"), _uninstallingVersion);
-    if (_uninstaller.get() == uninstaller)
-        _uninstaller.reset();
-    _runningUninstallers = qMax(0, _runningUninstallers - 1);
-    if (_runningUninstallers == 0 && _scriptDownloaders.isEmpty())
-        setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
-    if (_owner && _uninstallDelegate)
-        _uninstallDelegate->uninstallCompleted(uninstaller);
+    endUninstallation(uninstaller, true);
 }
 
 void LVProductOperation::uninstallFailed(LVUninstaller* uninstaller)
 {
     record(QStringLiteral("uninstall"), QStringLiteral("failed"), _uninstallingVersion,
            uninstaller->error().description());
+    endUninstallation(uninstaller, false);
+}
+
+void LVProductOperation::endUninstallation(LVUninstaller* uninstaller, bool succeeded)
+{
     if (_uninstaller.get() == uninstaller)
         _uninstaller.reset();
     _runningUninstallers = qMax(0, _runningUninstallers - 1);
-    if (_runningUninstallers == 0 && _scriptDownloaders.isEmpty())
+    const bool confirm = _uninstallRequested && _runningUninstallers == 0;
+    if (_runningUninstallers == 0 && _scriptDownloaders.isEmpty()) {
+        _uninstallRequested = false;
         setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
-    if (_owner && _uninstallDelegate)
-        _uninstallDelegate->uninstallFailed(uninstaller);
+    }
+    QPointer<LVProductOperation> self(this);
+    if (_owner && _uninstallDelegate) {
+        if (succeeded)
+            _uninstallDelegate->uninstallCompleted(uninstaller);
+        else
+            _uninstallDelegate->uninstallFailed(uninstaller);
+    }
+    if (!self)
+        return;
+    if (confirm && succeeded && _productItem) {
+        VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
+        center.postNotification(QStringLiteral("reloadLVUpdateItem"), QVariant::fromValue(static_cast<QObject*>(this)));
+        center.postNotification(QStringLiteral("productUninstallCompleted"), QVariant::fromValue(_productItem));
+    }
+    emit uninstallEnded(uninstaller, succeeded);
 }

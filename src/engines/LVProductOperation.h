@@ -27,9 +27,11 @@ class LVUninstaller;
 // installer settings and the installer or uninstaller of its product, and deletes packages it no
 // longer needs. Policy (alerts, queues, the 2.0 s waits, what a failure means) stays with the owner.
 //
-// The owner hears the engines' own callbacks (downloadStarted:, installCompleted:, ...), forwarded
-// after the operation has updated its phase, so rows keep their callbacks and read identifiers and
-// represented objects from the engine as before. Everything here runs on the main thread except
+// Observers connect to the signals below; an owner that drives the steps itself may also set one
+// delegate, which hears the engines' own callbacks (downloadStarted:, installCompleted:, ...)
+// after the operation has updated its phase. requestInstallation() and requestUninstallation()
+// carry the whole pipeline, confirmation included, without anyone driving it: the form that
+// LVProductOperations offers to rows. Everything here runs on the main thread except
 // install(..., Synchronous) and runUninstallSynchronously(), which block the calling background thread.
 class LVProductOperation : public QObject,
                            public LVDownloaderDelegate,
@@ -66,6 +68,8 @@ public:
     }
 
     VMSingleProductItemPtr productItem() const { return _productItem; }
+    // A newer record of the same product (a refreshed catalogue).
+    void setProductItem(const VMSingleProductItemPtr& product);
     Phase phase() const { return _phase; }
     bool isDownloading() const;
     bool isInstalling() const;
@@ -74,6 +78,20 @@ public:
     // The product's uninstall scripts: its own URL if non-empty, then each version's non-empty
     // one in catalogue order; repeats kept (callers skip them when downloading).
     static QStringList uninstallScriptURLs(const VMSingleProductItem& product);
+
+    // The whole pipeline: downloads the version's installer, installs it in the background as soon
+    // as it has arrived and confirms a success (confirmInstallation()). A request while the product
+    // downloads or installs joins that run (true). False while it uninstalls or when the download
+    // cannot start.
+    bool requestInstallation(const VMVersionItemPtr& version);
+    // Uninstalls with startUninstall() and confirms a success: "reloadLVUpdateItem", then
+    // "productUninstallCompleted", then uninstallEnded(). A request while the product uninstalls
+    // joins (true); false when it is busy otherwise or nothing can start.
+    bool requestUninstallation(const QStringList& scriptURLs);
+    // Whether a failed installation after which the version asked for is found installed counts
+    // as a success (history "succeeded", the installer's output as its detail). Off for the
+    // window, which judges by the installer's words; on for the command line.
+    void setJudgesByOutcome(bool judgesByOutcome) { _judgesByOutcome = judgesByOutcome; }
 
     // Downloads the version's installer (settings from installerSettingsForVersionItem:) to the
     // path the downloader proposes for the URL's last path component, identifier 2, represented
@@ -113,6 +131,8 @@ public:
     // "productInstallCompleted" with the product and removes "temporaryVersionStr" again.
     void beginConfirmation(const VMVersionItemPtr& version);
     void announceInstallation();
+    // Both halves with "reloadLVUpdateItem" between them: the product row's and the tools' order.
+    void confirmInstallation(const VMVersionItemPtr& version);
 
     // Downloads every script (identifier 4, repeats skipped) at the same time, then runs them in
     // the order their downloads completed on a background thread under one LVAdminAuthorization. A
@@ -133,6 +153,8 @@ public:
     double bytesPerSecond() const;
     // -1 when unknown.
     double secondsLeft() const;
+    // Received of expected bytes, 0 to 1; 0 when unknown.
+    double downloadFraction() const;
     // "12.4 of 80.0 MB — 4.1 MB/s, about 16 s left" (parts that are unknown are left out); empty
     // when nothing is downloading.
     QString progressDescription() const;
@@ -152,6 +174,17 @@ public:
 signals:
     void phaseChanged(LVProductOperation::Phase phase);
     void progressChanged();
+    // The engines' callbacks for observers, emitted after the delegate has heard them. `progress`
+    // is the downloader's, 0 to 100. installEnded(…, true) comes before the confirmation of a
+    // requested installation; uninstallEnded(…, true) of a requested uninstall after its
+    // notifications.
+    void downloadBegan(LVDownloader* downloader);
+    void downloadAdvanced(double progress, LVDownloader* downloader);
+    void downloadEnded(LVDownloader* downloader, bool succeeded);
+    void installBegan(LVInstaller* installer);
+    void installEnded(LVInstaller* installer, bool succeeded);
+    void uninstallBegan(LVUninstaller* uninstaller);
+    void uninstallEnded(LVUninstaller* uninstaller, bool succeeded);
     // The administrator right was refused or cancelled (status -60005 / -60006) for an uninstall.
     void authorizationRefused(int status);
 
@@ -165,7 +198,10 @@ private:
     void startActionClock();
     QString installingVersionString() const;
     // The end of an installation, either way: the bookkeeping, then the owner's callback.
-    void endInstallation(LVInstaller* installer, void (LVInstallerDelegate::*callback)(LVInstaller*));
+    void endInstallation(LVInstaller* installer, bool succeeded);
+    // The failed installation's version is found installed all the same.
+    bool outcomeIsInstalled() const;
+    void endUninstallation(LVUninstaller* uninstaller, bool succeeded);
     void forgetInstallerDownloader(LVDownloader* downloader);
     void runUninstallScripts(const QByteArrayList& scripts);
     // Main thread: takes over a runner made on a background thread before it starts.
@@ -193,6 +229,10 @@ private:
     QElapsedTimer _actionClock;
     QString _uninstallingVersion;
     bool _downloadCancelled = false;
+    // A requested pipeline is under way: install when downloaded, confirm when installed.
+    bool _installRequested = false;
+    bool _uninstallRequested = false;
+    bool _judgesByOutcome = false;
     // Guards the package path, settings and version, which a synchronous install reads on its
     // background thread.
     mutable QMutex _packageLock;

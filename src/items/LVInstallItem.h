@@ -59,10 +59,6 @@ public:
     // The product (or bundle) the row stands for; none in the base.
     virtual std::shared_ptr<VMProductItem> productItem() const { return nullptr; }
 
-    // Whether a download, install or uninstall of the row is under way. A row that the list drops
-    // while busy is kept until it emits becameIdle.
-    virtual bool isBusy() const { return false; }
-
     LVRowHost* installManager() const;
     void setInstallManager(LVRowHost* manager) override;
 
@@ -100,8 +96,6 @@ protected:
 signals:
     // Every real change of the status, after the install manager has been told.
     void installStatusChanged(uint status);
-    // The row's operation has ended (isBusy() is false again).
-    void becameIdle();
 
 private:
     uint _installStatus = StatusNotComputed;

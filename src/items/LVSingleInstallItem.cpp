@@ -8,6 +8,8 @@
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVProductOperation.h"
+#include "engines/LVProductOperations.h"
+#include "engines/LVUninstaller.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
@@ -98,10 +100,33 @@ void LVSingleInstallItem::setSavePathProvider(SavePathProvider provider)
 LVSingleInstallItem::LVSingleInstallItem(const VMSingleProductItemPtr& productItem)
     : _productItem(productItem), _moreInfoItem(std::make_unique<LVMoreInfoSingleInstallItem>(this, nullptr))
 {
-    _operation = new LVProductOperation(productItem, this);
-    _operation->setDelegate(this);
-    connect(_operation, &LVProductOperation::progressChanged, this, &LVSingleInstallItem::updateProgressDescription);
-    connect(_operation, &LVProductOperation::phaseChanged, this, [this] { updateStatus(); });
+    // The product's operation outlives this row: a row made by a refresh finds it running.
+    _operation = LVProductOperations::shared().operationForProduct(productItem);
+    LVProductOperation* operation = _operation;
+    connect(operation, &LVProductOperation::progressChanged, this, &LVSingleInstallItem::updateProgressDescription);
+    connect(operation, &LVProductOperation::phaseChanged, this, [this] { updateStatus(); });
+    connect(operation, &LVProductOperation::downloadBegan, this, &LVSingleInstallItem::downloadStarted);
+    connect(operation, &LVProductOperation::downloadAdvanced, this, &LVSingleInstallItem::downloadProgress);
+    connect(operation, &LVProductOperation::downloadEnded, this, [this](LVDownloader* downloader, bool succeeded) {
+        if (succeeded)
+            downloadCompleted(downloader);
+        else
+            downloadFailed(downloader);
+    });
+    connect(operation, &LVProductOperation::installBegan, this, &LVSingleInstallItem::installStarted);
+    connect(operation, &LVProductOperation::installEnded, this, [this](LVInstaller* installer, bool succeeded) {
+        if (succeeded)
+            installCompleted(installer);
+        else
+            installFailed(installer);
+    });
+    connect(operation, &LVProductOperation::uninstallBegan, this, &LVSingleInstallItem::uninstallStarted);
+    connect(operation, &LVProductOperation::uninstallEnded, this, [this](LVUninstaller* uninstaller, bool succeeded) {
+        if (succeeded)
+            uninstallCompleted(uninstaller);
+        else
+            uninstallFailed(uninstaller);
+    });
     setInstalledVersion(productItem->checkInstalledPluginVersion());
     VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
     center.addObserver(this, kProductInstallCompleted,
@@ -113,10 +138,7 @@ LVSingleInstallItem::LVSingleInstallItem(const VMSingleProductItemPtr& productIt
 LVSingleInstallItem::~LVSingleInstallItem()
 {
     VMNotificationCenter::defaultCenter().removeObserver(this);
-    // The operation goes first, told to call nothing back: it cancels a download and drops its package.
-    _operation->setDelegate(static_cast<LVSingleInstallItem*>(nullptr));
-    disconnect(_operation, nullptr, this, nullptr);
-    delete _operation;
+    // The operation goes on without this row; its signals to it end with it.
     delete _iconDownloader;
     delete _headlineView;
     delete _moreInfoView;
@@ -166,10 +188,7 @@ bool LVSingleInstallItem::discontinued() const
 
 QString LVSingleInstallItem::latestVersionInstallerURL() const
 {
-    const VMVersionItemPtr latest = _productItem->latestVersionItem();
-    if (latest && !latest->versionDownloadURL().isNull())
-        return latest->versionDownloadURL();
-    return _productItem->productDownloadURL();
+    return _productItem->latestVersionInstallerURL();
 }
 
 void LVSingleInstallItem::loadView()
@@ -368,8 +387,8 @@ void LVSingleInstallItem::updateStatus()
         statusText->hide();
         statusImage->hide();
         showStop(true);
-        if (!progress->isVisible())
-            progress->setValue(0);
+        // A row made mid-download shows how far it has come.
+        progress->setValue(qRound(_operation->downloadFraction() * progress->maximum()));
         progress->show();
         updateProgressDescription();
         break;
@@ -541,7 +560,7 @@ void LVSingleInstallItem::downloadInstallVersion(const VMVersionItemPtr& version
     }
     if (!version)
         return;
-    _operation->startDownload(version);
+    LVProductOperations::shared().install(_productItem, version);
     updateStatus();
 }
 
@@ -561,8 +580,10 @@ void LVSingleInstallItem::downloadProgress(double progress, LVDownloader* downlo
         downloader->identifier() != LVProductOperation::manualDownload)
         return;
     updateStatus();
+    // The downloader counts in percent.
     if (_ui)
-        _ui->_downloadProgressBar->setValue(int(qBound(0.0, progress, 1.0) * _ui->_downloadProgressBar->maximum()));
+        _ui->_downloadProgressBar->setValue(
+            qRound(qBound(0.0, progress, 100.0) / 100.0 * _ui->_downloadProgressBar->maximum()));
     updateProgressDescription();
 }
 
@@ -579,10 +600,6 @@ void LVSingleInstallItem::downloadCompleted(LVDownloader* downloader)
         break;
     }
     case LVProductOperation::installerDownload:
-        updateStatus();
-        _operation->install();
-        updateStatus();
-        break;
     case LVProductOperation::manualDownload:
         updateStatus();
         break;
@@ -613,18 +630,11 @@ void LVSingleInstallItem::installStarted(LVInstaller*)
     updateStatus();
 }
 
-void LVSingleInstallItem::installCompleted(LVInstaller* installer)
+void LVSingleInstallItem::installCompleted(LVInstaller*)
 {
-    VMVersionItemPtr version = installer->representedObject().value<VMVersionItemPtr>();
-    if (!version)
-        version = _operation->installingVersionItem();
+    // The operation confirms next; the announcement brings the alert (checkInstalledVersion).
     _showUserAlert = true;
     updateStatus();
-    _operation->beginConfirmation(version);
-    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("reloadLVUpdateItem"),
-                                                           QVariant::fromValue(static_cast<QObject*>(this)));
-    // Every row of this product (this one too) confirms the new version from here.
-    _operation->announceInstallation();
 }
 
 void LVSingleInstallItem::installFailed(LVInstaller* installer)
@@ -674,17 +684,15 @@ void LVSingleInstallItem::downloadRunUninstaller(const QStringList& scriptURLs)
 {
     if (scriptURLs.isEmpty())
         return;
-    _operation->startUninstall(scriptURLs);
+    LVProductOperations::shared().uninstall(_productItem, scriptURLs);
 }
 
 void LVSingleInstallItem::uninstallStarted(LVUninstaller*) {}
 
 void LVSingleInstallItem::uninstallCompleted(LVUninstaller*)
 {
+    // The operation has posted "reloadLVUpdateItem" and "productUninstallCompleted" already.
     updateStatus();
-    VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
-    center.postNotification(QStringLiteral("reloadLVUpdateItem"), QVariant::fromValue(static_cast<QObject*>(this)));
-    center.postNotification(kProductUninstallCompleted, QVariant::fromValue(_productItem));
     showAlert(QStringLiteral("Uninstallation Completed"),
               QStringLiteral("%1 was uninstalled successfully").arg(title()));
 }

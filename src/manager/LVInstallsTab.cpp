@@ -30,7 +30,6 @@ LVInstallsTab::LVInstallsTab(QWidget* parent) : LVOutlineTab(parent) {}
 
 LVInstallsTab::~LVInstallsTab()
 {
-    // Busy rows outlive the list only while the list does.
     qDeleteAll(_singleProductInstallItems);
     qDeleteAll(_bundleProductInstallItems);
 }
@@ -71,12 +70,8 @@ void LVInstallsTab::detachInstallItems()
 {
     for (LVInstallItem* row : std::as_const(_bundleProductInstallItems) + _singleProductInstallItems) {
         row->setInstallManager(nullptr);
-        // A row whose download, install or uninstall is under way finishes it first: its
-        // confirmation and announcement must not be cut short by a refresh.
-        if (row->isBusy())
-            connect(row, &LVInstallItem::becameIdle, row, &QObject::deleteLater, Qt::UniqueConnection);
-        else
-            row->deleteLater();
+        // A product's operation outlives its row (LVProductOperations); the new row observes it.
+        row->deleteLater();
     }
     _bundleProductInstallItems.clear();
     _singleProductInstallItems.clear();

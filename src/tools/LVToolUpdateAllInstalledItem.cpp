@@ -2,6 +2,7 @@
 #include "ui_LVToolUpdateAllInstalledItem.h"
 
 #include "LVToolUpdateAllInstalledItemDelegate.h"
+#include "catalogue/VMInstallStatus.h"
 #include "engines/LVAdminAuthorization.h"
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
@@ -104,17 +105,13 @@ QList<LVSingleInstallItem*> LVToolUpdateAllInstalledItem::installedItems() const
 
 QList<LVToolUpdateAllInstalledItem::InstallerEntry> LVToolUpdateAllInstalledItem::installerDicts() const
 {
+    const QList<LVSingleInstallItem*> rows = singleProductRows();
+    QList<VMInstallStatus::UpdateCandidate> candidates;
+    for (LVSingleInstallItem* single : rows)
+        candidates.append({single->installStatus(), single->latestVersionInstallerURL()});
     QList<InstallerEntry> entries;
-    for (LVSingleInstallItem* single : singleProductRows()) {
-        const uint status = single->installStatus();
-        if (status == LVInstallItem::StatusNotInstalled || status == LVInstallItem::StatusLatestInstalled)
-            continue;
-        const QString url = single->latestVersionInstallerURL();
-        const bool known = std::any_of(entries.cbegin(), entries.cend(),
-                                       [&url](const InstallerEntry& entry) { return entry.installerURL == url; });
-        if (!known)
-            entries.append({single, url, WaitingForDownload, QString()});
-    }
+    for (const qsizetype index : VMInstallStatus::updatesToInstall(candidates))
+        entries.append({rows.at(index), candidates.at(index).installerURL, WaitingForDownload, QString()});
     return entries;
 }
 

@@ -13,6 +13,7 @@
 
 #include <QLabel>
 #include <QMenu>
+#include <QProgressBar>
 #include <QTextEdit>
 #include <QTimeZone>
 #include <QToolButton>
@@ -83,8 +84,8 @@ void tst_LVSingleInstallItem::init()
     _server = std::make_unique<LocalHttpServer>();
     // A package that never finishes, so a download stays running for as long as a test needs.
     LocalHttpServer::Response stalled;
-    stalled.body = LocalHttpServer::generatedBody(0, 4096);
-    stalled.stallAfterBytes = 1024;
+    stalled.body = LocalHttpServer::generatedBody(0, 10000);
+    stalled.stallAfterBytes = 4000;
     _server->setRoute("/stalled.pkg", stalled);
     _alerts = std::make_shared<TestAlertPresenter>();
     LVInstallManager::sharedInstallManager()->setAlertPresenter(_alerts);
@@ -325,6 +326,8 @@ void tst_LVSingleInstallItem::fxPlug3VersionAsksFirstOnAppleSilicon()
     QTRY_COMPARE(item->installStatus(), uint(LVInstallItem::StatusDownloading));
     QCOMPARE(item->downloadButton()->accessibleName(), QStringLiteral("Cancel Download"));
     QVERIFY(!item->statusTextField()->isVisibleTo(item->view()));
+    // Stalled at 40 %: the bar says so.
+    QTRY_COMPARE(item->downloadProgressBar()->value(), item->downloadProgressBar()->maximum() * 4 / 10);
 
     // The same button cancels, and nothing of the package is left.
     const QString package = item->operation()->downloader()->downloadFilePath();

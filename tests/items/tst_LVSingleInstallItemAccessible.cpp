@@ -8,6 +8,7 @@
 #include "PackageBuilder.h"
 #include "catalogue/LVServers.h"
 #include "catalogue/VMInstalledVersions.h"
+#include "foundation/VMNotificationCenter.h"
 #include "foundation/VMPropertyList.h"
 #include "items/LVSingleInstallItem.h"
 #include "manager/AppDelegate.h"
@@ -16,8 +17,12 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QDir>
+#include <QLabel>
 #include <QMenu>
+#include <QProgressBar>
+#include <QSemaphore>
 #include <QTimer>
+#include <QToolButton>
 #include <QtTest>
 
 // A product row used the way a screen reader uses it: found, read and pressed only through its
@@ -29,6 +34,7 @@ class tst_LVSingleInstallItemAccessible : public QObject
 private slots:
     void initTestCase() { AppDelegate::configureApplication(); }
     void updateAndUninstallThroughAccessibility();
+    void refreshesDuringTheWorkKeepItAndItsConfirmation();
 };
 
 namespace {
@@ -45,6 +51,13 @@ QString buildPackage(const QString& folder, const QString& version)
                                                      {"CFBundleVersion", version + " (7)"},
                                                      {"Product Versions", QVariantMap{{"GLOW", version}}}}));
     info.close();
+    // The wrapper app, which the confirmation finds the plug-in through.
+    QFile app(payload + QStringLiteral("/Applications/Lumivane/Glow.app/Contents/Info.plist"));
+    if (!app.open(QIODevice::WriteOnly))
+        return QString();
+    app.write(VMPropertyList::toXmlData(
+        QVariantMap{{"CFBundleIdentifier", "com.quarnet.FxPlug.Glow"}, {"CFBundleShortVersionString", version}}));
+    app.close();
     PackageBuilder builder;
     builder.root = payload;
     builder.identifier = QStringLiteral("com.quarnet.pkg.Glow");
@@ -194,6 +207,135 @@ void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
 
     LVInstallManager::releaseSharedInstallManager();
     LVServers::setOverrideURL(QUrl());
+    QTRY_VERIFY(env.temporaryFiles().isEmpty());
+}
+
+// A catalogue refresh makes new rows while the product downloads, installs and uninstalls: the
+// product's operation goes on, the new row shows it and the confirmation happens once.
+void tst_LVSingleInstallItemAccessible::refreshesDuringTheWorkKeepItAndItsConfirmation()
+{
+    TestEnvironment env;
+    VMInstalledVersions::clearBundleIdentifierCache();
+    auto privileged = std::make_shared<TestPrivilegedExecution>();
+    Platform::setPrivilegedExecution(privileged);
+    // The consent prompt holds the administrator step until the test has refreshed.
+    std::atomic<int> asked{0};
+    QSemaphore gate;
+    privileged->setConsentProvider([&](const QString&) {
+        ++asked;
+        gate.acquire();
+        return int(PrivilegedExecution::Success);
+    });
+
+    const QString older = buildPackage(env.path(), QStringLiteral("1.0"));
+    const QString newer = buildPackage(env.path(), QStringLiteral("1.1"));
+    QVERIFY(!older.isNull() && !newer.isNull());
+    {
+        gate.release();
+        EngineRecorder recorder;
+        QSignalSpy finished(&recorder, &EngineRecorder::finished);
+        recorder.installerHeld = LVInstaller::installerWithFilePath(older, {{"requiresAuthentication", true}});
+        recorder.installerHeld->setDelegate(&recorder);
+        recorder.installerHeld->setDeleteFileAfterInstallation(true);
+        recorder.installerHeld->startInBackground();
+        QVERIFY(finished.wait(20000));
+        asked = 0;
+    }
+
+    LocalHttpServer server;
+    // Slow enough for a refresh to happen mid-download.
+    LocalHttpServer::Response package;
+    package.filePath = newer;
+    package.chunkSize = qMax<qint64>(1, QFileInfo(newer).size() / 10);
+    package.chunkIntervalMs = 100;
+    server.setRoute("/Glow-1.1.pkg", package);
+    const QString installed = env.systemRoot() + QStringLiteral("/Applications/Lumivane/Glow.app");
+    server.setRoute("/Glow.bash", "rm -rf '" + installed.toUtf8() + "'\necho $?\n");
+    const QVariantMap glow{
+        {"Product ID", "GLOW"},
+        {"Title", "Glow"},
+        {"Identifier", "com.quarnet.FxPlug.GlowXPC"},
+        {"Check Installed Directory", "/Applications/Lumivane/Glow.app"},
+        {"Uninstall Script", server.url("/Glow.bash").toString()},
+        {"Versions", QVariantList{QVariantMap{{"Product Version", "1.0"}, {"Release Date", "20.01.01"}},
+                                  QVariantMap{{"Product Version", "1.1"},
+                                              {"Release Date", "20.02.01"},
+                                              {"Download URL", server.url("/Glow-1.1.pkg").toString()}}}}};
+    const QByteArray catalogue =
+        VMPropertyList::toXmlData(QVariantMap{{"Products", QVariantMap{{"Products", QVariantList{glow}}}}});
+
+    auto alerts = std::make_shared<TestAlertPresenter>();
+    LVInstallManager* manager = LVInstallManager::sharedInstallManager();
+    manager->setInstallItemFactory(
+        std::make_shared<TestSingleItemFactory>([](const VMSingleProductItemPtr& product) -> LVInstallItem* {
+            return LVSingleInstallItem::installItemWithSingleProductItem(product);
+        }));
+    manager->setAlertPresenter(alerts);
+    manager->setAttachedToStatusItem(false);
+    manager->selectInstallsTabViewAtIndex(LVInstallManager::SingleProductsTab);
+    QObject observer;
+    QStringList posted;
+    for (const char* name : {"productInstallCompleted", "productUninstallCompleted"})
+        VMNotificationCenter::defaultCenter().addObserver(
+            &observer, QLatin1String(name), [&posted, name](const VMNotification&) { posted.append(name); });
+    // A refresh: the catalogue again, new records and new rows.
+    LVSingleInstallItem* row = nullptr;
+    const auto refresh = [&] {
+        QPointer<LVInstallItem> before(manager->singleProductInstallItems().value(0));
+        manager->updateWithConfigData(catalogue);
+        QTRY_VERIFY_WITH_TIMEOUT(!manager->singleProductInstallItems().isEmpty() &&
+                                     manager->singleProductInstallItems().first() != before.data(),
+                                 20000);
+        QTRY_VERIFY(!before);
+        row = static_cast<LVSingleInstallItem*>(manager->singleProductInstallItems().first());
+        row->view();
+    };
+    refresh();
+    if (QTest::currentTestFailed())
+        return;
+    QCOMPARE(row->installStatus(), uint(LVInstallItem::StatusUpdateAvailable));
+
+    row->downloadButton()->click();
+    QTRY_COMPARE(row->installStatus(), uint(LVInstallItem::StatusDownloading));
+    refresh();
+    if (QTest::currentTestFailed())
+        return;
+    QCOMPARE(row->installStatus(), uint(LVInstallItem::StatusDownloading));
+    QVERIFY(!row->downloadProgressBar()->isHidden());
+    QTRY_VERIFY(row->downloadProgressBar()->value() > 0);
+
+    QTRY_COMPARE_WITH_TIMEOUT(asked.load(), 1, 20000);
+    refresh();
+    if (QTest::currentTestFailed())
+        return;
+    QCOMPARE(row->installStatus(), uint(LVInstallItem::StatusInstalling));
+    QCOMPARE(row->statusTextField()->text(), QStringLiteral("Installing..."));
+    gate.release();
+    QTRY_COMPARE_WITH_TIMEOUT(row->installStatus(), uint(LVInstallItem::StatusLatestInstalled), 30000);
+    QCOMPARE(row->statusTextField()->text(), QStringLiteral("Latest version installed"));
+    QTRY_COMPARE(alerts->pendingCount(), 1);
+    QCOMPARE(alerts->alerts().size(), 1);
+    QCOMPARE(alerts->alerts().last().messageText(), QStringLiteral("Installation Completed"));
+    QVERIFY(alerts->answer(LVAlert::alertFirstButtonReturn));
+    QCOMPARE(posted, QStringList{"productInstallCompleted"});
+    QVERIFY(!VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.FxPlug.GlowXPC"))
+                 .isEmpty());
+
+    row->downloadRunUninstaller({server.url("/Glow.bash").toString()});
+    QTRY_COMPARE_WITH_TIMEOUT(asked.load(), 2, 20000);
+    refresh();
+    if (QTest::currentTestFailed())
+        return;
+    gate.release();
+    QTRY_COMPARE_WITH_TIMEOUT(alerts->pendingCount(), 1, 30000);
+    QCOMPARE(alerts->alerts().size(), 2);
+    QCOMPARE(alerts->alerts().last().messageText(), QStringLiteral("Uninstallation Completed"));
+    QVERIFY(alerts->answer(LVAlert::alertFirstButtonReturn));
+    QCOMPARE(posted, (QStringList{"productInstallCompleted", "productUninstallCompleted"}));
+    QTRY_COMPARE(row->installStatus(), uint(LVInstallItem::StatusNotInstalled));
+    QVERIFY(!QDir(installed).exists());
+
+    LVInstallManager::releaseSharedInstallManager();
     QTRY_VERIFY(env.temporaryFiles().isEmpty());
 }
 

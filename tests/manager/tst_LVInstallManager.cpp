@@ -172,7 +172,6 @@ private slots:
     void badgeImageShape_data();
     void badgeImageShape();
     void discontinuedFilter();
-    void refreshKeepsBusyRowsUntilTheyAreIdle();
     void installsSubTabs();
     void mainTabsFollowTheSegmentedControl();
     void selectItemPicksTheTabByRowKind();
@@ -654,31 +653,6 @@ void tst_LVInstallManager::discontinuedFilter()
     QCOMPARE(titles(), (QStringList{"P1", "P2"}));
     QCOMPARE(LVPreferences::sharedPreferences()->propertyForKey(QStringLiteral("showDiscontinuedProducts")).toBool(),
              false);
-}
-
-void tst_LVInstallManager::refreshKeepsBusyRowsUntilTheyAreIdle()
-{
-    auto manager = makeManager();
-    load(*manager, fullCatalogue());
-    auto* busy = static_cast<TestInstallItem*>(manager->singleProductInstallItems().at(0));
-    busy->busy = true; // say, an install started before the refresh
-    QPointer<TestInstallItem> busyRow(busy);
-    QPointer<LVInstallItem> idleRow(manager->singleProductInstallItems().at(1));
-
-    load(*manager, fullCatalogue());
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(!idleRow);
-    QVERIFY(busyRow);
-    QCOMPARE(busyRow->installManager(), nullptr);
-    QVERIFY(!manager->singleProductInstallItems().contains(busyRow.data()));
-    // Its status changes reach nobody, and the new rows are counted alone.
-    busyRow->setInstallStatus(LVInstallItem::StatusInstalling);
-    QVERIFY(part<QLabel>(*manager, "_installsCountImageView")->pixmap().isNull());
-
-    busyRow->busy = false;
-    emit busyRow->becameIdle();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(!busyRow);
 }
 
 void tst_LVInstallManager::installsSubTabs()

@@ -23,7 +23,6 @@ public:
     QString title() const override { return _title; }
     void updateStatus() override;
     bool discontinued() const override { return isDiscontinued; }
-    bool isBusy() const override { return busy; }
     std::shared_ptr<VMProductItem> productItem() const override { return product; }
     QWidget* view() override;
     QList<LVOutlineItem*> childItems() override { return children; }
@@ -36,7 +35,6 @@ public:
     uint computedStatus = 0;
     int updateStatusCalls = 0;
     bool isDiscontinued = false;
-    bool busy = false;
     bool expandable = false;
     bool selectable = true;
     int viewHeight = 40;
