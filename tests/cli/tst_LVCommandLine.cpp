@@ -175,7 +175,7 @@ void tst_LVCommandLine::updateAllThenUninstall()
     QCOMPARE(first.objects().value(0).value("outcome").toString(), QStringLiteral("succeeded"));
     QVERIFY(!first.objects().value(0).value("version").toString().isEmpty());
 
-    // Every action is on record, in order, with its outcome and duration; the installer's output stays.
+    // Every action is on record, in order, with its outcome and duration.
     const Run history = run({QStringLiteral("--history"), QStringLiteral("--json")});
     QCOMPARE(history.status, 0);
     QStringList actions;
@@ -186,7 +186,6 @@ void tst_LVCommandLine::updateAllThenUninstall()
     }
     QCOMPARE(actions, QStringList({"LV-HALFTONE:install:succeeded", "LV-HALFTONE:uninstall:succeeded",
                                    "LV-PRISM:install:succeeded"}));
-    QVERIFY(history.objects().last().value("detail").toString().contains("The install was successful"));
 }
 
 void tst_LVCommandLine::usageErrorsAndExitStatuses_data()
