@@ -1,5 +1,6 @@
 #include "LVDownloader.h"
 
+#include "LVDownloadFolder.h"
 #include "LVDownloadSession.h"
 #include "LVDownloadSessionDelegate.h"
 #include "LVDownloadTask.h"
@@ -161,8 +162,10 @@ template <typename Handler> void LVDownloader::deliver(quint64 taskIdentifier, H
 
 QString LVDownloader::downloadFilePathWithSuggestedFileName(const QString& fileName)
 {
-    const QString directory = Platform::systemInfo().temporaryDirectory();
-    if (fileName.isEmpty() || directory.isEmpty())
+    if (fileName.isEmpty())
+        return QString();
+    const QString directory = LVDownloadFolder::path();
+    if (directory.isEmpty())
         return QString();
     // "Setup.pkg" -> "Setup" + "pkg"; a leading dot (".profile") is part of the stem.
     const qsizetype dot = fileName.lastIndexOf(QLatin1Char('.'));

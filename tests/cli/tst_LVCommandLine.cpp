@@ -22,6 +22,7 @@ private slots:
     void usageErrorsAndExitStatuses_data();
     void usageErrorsAndExitStatuses();
     void lockHeldByAnotherCopy();
+    void killedDownloadIsClearedAtNextStart();
     void administratorStepNeverGrantedSilently();
 
 private:
@@ -211,6 +212,31 @@ void tst_LVCommandLine::lockHeldByAnotherCopy()
     QVERIFY2(result.err.contains(QByteArray::number(QCoreApplication::applicationPid())), result.err.constData());
     // Reading needs no lock.
     QCOMPARE(run({QStringLiteral("--list")}).status, 0);
+}
+
+void tst_LVCommandLine::killedDownloadIsClearedAtNextStart()
+{
+    // Someone else's file in the temporary folder, which no start-up may touch.
+    const QString foreign = _env->temporaryDirectory() + QStringLiteral("/someone else.dat");
+    QFile other(foreign);
+    QVERIFY(other.open(QIODevice::WriteOnly));
+    other.close();
+    QProcess install;
+    install.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/src/lumivane-manager"));
+    install.setArguments({QStringLiteral("--install"), QStringLiteral("LV-PRISM"), QStringLiteral("--yes")});
+    install.start();
+    QVERIFY(install.waitForStarted());
+    // The demo server sends packages slowly: kill the copy while its package is half there.
+    QTRY_VERIFY_WITH_TIMEOUT(!leftPackages().isEmpty() && QFileInfo(leftPackages().constFirst()).size() > 0, 30000);
+    install.kill();
+    QVERIFY(install.waitForFinished());
+    QCOMPARE(leftPackages().size(), 1);
+
+    LVOperationLock nextStart;
+    QVERIFY(nextStart.tryLock());
+    QVERIFY2(leftPackages().isEmpty(), qPrintable(leftPackages().join(',')));
+    QVERIFY(QFileInfo::exists(foreign));
+    QVERIFY(QFile::remove(foreign));
 }
 
 void tst_LVCommandLine::administratorStepNeverGrantedSilently()
