@@ -76,6 +76,7 @@ int main(int argc, char* argv[])
     // Real packages and uninstall scripts; the first run finds one product installed at an older version.
     QString packageError;
     if (!DemoPackages::writePackages(site.path(), &packageError) ||
+        !DemoPackages::addChecksums(site.path(), &packageError) ||
         !DemoPackages::seedSystemRoot(site.path(), ToolPaths::systemRoot(), &packageError)) {
         QTextStream(stderr) << "lv-demo-server: " << packageError << "\n";
         return 1;
