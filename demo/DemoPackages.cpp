@@ -5,10 +5,13 @@
 #include "PackageInstaller.h"
 #include "foundation/VMPropertyList.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QHash>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
+#include <QUrl>
 
 namespace DemoPackages {
 namespace {
@@ -106,6 +109,49 @@ QList<std::pair<QByteArray, QString>> packageFiles(const QString& folder)
         }
     }
     return files;
+}
+
+bool addChecksums(const QString& folder, QString* error)
+{
+    QHash<QString, QString> digests; // URL path -> hex SHA-256
+    for (const auto& [path, file] : packageFiles(folder)) {
+        QFile package(file);
+        QCryptographicHash hash(QCryptographicHash::Sha256);
+        if (!package.open(QIODevice::ReadOnly) || !hash.addData(&package)) {
+            *error = QStringLiteral("can't read %1").arg(file);
+            return false;
+        }
+        digests.insert(QString::fromUtf8(path), QString::fromLatin1(hash.result().toHex()));
+    }
+    const QString cataloguePath = folder + QStringLiteral("/VM_installers/Product+Versions.plist");
+    QVariantMap root = VMPropertyList::fromFile(cataloguePath, error).toMap();
+    if (root.isEmpty())
+        return false;
+    auto withDigest = [&digests](QVariantMap dict) {
+        const QString digest = digests.value(QUrl(dict.value(QStringLiteral("Download URL")).toString()).path());
+        if (!digest.isEmpty())
+            dict.insert(QStringLiteral("Download SHA256"), digest);
+        return dict;
+    };
+    QVariantMap products = root.value(QStringLiteral("Products")).toMap();
+    QVariantList list = products.value(QStringLiteral("Products")).toList();
+    for (QVariant& product : list) {
+        QVariantMap dict = withDigest(product.toMap());
+        QVariantList versions = dict.value(QStringLiteral("Versions")).toList();
+        for (QVariant& version : versions)
+            version = withDigest(version.toMap());
+        if (!versions.isEmpty())
+            dict.insert(QStringLiteral("Versions"), versions);
+        product = dict;
+    }
+    products.insert(QStringLiteral("Products"), list);
+    root.insert(QStringLiteral("Products"), products);
+    QFile file(cataloguePath);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(VMPropertyList::toXmlData(root)) < 0) {
+        *error = QStringLiteral("can't write %1").arg(cataloguePath);
+        return false;
+    }
+    return true;
 }
 
 bool seedSystemRoot(const QString& folder, const QString& systemRoot, QString* error)

@@ -17,6 +17,10 @@ bool writePackages(const QString& folder, QString* error, int looksBytes = 1000 
 // URL path and file of every package written by writePackages().
 QList<std::pair<QByteArray, QString>> packageFiles(const QString& folder);
 
+// Writes the SHA-256 of every package written by writePackages() into the catalogue that
+// DemoCatalogue::writeSite() wrote under `folder`, beside each "Download URL" naming one.
+bool addChecksums(const QString& folder, QString* error);
+
 // On the first run (no marker in `systemRoot`), installs the older version of one product into it
 // with the portable installer, so that an update is on offer. Later runs leave the root alone.
 bool seedSystemRoot(const QString& folder, const QString& systemRoot, QString* error);

@@ -20,6 +20,7 @@
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <csignal>
+#include <memory>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -38,8 +39,13 @@ int main(int argc, char* argv[])
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Serves the Lumivane Manager demo catalogue."));
     parser.addHelpOption();
-    QCommandLineOption portOption(QStringLiteral("port"), QStringLiteral("Port on 127.0.0.1 (0: any free one)."),
-                                  QStringLiteral("port"), QStringLiteral("0"));
+    // One fixed address, so that what the app remembers by URL (the accepted agreement) stays valid
+    // from one demo run to the next.
+    constexpr quint16 preferredPort = 47615;
+    QCommandLineOption portOption(
+        QStringLiteral("port"),
+        QStringLiteral("Port on 127.0.0.1 (0: any free one; the default is used only when it is free)."),
+        QStringLiteral("port"));
     QCommandLineOption productsOption(QStringLiteral("generated-products"),
                                       QStringLiteral("Extra generated products in the catalogue."),
                                       QStringLiteral("count"), QStringLiteral("0"));
@@ -48,7 +54,12 @@ int main(int argc, char* argv[])
     parser.process(application);
 
     // The server must listen first: the catalogue's URLs carry its port.
-    LocalHttpServer server(quint16(parser.value(portOption).toUInt()));
+    const bool portGiven = parser.isSet(portOption);
+    auto listening =
+        std::make_unique<LocalHttpServer>(portGiven ? quint16(parser.value(portOption).toUInt()) : preferredPort);
+    if (!listening->isListening() && !portGiven)
+        listening = std::make_unique<LocalHttpServer>(0); // taken: any free one
+    LocalHttpServer& server = *listening;
     if (!server.isListening()) {
         QTextStream(stderr) << "lv-demo-server: can't listen on 127.0.0.1\n";
         return 1;
@@ -65,6 +76,7 @@ int main(int argc, char* argv[])
     // Real packages and uninstall scripts; the first run finds one product installed at an older version.
     QString packageError;
     if (!DemoPackages::writePackages(site.path(), &packageError) ||
+        !DemoPackages::addChecksums(site.path(), &packageError) ||
         !DemoPackages::seedSystemRoot(site.path(), ToolPaths::systemRoot(), &packageError)) {
         QTextStream(stderr) << "lv-demo-server: " << packageError << "\n";
         return 1;

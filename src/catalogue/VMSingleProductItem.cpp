@@ -60,6 +60,7 @@ VMSingleProductItemPtr VMSingleProductItem::initWithNode(plist_t dict)
     reader.readString("Docs URL", item->_productDocsURL);
     reader.readString("Buy URL", item->_productBuyURL);
     reader.readString("Download URL", item->_productDownloadURL);
+    reader.readString("Download SHA256", item->_downloadSHA256);
     reader.readString("Check Installed Directory", item->_productCheckInstalledDirectory);
     reader.readBool("Installer Requires Authentication", item->_productInstallerRequiresAuthentication, true);
     reader.readString("Installer Arguments", item->_productInstallerArguments);

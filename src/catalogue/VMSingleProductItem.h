@@ -77,6 +77,8 @@ public:
     void setProductBuyURL(const QString& url) { _productBuyURL = url; }
     QString productDownloadURL() const { return _productDownloadURL; }
     void setProductDownloadURL(const QString& url) { _productDownloadURL = url; }
+    // "Download SHA256": the hex SHA-256 of the package at productDownloadURL(); null when not given.
+    QString downloadSHA256() const { return _downloadSHA256; }
     bool productInstallerRequiresAuthentication() const { return _productInstallerRequiresAuthentication; }
     void setProductInstallerRequiresAuthentication(bool flag) { _productInstallerRequiresAuthentication = flag; }
     QString productInstallerArguments() const { return _productInstallerArguments; }
@@ -105,6 +107,7 @@ private:
     QString _productDocsURL;
     QString _productBuyURL;
     QString _productDownloadURL;
+    QString _downloadSHA256;
     QString _productCheckInstalledDirectory;
     QString _productInstallerArguments;
     QString _productIconURL;

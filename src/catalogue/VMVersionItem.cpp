@@ -46,6 +46,7 @@ VMVersionItemPtr VMVersionItem::initWithNode(plist_t dict)
     reader.readString("Bug Fixes Description", item->_bugFixesText);
     reader.readString("Internal Comment", item->_internalComment);
     reader.readString("Download URL", item->_versionDownloadURL);
+    reader.readString("Download SHA256", item->_downloadSHA256);
     reader.readBool("Installer Requires Authentication", item->_versionInstallerRequiresAuthentication, true);
     reader.readString("Installer Arguments", item->_versionInstallerArguments);
     reader.readString("Identifier", item->_productIdentifier);

@@ -80,6 +80,8 @@ public:
     void setInternalComment(const QString& comment) { _internalComment = comment; }
     QString versionDownloadURL() const { return _versionDownloadURL; }
     void setVersionDownloadURL(const QString& url) { _versionDownloadURL = url; }
+    // "Download SHA256": the hex SHA-256 of the package at versionDownloadURL(); null when not given.
+    QString downloadSHA256() const { return _downloadSHA256; }
     bool versionInstallerRequiresAuthentication() const { return _versionInstallerRequiresAuthentication; }
     void setVersionInstallerRequiresAuthentication(bool flag) { _versionInstallerRequiresAuthentication = flag; }
     QString versionInstallerArguments() const { return _versionInstallerArguments; }
@@ -113,6 +115,7 @@ private:
     QString _bugFixesText;
     QString _internalComment;
     QString _versionDownloadURL;
+    QString _downloadSHA256;
     QString _versionInstallerArguments;
     QString _productIdentifier;
     QString _productCheckInstalledDirectory;

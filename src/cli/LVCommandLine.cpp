@@ -7,6 +7,7 @@
 #include "engines/LVActionHistory.h"
 #include "engines/LVDownloader.h"
 #include "engines/LVOperationLock.h"
+#include "engines/LVPackageChecksum.h"
 #include "platform/Platform.h"
 #include "platform/PrivilegedExecution.h"
 #include "platform/StandardStreams.h"
@@ -173,6 +174,9 @@ QJsonObject rowJson(const ProductRow& row)
         object.insert(QStringLiteral("installedVersion"),
                       row.installed.isNull() ? QJsonValue() : QJsonValue(row.installed));
         object.insert(QStringLiteral("latestVersion"), row.latest);
+        // Whether the catalogue gives the digest its installer package is checked against.
+        object.insert(QStringLiteral("verifiable"),
+                      LVPackageChecksum::isVerifiable(*std::static_pointer_cast<VMSingleProductItem>(row.item)));
     }
     return object;
 }

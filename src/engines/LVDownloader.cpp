@@ -1,5 +1,6 @@
 #include "LVDownloader.h"
 
+#include "LVDownloadFolder.h"
 #include "LVDownloadSession.h"
 #include "LVDownloadSessionDelegate.h"
 #include "LVDownloadTask.h"
@@ -96,7 +97,20 @@ LVDownloader* LVDownloader::initWithURL(const QUrl& url, QObject* parent)
     // Every request goes over plain HTTP, even where the catalogue names a secure URL.
     QString absoluteString = QString::fromUtf8(url.toEncoded());
     absoluteString.replace(QLatin1String("https:"), QLatin1String("http:"));
-    const QUrl requestURL = QUrl::fromEncoded(absoluteString.toUtf8());
+    return create(QUrl::fromEncoded(absoluteString.toUtf8()), parent);
+}
+
+LVDownloader* LVDownloader::initWithURLKeepingScheme(const QUrl& url, QObject* parent)
+{
+    if (url.isEmpty() || !url.isValid()) {
+        VM_LOG_MESSAGE(QStringLiteral("url = nil"));
+        return nullptr;
+    }
+    return create(url, parent);
+}
+
+LVDownloader* LVDownloader::create(const QUrl& requestURL, QObject* parent)
+{
     if (!requestURL.isValid()) {
         VM_LOG_MESSAGE(QStringLiteral("theRequest = nil"));
         return nullptr;
@@ -161,8 +175,10 @@ template <typename Handler> void LVDownloader::deliver(quint64 taskIdentifier, H
 
 QString LVDownloader::downloadFilePathWithSuggestedFileName(const QString& fileName)
 {
-    const QString directory = Platform::systemInfo().temporaryDirectory();
-    if (fileName.isEmpty() || directory.isEmpty())
+    if (fileName.isEmpty())
+        return QString();
+    const QString directory = LVDownloadFolder::path();
+    if (directory.isEmpty())
         return QString();
     // "Setup.pkg" -> "Setup" + "pkg"; a leading dot (".profile") is part of the stem.
     const qsizetype dot = fileName.lastIndexOf(QLatin1Char('.'));

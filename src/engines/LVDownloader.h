@@ -32,8 +32,11 @@ public:
     // Null (and "url = nil" logged) for an empty or invalid URL. The caller owns the result.
     static LVDownloader* initWithURL(const QUrl& url, QObject* parent = nullptr);
     static LVDownloader* downloaderWithURL(const QUrl& url, QObject* parent = nullptr);
+    // The URL as given, its scheme kept: for the application's own update, which must not take
+    // the catalogue downloads' plain-HTTP path.
+    static LVDownloader* initWithURLKeepingScheme(const QUrl& url, QObject* parent = nullptr);
 
-    // A path in the user's temporary folder that no file has yet: "Setup.pkg", "Setup 1.pkg", ...
+    // A path in the download folder that no file has yet: "Setup.pkg", "Setup 1.pkg", ...
     static QString downloadFilePathWithSuggestedFileName(const QString& fileName);
 
     // Downloads synchronously, waiting at most 10 s. For background threads only: on the main
@@ -54,7 +57,8 @@ public:
 
     ~LVDownloader() override;
 
-    // The URL actually requested: every "https:" of the given one turned into "http:".
+    // The URL actually requested: every "https:" of the given one turned into "http:" (unless
+    // made with initWithURLKeepingScheme).
     QUrl url() const { return _url; }
     // The body when downloading into memory; null before the first chunk or when writing a file.
     QByteArray data() const { return _downloadData; }
@@ -98,6 +102,7 @@ public:
 
 private:
     explicit LVDownloader(QObject* parent);
+    static LVDownloader* create(const QUrl& requestURL, QObject* parent);
     template <typename Handler> static void deliver(quint64 taskIdentifier, Handler&& handler);
     void closeDownloadFileHandle();
     // Counts `count` more bytes received (appending `data` when it is given) and reports.

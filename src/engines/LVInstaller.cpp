@@ -2,6 +2,7 @@
 
 #include "catalogue/VMInstalledVersions.h"
 #include "engines/LVAdminAuthorization.h"
+#include "engines/LVPackageChecksum.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
@@ -75,6 +76,12 @@ void LVInstaller::setDelegate(LVInstallerDelegate* delegate)
 
 bool LVInstaller::start()
 {
+    // A package the catalogue gave a digest for runs only when it matches; otherwise it is gone.
+    if (const VMError mismatch = LVPackageChecksum::verify(_filePath, _options); !mismatch.isNull()) {
+        VMDispatch::performOnMainThread(
+            this, [self = shared_from_this(), mismatch] { self->installFinishedWithError(mismatch); });
+        return false;
+    }
     const bool fileExists = !_filePath.isEmpty() && QFileInfo::exists(_filePath);
     if (_options.value(QLatin1String(requiresAuthenticationKey)).toBool())
         runAuthenticatedInstaller(_filePath);

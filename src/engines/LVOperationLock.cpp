@@ -1,5 +1,7 @@
 #include "engines/LVOperationLock.h"
 
+#include "engines/LVDownloadFolder.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
@@ -20,8 +22,11 @@ QString LVOperationLock::filePath()
 bool LVOperationLock::tryLock(QString* message)
 {
     QDir().mkpath(QFileInfo(filePath()).absolutePath());
-    if (_lockFile->tryLock(0))
+    if (_lockFile->tryLock(0)) {
+        // No other copy downloads now: what lies in the download folder was left by one that died.
+        LVDownloadFolder::removeLeftovers();
         return true;
+    }
     if (message) {
         qint64 pid = 0;
         QString host, application;

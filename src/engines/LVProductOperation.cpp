@@ -8,6 +8,7 @@
 #include "engines/LVAdminAuthorization.h"
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
+#include "engines/LVPackageChecksum.h"
 #include "engines/LVUninstaller.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
@@ -378,6 +379,8 @@ void LVProductOperation::downloadCompleted(LVDownloader* downloader)
             {
                 QMutexLocker locker(&_packageLock);
                 _packagePath = downloader->downloadFilePath();
+                if (_productItem)
+                    LVPackageChecksum::addExpectation(_installerSettings, *_productItem, downloader->url());
                 _installingVersionItem = downloader->representedObject().value<VMVersionItemPtr>();
             }
             setPhase(Phase::Downloaded);

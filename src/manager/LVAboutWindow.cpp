@@ -27,7 +27,7 @@ LVAboutWindow::LVAboutWindow(QWidget* parent) : QWidget(parent, Qt::Window)
     _aboutVersionTextField = new QLabel(this);
     _aboutVersionTextField->setAlignment(Qt::AlignCenter);
     _aboutVersionTextField->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    _aboutVersionTextField->setAccessibleName(QStringLiteral("Version"));
+    _aboutVersionTextField->setAccessibleDescription(QStringLiteral("Version"));
 
     auto* blurb =
         new QLabel(QStringLiteral("Installs, updates and removes Lumivane effects for FCP X and Motion."), this);

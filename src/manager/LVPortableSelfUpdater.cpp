@@ -75,7 +75,7 @@ void LVPortableSelfUpdater::checkForUpdatesInBackground()
     // An offer on screen or an archive loading: that one is dealt with first.
     if ((_updateWindow && _updateWindow->isVisible()) || _archiveDownloader)
         return;
-    _feedDownloader = LVDownloader::initWithURL(QUrl(_delegate->feedURLStringForUpdater()), this);
+    _feedDownloader = LVDownloader::initWithURLKeepingScheme(QUrl(_delegate->feedURLStringForUpdater()), this);
     if (!_feedDownloader)
         return;
     _feedDownloader->setIdentifier(feedDownload);
@@ -118,7 +118,7 @@ void LVPortableSelfUpdater::appcastLoaded(const QByteArray& data)
     connect(_updateWindow.get(), &LVUpdateWindow::remindLater, this, &LVPortableSelfUpdater::remindLater);
     connect(_updateWindow.get(), &LVUpdateWindow::skipVersion, this, &LVPortableSelfUpdater::skipVersion);
     if (item.itemDescription.isEmpty() && item.releaseNotesURL.isValid()) {
-        if (LVDownloader* notes = LVDownloader::initWithURL(item.releaseNotesURL, this)) {
+        if (LVDownloader* notes = LVDownloader::initWithURLKeepingScheme(item.releaseNotesURL, this)) {
             notes->setIdentifier(releaseNotesDownload);
             notes->setDelegate(this);
             notes->start();
@@ -134,7 +134,7 @@ void LVPortableSelfUpdater::installUpdate()
     if (!_updateWindow || _archiveDownloader)
         return;
     const SelfUpdateItem item = _updateWindow->item();
-    _archiveDownloader = LVDownloader::initWithURL(item.fileURL, this);
+    _archiveDownloader = LVDownloader::initWithURLKeepingScheme(item.fileURL, this);
     if (!_archiveDownloader) {
         finishInstall(false, QStringLiteral("The update has no valid download address."));
         return;

@@ -56,7 +56,7 @@ LVUpdateWindow::LVUpdateWindow(const SelfUpdateItem& item, const QString& curren
     _progressBar->hide();
     _statusLabel = new QLabel(this);
     _statusLabel->setWordWrap(true);
-    _statusLabel->setAccessibleName(QStringLiteral("Update status"));
+    _statusLabel->setAccessibleDescription(QStringLiteral("Update status"));
     _statusLabel->hide();
 
     _skipButton = makeButton(QStringLiteral("Skip This Version"), this);

@@ -11,6 +11,7 @@
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QItemSelectionModel>
+#include <algorithm>
 
 namespace {
 
@@ -146,15 +147,43 @@ QStringList LVToolSearchAndDelete::excludedPathFragments()
             QStringLiteral(".Trash"), QStringLiteral("com~apple~CloudDocs"), QStringLiteral("/Volumes")};
 }
 
+bool LVToolSearchAndDelete::canWriteIntoScript(const QString& path)
+{
+    return !path.isEmpty() && std::none_of(path.begin(), path.end(), [](QChar c) {
+        return c.category() == QChar::Other_Control || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
+    });
+}
+
+namespace {
+
+// The script runs as root: every character that /bin/sh or bash would read as anything but a
+// letter of the word gets a backslash, so a file name can never become a command.
+QString shellEscaped(const QString& path)
+{
+    static const QString plain = QStringLiteral("/._-+,:@");
+    QString escaped;
+    escaped.reserve(path.size() * 2);
+    for (const QChar c : path) {
+        const bool isPlain = c.unicode() >= 0x80 || c.isLetterOrNumber() || plain.contains(c);
+        if (!isPlain)
+            escaped += QLatin1Char('\\');
+        escaped += c;
+    }
+    return escaped;
+}
+
+} // namespace
+
 QByteArray LVToolSearchAndDelete::moveItemsToTrashScript(const QStringList& paths)
 {
-    if (paths.isEmpty())
+    const QString trashDirectory = Platform::systemInfo().trashDirectory();
+    if (paths.isEmpty() || !canWriteIntoScript(trashDirectory))
         return QByteArray();
-    const QString trash = Platform::systemInfo().trashDirectory();
+    const QString trash = shellEscaped(trashDirectory);
     QString script = QStringLiteral("#!/bin/bash\n\n");
-    for (QString path : paths) {
-        path.replace(QLatin1Char(' '), QLatin1String("\\ "));
-        script += QStringLiteral("mv %1 %2\n").arg(path, trash);
+    for (const QString& path : paths) {
+        if (canWriteIntoScript(path))
+            script += QStringLiteral("mv %1 %2\n").arg(shellEscaped(path), trash);
     }
     // Only the last move's status is printed: the run is judged by it alone.
     script += QStringLiteral("echo $?");
@@ -238,9 +267,13 @@ void LVToolSearchAndDelete::deleteButtonAction()
             const QString path = row.value(QStringLiteral("path")).toString();
             Platform::systemLog().write(
                 QStringLiteral("fileSystemRepresentation: %1").arg(QString::fromLocal8Bit(QFile::encodeName(path))));
-            if (!path.isNull())
+            if (path.isNull())
+                continue;
+            // A name the script can't hold safely is left for the user to move by hand.
+            if (canWriteIntoScript(path) && canWriteIntoScript(Platform::systemInfo().trashDirectory())) {
                 privileged.append(path);
-            continue;
+                continue;
+            }
         }
         _failures.append(row);
     }

@@ -29,8 +29,11 @@ public:
     // Paths containing any of these (plain, case-sensitive substrings) are never listed.
     static QStringList excludedPathFragments();
     // A bash script moving each path into the user's Trash, the last move's status printed last;
-    // null for no paths. Spaces are escaped, nothing else.
+    // null for no paths or an unwritable Trash path. Every character the shell would interpret is
+    // backslash-escaped (a space as "\ "); a path that can't be written on one line is left out.
     static QByteArray moveItemsToTrashScript(const QStringList& paths);
+    // False for a path with control characters (a newline among them): no escape keeps it one word.
+    static bool canWriteIntoScript(const QString& path);
 
     void show();
     void hide();

@@ -2,6 +2,7 @@
 #include "foundation/LVApplicationIdentity.h"
 #include "support/TestEnvironment.h"
 
+#include <QDirIterator>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -22,6 +23,8 @@ private slots:
     void usageErrorsAndExitStatuses_data();
     void usageErrorsAndExitStatuses();
     void lockHeldByAnotherCopy();
+    void killedDownloadIsClearedAtNextStart();
+    void swappedPackageIsRefused();
     void administratorStepNeverGrantedSilently();
 
 private:
@@ -136,6 +139,7 @@ void tst_LVCommandLine::listAndCheck()
     QCOMPARE(byID.value("LV-HALFTONE").value("status").toInt(), 3);
     QVERIFY(!byID.value("LV-HALFTONE").value("installedVersion").toString().isEmpty());
     QCOMPARE(byID.value("LV-PRISM").value("status").toInt(), 1);
+    QCOMPARE(byID.value("LV-PRISM").value("verifiable").toBool(), true);
     QVERIFY(byID.value("LV-PRISM").value("installedVersion").isNull());
     QCOMPARE(byID.value("LV-STUDIO").value("type").toString(), QStringLiteral("bundle"));
     QCOMPARE(byID.value("LV-STUDIO").value("status").toInt(), 4); // one member installed, with an update
@@ -219,6 +223,56 @@ void tst_LVCommandLine::lockHeldByAnotherCopy()
     QVERIFY2(result.err.contains(QByteArray::number(QCoreApplication::applicationPid())), result.err.constData());
     // Reading needs no lock.
     QCOMPARE(run({QStringLiteral("--list")}).status, 0);
+}
+
+void tst_LVCommandLine::killedDownloadIsClearedAtNextStart()
+{
+    // Someone else's file in the temporary folder, which no start-up may touch.
+    const QString foreign = _env->temporaryDirectory() + QStringLiteral("/someone else.dat");
+    QFile other(foreign);
+    QVERIFY(other.open(QIODevice::WriteOnly));
+    other.close();
+    QProcess install;
+    install.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/src/lumivane-manager"));
+    install.setArguments({QStringLiteral("--install"), QStringLiteral("LV-PRISM"), QStringLiteral("--yes")});
+    install.start();
+    QVERIFY(install.waitForStarted());
+    // The demo server sends packages slowly: kill the copy while its package is half there.
+    QTRY_VERIFY_WITH_TIMEOUT(!leftPackages().isEmpty() && QFileInfo(leftPackages().constFirst()).size() > 0, 30000);
+    install.kill();
+    QVERIFY(install.waitForFinished());
+    QCOMPARE(leftPackages().size(), 1);
+
+    LVOperationLock nextStart;
+    QVERIFY(nextStart.tryLock());
+    QVERIFY2(leftPackages().isEmpty(), qPrintable(leftPackages().join(',')));
+    QVERIFY(QFileInfo::exists(foreign));
+    QVERIFY(QFile::remove(foreign));
+}
+
+void tst_LVCommandLine::swappedPackageIsRefused()
+{
+    // The demo server's own copies of the product's packages, replaced by another body.
+    QDirIterator served(_env->temporaryDirectory(), {QStringLiteral("LV-PRISM-*.pkg")}, QDir::Files,
+                        QDirIterator::Subdirectories);
+    int swapped = 0;
+    while (served.hasNext()) {
+        QFile package(served.next());
+        QVERIFY(package.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        package.write("not the package");
+        ++swapped;
+    }
+    QVERIFY(swapped > 0);
+    const Run result = run(
+        {QStringLiteral("--install"), QStringLiteral("LV-PRISM"), QStringLiteral("--yes"), QStringLiteral("--json")});
+    QCOMPARE(result.status, 1);
+    const QJsonObject outcome = result.objects().value(0);
+    QCOMPARE(outcome.value("outcome").toString(), QStringLiteral("failed"));
+    QVERIFY2(outcome.value("detail").toString().contains(
+                 "The installer of 'Prismatic Glow' did not match its checksum and was deleted."),
+             result.out.constData());
+    QVERIFY(!QFile::exists(_env->systemRoot() + QStringLiteral("/Applications/Lumivane/PrismaticGlow.app")));
+    QVERIFY2(leftPackages().isEmpty(), qPrintable(leftPackages().join(',')));
 }
 
 void tst_LVCommandLine::administratorStepNeverGrantedSilently()

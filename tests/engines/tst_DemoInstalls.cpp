@@ -7,9 +7,12 @@
 #include "catalogue/VMSingleProductItem.h"
 #include "catalogue/VMUtils.h"
 #include "catalogue/VMVersionItem.h"
+#include "engines/LVActionHistory.h"
 #include "engines/LVInstaller.h"
+#include "engines/LVPackageChecksum.h"
 #include "engines/LVProductOperation.h"
 #include "engines/LVUninstaller.h"
+#include "foundation/VMPropertyList.h"
 #include "support/TestEnvironment.h"
 
 #include <QtTest>
@@ -54,6 +57,8 @@ private slots:
     void cleanup();
     void installUpdateUninstall_data();
     void installUpdateUninstall();
+    void packagesAreCheckedAgainstTheCatalogue_data();
+    void packagesAreCheckedAgainstTheCatalogue();
 
 private:
     VMSingleProductItemPtr product(const QString& id) const;
@@ -140,6 +145,70 @@ void tst_DemoInstalls::installUpdateUninstall()
     QVERIFY(DemoPackages::seedSystemRoot(_env->path() + QStringLiteral("/site"), _env->systemRoot(), &error));
     VMInstalledVersions::clearBundleIdentifierCache();
     QCOMPARE(record->checkInstalledPluginVersion(), after);
+}
+
+void tst_DemoInstalls::packagesAreCheckedAgainstTheCatalogue_data()
+{
+    QTest::addColumn<QString>("served"); // what the server sends instead of the package, if anything
+    QTest::addColumn<bool>("withDigests");
+    QTest::addColumn<QString>("outcome"); // or part of the failure reason
+    const QString refused = "The installer of 'Prismatic Glow' did not match its checksum and was deleted.";
+    QTest::newRow("the package") << QString() << true << "installCompleted";
+    QTest::newRow("another body") << "another body" << true << refused;
+    QTest::newRow("truncated") << "truncated" << true << refused;
+    QTest::newRow("error page") << "error page" << true << refused;
+    // As before: the package installer gets the package and judges it itself.
+    QTest::newRow("no digest in the catalogue") << "another body" << false << "The upgrade failed";
+}
+
+// The demo's catalogue with the digests of the packages its server built.
+void tst_DemoInstalls::packagesAreCheckedAgainstTheCatalogue()
+{
+    QFETCH(QString, served);
+    QFETCH(bool, withDigests);
+    QFETCH(QString, outcome);
+    const QString site = _env->path() + QStringLiteral("/site");
+    QFile catalogue(site + QStringLiteral("/VM_installers/Product+Versions.plist"));
+    QVERIFY(catalogue.open(QIODevice::WriteOnly));
+    catalogue.write(VMPropertyList::toXmlData(DemoCatalogue::catalogue(_base, QDateTime::currentDateTime())));
+    catalogue.close();
+    QString error;
+    if (withDigests)
+        QVERIFY2(DemoPackages::addChecksums(site, &error), qPrintable(error));
+    VMSingleProductItemPtr record;
+    const QVariantMap root = VMPropertyList::fromFile(catalogue.fileName()).toMap();
+    for (const QVariant& entry : root.value("Products").toMap().value("Products").toList()) {
+        if (entry.toMap().value("Product ID") == QLatin1String("LV-PRISM"))
+            record = VMSingleProductItem::initWithDict(entry.toMap());
+    }
+    QVERIFY(record);
+    QCOMPARE(LVPackageChecksum::isVerifiable(*record), withDigests);
+
+    const QUrl url(record->latestVersionItem()->versionDownloadURL());
+    QFile package(site + url.path());
+    QVERIFY(package.open(QIODevice::ReadOnly));
+    const QByteArray real = package.readAll();
+    if (served == QLatin1String("another body"))
+        _server->setRoute(url.path().toUtf8(), QByteArray(real).replace(real.size() / 2, 4, "XXXX"));
+    else if (served == QLatin1String("truncated"))
+        _server->setRoute(url.path().toUtf8(), real.left(real.size() - 100));
+    else if (served == QLatin1String("error page"))
+        _server->setRoute(url.path().toUtf8(), "<html><body>Not Found</body></html>", 404);
+
+    DemoOwner owner(record);
+    QSignalSpy finished(&owner, &DemoOwner::finished);
+    QVERIFY(owner.operation->startDownload(record->latestVersionItem()));
+    QVERIFY(finished.wait(30000));
+    QVERIFY2(owner.outcome.contains(outcome), qPrintable(owner.outcome));
+    const bool installed = outcome == QLatin1String("installCompleted");
+    QCOMPARE(record->checkInstalledPluginVersion(), installed ? QStringLiteral("2.0.1") : QString());
+    if (!installed) {
+        const QList<QJsonObject> history = LVActionHistory::records();
+        QVERIFY(!history.isEmpty());
+        QCOMPARE(history.last().value("outcome").toString(), QStringLiteral("failed"));
+        QVERIFY(history.last().value("detail").toString().contains(outcome));
+    }
+    // Refused or installed, no package is left behind (cleanup() checks the temporary folder).
 }
 
 QTEST_GUILESS_MAIN(tst_DemoInstalls)

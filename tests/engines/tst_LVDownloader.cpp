@@ -1,5 +1,6 @@
 #include "LocalHttpServer.h"
 #include "TestEnvironment.h"
+#include "engines/LVDownloadFolder.h"
 #include "engines/LVDownloadSession.h"
 #include "engines/LVDownloader.h"
 #include "foundation/LVPreferences.h"
@@ -390,7 +391,7 @@ void tst_LVDownloader::downloadIntoFile()
     server.setRoute("/Plugin.pkg", response);
 
     const QString path = LVDownloader::downloadFilePathWithSuggestedFileName(QStringLiteral("Plugin.pkg"));
-    QCOMPARE(path, env.temporaryDirectory() + QStringLiteral("/Plugin.pkg"));
+    QCOMPARE(path, LVDownloadFolder::path() + QStringLiteral("/Plugin.pkg"));
     std::unique_ptr<LVDownloader> downloader(
         LVDownloader::downloaderWithURL(server.url(QStringLiteral("/Plugin.pkg"))));
     RecordingDelegate delegate;
@@ -446,7 +447,7 @@ void tst_LVDownloader::suggestedFileNames()
     TestEnvironment env;
     for (const QString& expectedName : expected) {
         const QString path = LVDownloader::downloadFilePathWithSuggestedFileName(name);
-        QCOMPARE(path, env.temporaryDirectory() + QLatin1Char('/') + expectedName);
+        QCOMPARE(path, LVDownloadFolder::path() + QLatin1Char('/') + expectedName);
         QFile file(path);
         QVERIFY(file.open(QIODevice::WriteOnly));
     }

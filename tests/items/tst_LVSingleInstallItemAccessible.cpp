@@ -8,6 +8,7 @@
 #include "PackageBuilder.h"
 #include "catalogue/LVServers.h"
 #include "catalogue/VMInstalledVersions.h"
+#include "engines/LVPackageChecksum.h"
 #include "foundation/VMNotificationCenter.h"
 #include "foundation/VMPropertyList.h"
 #include "items/LVSingleInstallItem.h"
@@ -126,9 +127,8 @@ void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
     QUrl base = server.url(QStringLiteral("/"));
     base.setPath(QString());
     LVServers::setOverrideURL(base);
-    LocalHttpServer::Response package;
-    package.filePath = newer;
-    server.setRoute("/VM_installers/Glow-1.1.pkg", package);
+    // At first the server sends something else than the package the catalogue gives the digest of.
+    server.setRoute("/VM_installers/Glow-1.1.pkg", "<html><body>Not Found</body></html>", 404);
     const QString installed = env.systemRoot() + QStringLiteral("/Applications/Lumivane/Glow.app");
     server.setRoute("/VM_installers/uninstallers/Glow.bash", "rm -rf '" + installed.toUtf8() + "'\necho $?\n");
     const QVariantMap glow{
@@ -137,11 +137,11 @@ void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
         {"Identifier", "com.quarnet.FxPlug.GlowXPC"},
         {"Check Installed Directory", "/Applications/Lumivane/Glow.app"},
         {"Uninstall Script", server.url("/VM_installers/uninstallers/Glow.bash").toString()},
-        {"Versions",
-         QVariantList{QVariantMap{{"Product Version", "1.0"}, {"Release Date", "20.01.01"}},
-                      QVariantMap{{"Product Version", "1.1"},
-                                  {"Release Date", "20.02.01"},
-                                  {"Download URL", server.url("/VM_installers/Glow-1.1.pkg").toString()}}}}};
+        {"Versions", QVariantList{QVariantMap{{"Product Version", "1.0"}, {"Release Date", "20.01.01"}},
+                                  QVariantMap{{"Product Version", "1.1"},
+                                              {"Release Date", "20.02.01"},
+                                              {"Download URL", server.url("/VM_installers/Glow-1.1.pkg").toString()},
+                                              {"Download SHA256", LVPackageChecksum::sha256OfFile(newer)}}}}};
     server.setRoute(
         "/VM_installers/Product+Versions.plist",
         VMPropertyList::toXmlData(QVariantMap{{"Products", QVariantMap{{"Products", QVariantList{glow}}}}}));
@@ -167,6 +167,18 @@ void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
 
     QAccessibleInterface* install = findAccessible(row, QAccessible::Button, QStringLiteral("Download & Install"));
     QVERIFY(install && install->actionInterface());
+    install->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    QTRY_COMPARE_WITH_TIMEOUT(alerts->pendingCount(), 1, 30000);
+    QCOMPARE(alerts->alerts().last().informativeText(),
+             QStringLiteral("The installer of 'Glow' did not match its checksum and was deleted."));
+    QVERIFY(alerts->answer(LVAlert::alertFirstButtonReturn));
+    QCOMPARE(spokenStatus(row), QStringLiteral("Update available"));
+    QCOMPARE(consents.load(), consentsBefore); // nothing was offered to the installer
+    QTRY_VERIFY(env.temporaryFiles().isEmpty());
+
+    LocalHttpServer::Response package;
+    package.filePath = newer;
+    server.setRoute("/VM_installers/Glow-1.1.pkg", package);
     install->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     QTRY_COMPARE_WITH_TIMEOUT(spokenStatus(row), QStringLiteral("Latest version installed"), 30000);
     QCOMPARE(consents.load(), consentsBefore + 1);

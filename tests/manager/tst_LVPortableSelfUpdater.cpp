@@ -56,6 +56,8 @@ private slots:
     void archiveIsCheckedAgainstItsSignature();
     void noOfferForTheRunningVersionOrASkippedOne_data();
     void noOfferForTheRunningVersionOrASkippedOne();
+    void secureAddressesStaySecure_data();
+    void secureAddressesStaySecure();
 
 private:
     void serveFeed(const QByteArray& signature, const QString& version = QStringLiteral("9.0"));
@@ -188,6 +190,45 @@ void tst_LVPortableSelfUpdater::noOfferForTheRunningVersionOrASkippedOne()
     QVERIFY(checked.wait(5000));
     QCOMPARE(checked.first().first().toBool(), false);
     QVERIFY(!updater.updateWindow() || !updater.updateWindow()->isVisible());
+}
+
+void tst_LVPortableSelfUpdater::secureAddressesStaySecure_data()
+{
+    QTest::addColumn<bool>("secureFeed");
+    QTest::newRow("feed") << true;
+    QTest::newRow("archive") << false;
+}
+
+// The server here speaks plain HTTP only: an "https:" address reaches it only if it was downgraded.
+void tst_LVPortableSelfUpdater::secureAddressesStaySecure()
+{
+    QFETCH(bool, secureFeed);
+    QUrl secure = _server->url(QStringLiteral("/"));
+    secure.setScheme(QStringLiteral("https"));
+    secure.setPath(QString());
+    QUrl archive = _server->url("/updates/Lumivane-Manager-9.0.zip");
+    archive.setScheme(QStringLiteral("https"));
+    _server->setRoute(AppDelegate::feedPath, feed(archive, LVUpdateSignature::sign(_archive, _privateKey), "9.0"));
+    if (secureFeed)
+        LVServers::setOverrideURL(secure);
+
+    AppDelegate delegate;
+    LVPortableSelfUpdater updater;
+    updater.setDelegate(&delegate);
+    updater.setPublicKey(_publicKey);
+    QSignalSpy checked(&updater, &LVPortableSelfUpdater::checkFinished);
+    updater.checkForUpdatesInBackground();
+    QVERIFY(checked.wait(5000));
+    QCOMPARE(checked.first().first().toBool(), !secureFeed);
+    if (!secureFeed) {
+        QSignalSpy finished(&updater, &LVPortableSelfUpdater::installFinished);
+        QTest::mouseClick(updater.updateWindow()->installButton(), Qt::LeftButton);
+        QVERIFY(finished.wait(5000));
+        QCOMPARE(finished.first().at(0).toBool(), false);
+    }
+    for (const LocalHttpServer::Request& request : _server->requests())
+        QVERIFY2(secureFeed ? false : request.path == AppDelegate::feedPath, request.path.constData());
+    QCOMPARE(_env->temporaryFiles(), QStringList());
 }
 
 QTEST_MAIN(tst_LVPortableSelfUpdater)
