@@ -29,6 +29,23 @@ std::optional<quint64> referenceIndex(const QVariant& value)
     return quint64(index.toLongLong());
 }
 
+// Received text that reaches the log: control characters are escaped, so that an archive cannot
+// start a line of its own in the log.
+QString printable(const QString& text)
+{
+    QString escaped;
+    for (const QChar c : text) {
+        if (c == u'\\')
+            escaped += QStringLiteral("\\\\");
+        else if (c.category() == QChar::Other_Control || c.category() == QChar::Other_Format ||
+                 c.category() == QChar::Separator_Line || c.category() == QChar::Separator_Paragraph)
+            escaped += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
+        else
+            escaped += c;
+    }
+    return escaped;
+}
+
 class Decoder
 {
 public:
@@ -147,7 +164,7 @@ private:
             static const QDateTime reference(QDate(2001, 1, 1), QTime(0, 0), QTimeZone::utc());
             return reference.addMSecs(qint64(time.toDouble() * 1000.0));
         }
-        return fail(QStringLiteral("Objects of class %1 can't be read.").arg(name));
+        return fail(QStringLiteral("Objects of class %1 can't be read.").arg(printable(name)));
     }
 
     const QVariantList& _objects;

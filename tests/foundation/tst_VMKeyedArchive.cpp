@@ -64,6 +64,27 @@ private slots:
         QVERIFY(!error.isEmpty());
     }
 
+    // A class name is the received text that reaches the log: it cannot start a line of its own.
+    void classNamesReachTheLogEscaped()
+    {
+        const QByteArray archive = R"(<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0"><dict>
+<key>$archiver</key><string>NSKeyedArchiver</string>
+<key>$version</key><integer>100000</integer>
+<key>$top</key><dict><key>root</key><dict><key>CF$UID</key><integer>1</integer></dict></dict>
+<key>$objects</key><array><string>$null</string>
+<dict><key>$class</key><dict><key>CF$UID</key><integer>2</integer></dict></dict>
+<dict><key>$classname</key><string>Evil&#10;&#8226; Forged: line&#13;&#8233;\</string>
+<key>$classes</key><array><string>Evil</string></array></dict>
+</array></dict></plist>)";
+        QString error;
+        bool ok = true;
+        VMKeyedArchive::unarchivedDictionaryWithData(archive, &ok, &error);
+        QVERIFY(!ok);
+        QCOMPARE(error,
+                 QStringLiteral(u"Objects of class Evil\\u000a\u2022 Forged: line\\u000d\\u2029\\\\ can't be read."));
+    }
+
     // Ours, read back, equals what the other writer's archive gives.
     void writerMatchesTheOtherWriter()
     {
