@@ -1,4 +1,4 @@
-#include "PosixCommandLineTools.h"
+#include "EmulatedCommandLineTools.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -14,7 +14,7 @@ bool holdsTools(const QString& directory)
 
 } // namespace
 
-QString PosixCommandLineTools::toolsDirectory()
+QString EmulatedCommandLineTools::toolsDirectory()
 {
     const QString configured = qEnvironmentVariable("LV_TOOLS_DIR");
     if (!configured.isEmpty())
@@ -30,12 +30,12 @@ QString PosixCommandLineTools::toolsDirectory()
     return applicationDirectory;
 }
 
-QString PosixCommandLineTools::installerPath() const
+QString EmulatedCommandLineTools::installerPath() const
 {
     return toolsDirectory() + QStringLiteral("/installer");
 }
 
-QString PosixCommandLineTools::pluginkitPath() const
+QString EmulatedCommandLineTools::pluginkitPath() const
 {
     return toolsDirectory() + QStringLiteral("/pluginkit");
 }

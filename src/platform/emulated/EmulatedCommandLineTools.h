@@ -4,7 +4,7 @@
 
 // The project's own `installer` and `pluginkit` stand in for the Mac's. They are looked for in
 // LV_TOOLS_DIR, then next to the application, then in the build tree they were made in.
-class PosixCommandLineTools : public CommandLineTools
+class EmulatedCommandLineTools : public CommandLineTools
 {
 public:
     QString installerPath() const override;

@@ -1,4 +1,4 @@
-#include "PosixPlist.h"
+#include "EmulatedPlist.h"
 
 #include "platform/SafePlist.h"
 
@@ -6,7 +6,7 @@
 
 #include <plist/plist.h>
 
-namespace PosixPlist {
+namespace EmulatedPlist {
 
 QVariantMap readStrings(const QString& path)
 {
@@ -43,4 +43,4 @@ QVariantMap readStrings(const QString& path)
     return values;
 }
 
-} // namespace PosixPlist
+} // namespace EmulatedPlist

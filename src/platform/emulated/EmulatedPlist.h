@@ -3,8 +3,8 @@
 #include <QString>
 #include <QVariantMap>
 
-// The few top-level values the posix services read from property lists on disk
+// The few top-level values the emulated services read from property lists on disk
 // (Info.plist, SystemVersion.plist). Only strings are needed here.
-namespace PosixPlist {
+namespace EmulatedPlist {
 QVariantMap readStrings(const QString& path);
 }

@@ -1,4 +1,4 @@
-#include "PosixPrivilegedExecution.h"
+#include "EmulatedPrivilegedExecution.h"
 
 #include "platform/Platform.h"
 
@@ -8,11 +8,7 @@
 
 namespace {
 
-// pkexec's own exit codes when it did not run the command.
-constexpr int kElevatorDismissed = 126;
-constexpr int kElevatorNotAuthorized = 127;
-
-class PosixAuthorization : public PrivilegedExecution::Authorization
+class EmulatedAuthorization : public PrivilegedExecution::Authorization
 {
 public:
     QMutex lock;
@@ -20,26 +16,24 @@ public:
     bool freed = false;
 };
 
-PosixAuthorization* posixAuthorization(const PrivilegedExecution::AuthorizationRef& authorization)
+EmulatedAuthorization* emulatedAuthorization(const PrivilegedExecution::AuthorizationRef& authorization)
 {
-    return dynamic_cast<PosixAuthorization*>(authorization.get());
+    return dynamic_cast<EmulatedAuthorization*>(authorization.get());
 }
 
 } // namespace
 
-PosixPrivilegedExecution::PosixPrivilegedExecution(const QString& elevator) : _elevator(elevator) {}
-
-PrivilegedExecution::AuthorizationRef PosixPrivilegedExecution::create(int* status)
+PrivilegedExecution::AuthorizationRef EmulatedPrivilegedExecution::create(int* status)
 {
     if (status)
         *status = Success;
-    return std::make_shared<PosixAuthorization>();
+    return std::make_shared<EmulatedAuthorization>();
 }
 
-int PosixPrivilegedExecution::copyRights(const AuthorizationRef& authorization, const QString& right,
-                                         bool interactionAllowed)
+int EmulatedPrivilegedExecution::copyRights(const AuthorizationRef& authorization, const QString& right,
+                                            bool interactionAllowed)
 {
-    PosixAuthorization* state = posixAuthorization(authorization);
+    EmulatedAuthorization* state = emulatedAuthorization(authorization);
     if (!state)
         return InvalidRef;
     {
@@ -52,19 +46,7 @@ int PosixPrivilegedExecution::copyRights(const AuthorizationRef& authorization, 
     if (!interactionAllowed)
         return InteractionNotAllowed;
 
-    int status = Denied;
-    if (runsAsRoot()) {
-        // Authenticating once here lets polkit keep the answer for the runs that follow, the way
-        // the Mac asks for the password when the right is acquired, not at every run.
-        int exitCode = -1;
-        const int started = runProcess(_elevator, {QStringLiteral("/bin/true")}, nullptr, &exitCode);
-        if (started == Success && exitCode == 0)
-            status = Success;
-        else if (started == Success && exitCode == kElevatorDismissed)
-            status = Canceled;
-    } else {
-        status = askUser(right);
-    }
+    const int status = acquireRight(right);
     if (status == Success) {
         QMutexLocker locker(&state->lock);
         if (state->freed)
@@ -74,62 +56,43 @@ int PosixPrivilegedExecution::copyRights(const AuthorizationRef& authorization, 
     return status;
 }
 
-int PosixPrivilegedExecution::executeWithPrivileges(const AuthorizationRef& authorization, const QString& tool,
-                                                    const QStringList& arguments, const OutputHandler& output,
-                                                    int* exitCode)
+int EmulatedPrivilegedExecution::executeWithPrivileges(const AuthorizationRef& authorization, const QString& tool,
+                                                       const QStringList& arguments, const OutputHandler& output,
+                                                       int* exitCode)
 {
     if (exitCode)
         *exitCode = -1;
     const int rights = copyRights(authorization, QString::fromLatin1(adminRight), true);
     if (rights != Success)
         return rights;
-    if (!runsAsRoot()) {
-        // The tool works on the emulated root, whether or not the environment named it.
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("LV_SYSTEM_ROOT"), Platform::systemInfo().systemRoot());
-        return runProcess(tool, arguments, output, exitCode, environment);
-    }
-
-    // pkexec clears the environment; the tools still have to know which root they work in.
-    QStringList elevated = {QStringLiteral("/usr/bin/env"), QStringLiteral("LV_SYSTEM_ROOT=/"), tool};
-    elevated += arguments;
-    bool printed = false;
-    int code = -1;
-    const int status = runProcess(
-        _elevator, elevated,
-        [&](const QByteArray& block) {
-            printed = true;
-            if (output)
-                output(block);
-        },
-        &code);
-    if (exitCode)
-        *exitCode = code;
-    // pkexec answers with 126/127 when it did not run the tool at all; a tool that printed
-    // something did run, whatever its exit code.
-    if (status == Success && !printed && code == kElevatorDismissed)
-        return Canceled;
-    if (status == Success && !printed && code == kElevatorNotAuthorized)
-        return Denied;
-    return status;
+    return runWithRight(tool, arguments, output, exitCode);
 }
 
-void PosixPrivilegedExecution::free(const AuthorizationRef& authorization)
+int EmulatedPrivilegedExecution::runWithRight(const QString& tool, const QStringList& arguments,
+                                              const OutputHandler& output, int* exitCode)
 {
-    if (PosixAuthorization* state = posixAuthorization(authorization)) {
+    // The tool works on the emulated root, whether or not the environment named it.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("LV_SYSTEM_ROOT"), Platform::systemInfo().systemRoot());
+    return runProcess(tool, arguments, output, exitCode, environment);
+}
+
+void EmulatedPrivilegedExecution::free(const AuthorizationRef& authorization)
+{
+    if (EmulatedAuthorization* state = emulatedAuthorization(authorization)) {
         QMutexLocker locker(&state->lock);
         state->freed = true;
         state->rights.clear();
     }
 }
 
-void PosixPrivilegedExecution::setConsentProvider(ConsentProvider provider)
+void EmulatedPrivilegedExecution::setConsentProvider(ConsentProvider provider)
 {
     QMutexLocker locker(&_lock);
     _consentProvider = std::move(provider);
 }
 
-int PosixPrivilegedExecution::defaultConsent(const QString& right)
+int EmulatedPrivilegedExecution::defaultConsent(const QString& right)
 {
     if (qEnvironmentVariable("LV_AUTO_CONSENT") == QLatin1String("1"))
         return Success;
@@ -137,12 +100,7 @@ int PosixPrivilegedExecution::defaultConsent(const QString& right)
     return Denied;
 }
 
-bool PosixPrivilegedExecution::runsAsRoot() const
-{
-    return Platform::systemInfo().systemRoot() == QLatin1String("/");
-}
-
-int PosixPrivilegedExecution::askUser(const QString& right)
+int EmulatedPrivilegedExecution::acquireRight(const QString& right)
 {
     ConsentProvider provider;
     {
@@ -154,9 +112,9 @@ int PosixPrivilegedExecution::askUser(const QString& right)
     return answer == Success || answer == Canceled ? answer : Denied;
 }
 
-int PosixPrivilegedExecution::runProcess(const QString& program, const QStringList& arguments,
-                                         const OutputHandler& output, int* exitCode,
-                                         const QProcessEnvironment& environment) const
+int EmulatedPrivilegedExecution::runProcess(const QString& program, const QStringList& arguments,
+                                            const OutputHandler& output, int* exitCode,
+                                            const QProcessEnvironment& environment)
 {
     QProcess process;
     if (!environment.isEmpty())

@@ -5,18 +5,14 @@
 #include <QMutex>
 #include <QProcessEnvironment>
 
-// Administrator runs on Linux. With a system root of "/" the tools really run as root through
-// pkexec, whose polkit agent asks for the password. Under any other system root nothing needs
-// root: the user is asked through the consent provider and the tool runs as the user.
+// Administrator runs on the Mac inside a folder: nothing there needs root, so the user is asked
+// through the consent provider and the tool runs as the user, on the same system root.
 //
 // Without a provider, consent is granted only when LV_AUTO_CONSENT=1 (demos, scripted runs) and
 // refused otherwise, so that nothing runs "as administrator" unasked.
-class PosixPrivilegedExecution : public PrivilegedExecution
+class EmulatedPrivilegedExecution : public PrivilegedExecution
 {
 public:
-    // `elevator` is the program that runs a command as root (pkexec unless a test says otherwise).
-    explicit PosixPrivilegedExecution(const QString& elevator = QStringLiteral("pkexec"));
-
     AuthorizationRef create(int* status) override;
     int copyRights(const AuthorizationRef& authorization, const QString& right, bool interactionAllowed) override;
     int executeWithPrivileges(const AuthorizationRef& authorization, const QString& tool, const QStringList& arguments,
@@ -27,14 +23,17 @@ public:
     // The answer when no provider is set.
     static int defaultConsent(const QString& right);
 
-private:
-    bool runsAsRoot() const;
-    int askUser(const QString& right);
+protected:
+    // Asks for the right (Success, Denied or Canceled).
+    virtual int acquireRight(const QString& right);
+    // Runs the tool with the right held; the status tells whether it could be started.
+    virtual int runWithRight(const QString& tool, const QStringList& arguments, const OutputHandler& output,
+                             int* exitCode);
     // An empty environment: this process's own.
-    int runProcess(const QString& program, const QStringList& arguments, const OutputHandler& output, int* exitCode,
-                   const QProcessEnvironment& environment = QProcessEnvironment()) const;
+    static int runProcess(const QString& program, const QStringList& arguments, const OutputHandler& output,
+                          int* exitCode, const QProcessEnvironment& environment = QProcessEnvironment());
 
-    QString _elevator;
+private:
     QMutex _lock;
     ConsentProvider _consentProvider;
 };

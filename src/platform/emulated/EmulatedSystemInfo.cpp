@@ -1,5 +1,6 @@
-#include "PosixSystemInfo.h"
-#include "PosixPlist.h"
+#include "EmulatedSystemInfo.h"
+#include "EmulatedPlatform.h"
+#include "EmulatedPlist.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -8,7 +9,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
-QString PosixSystemInfo::machineName() const
+QString EmulatedSystemInfo::machineName() const
 {
     struct utsname name;
     if (uname(&name) != 0)
@@ -16,14 +17,14 @@ QString PosixSystemInfo::machineName() const
     return QString::fromLocal8Bit(name.machine);
 }
 
-QVersionNumber PosixSystemInfo::operatingSystemVersion() const
+QVersionNumber EmulatedSystemInfo::operatingSystemVersion() const
 {
     const QString path = pathInSystemRoot(QStringLiteral("/System/Library/CoreServices/SystemVersion.plist"));
-    const QString version = PosixPlist::readStrings(path).value(QStringLiteral("ProductVersion")).toString();
+    const QString version = EmulatedPlist::readStrings(path).value(QStringLiteral("ProductVersion")).toString();
     return QVersionNumber::fromString(version);
 }
 
-SystemInfo::ModifierKeys PosixSystemInfo::heldModifierKeys() const
+SystemInfo::ModifierKeys EmulatedSystemInfo::heldModifierKeys() const
 {
     if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
         return NoModifier;
@@ -41,31 +42,38 @@ SystemInfo::ModifierKeys PosixSystemInfo::heldModifierKeys() const
     return keys;
 }
 
-QString PosixSystemInfo::defaultSystemRoot()
+QString EmulatedSystemInfo::defaultSystemRoot()
 {
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
            QStringLiteral("/lumivane-manager/system-root");
 }
 
-QString PosixSystemInfo::systemRoot() const
+QString EmulatedSystemInfo::systemRoot() const
 {
     const QString configured = qEnvironmentVariable("LV_SYSTEM_ROOT");
-    return QDir::cleanPath(configured.isEmpty() ? defaultSystemRoot() : configured);
+    // A forced emulated Mac never works on the machine's own "/".
+    if (configured.isEmpty() || (EmulatedPlatform::isForced() && QDir::cleanPath(configured) == QLatin1String("/")))
+        return QDir::cleanPath(defaultSystemRoot());
+    return QDir::cleanPath(configured);
 }
 
-QString PosixSystemInfo::downloadsDirectory() const
-{
-    const QString location = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
-    return location.isEmpty() ? SystemInfo::downloadsDirectory() : location;
-}
-
-QString PosixSystemInfo::userLibraryDirectory() const
+QString EmulatedSystemInfo::userFolder(const QString& name) const
 {
     const QString user = QString::fromLocal8Bit(qgetenv("USER").isEmpty() ? QByteArray("user") : qgetenv("USER"));
-    return pathInSystemRoot(QStringLiteral("/Users/%1/Library").arg(user));
+    return pathInSystemRoot(QStringLiteral("/Users/%1/%2").arg(user, name));
 }
 
-QString PosixSystemInfo::trashDirectory() const
+QString EmulatedSystemInfo::userLibraryDirectory() const
 {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Trash/files");
+    return userFolder(QStringLiteral("Library"));
+}
+
+QString EmulatedSystemInfo::downloadsDirectory() const
+{
+    return userFolder(QStringLiteral("Downloads"));
+}
+
+QString EmulatedSystemInfo::trashDirectory() const
+{
+    return userFolder(QStringLiteral(".Trash"));
 }

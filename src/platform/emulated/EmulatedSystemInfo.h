@@ -3,8 +3,8 @@
 #include "platform/SystemInfo.h"
 
 // The Mac's folders inside the system root (LV_SYSTEM_ROOT, or a folder in the user's data
-// folder); the user's own folders (home, temporary, Downloads, Trash) are the real ones.
-class PosixSystemInfo : public SystemInfo
+// folder), the user's Library, Downloads and Trash included (<root>/Users/$USER/...).
+class EmulatedSystemInfo : public SystemInfo
 {
 public:
     QString machineName() const override;
@@ -12,9 +12,13 @@ public:
     ModifierKeys heldModifierKeys() const override;
 
     QString systemRoot() const override;
-    QString downloadsDirectory() const override;
     QString userLibraryDirectory() const override;
+    QString downloadsDirectory() const override;
     QString trashDirectory() const override;
 
     static QString defaultSystemRoot();
+
+protected:
+    // A folder of the user's home inside the system root.
+    QString userFolder(const QString& name) const;
 };

@@ -1,5 +1,5 @@
-#include "PosixWorkspace.h"
-#include "PosixPlist.h"
+#include "EmulatedWorkspace.h"
+#include "EmulatedPlist.h"
 
 #include "platform/Platform.h"
 
@@ -9,9 +9,7 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QSet>
-#include <QStandardPaths>
 
-#include <cerrno>
 #include <csignal>
 #include <sys/types.h>
 #include <unistd.h>
@@ -26,7 +24,8 @@ QString findBundle(const QString& folder, const QString& identifier, int depth)
     const QFileInfoList entries = dir.entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
     for (const QFileInfo& entry : entries) {
         if (entry.fileName().endsWith(QLatin1String(".app"))) {
-            const QVariantMap info = PosixPlist::readStrings(entry.filePath() + QStringLiteral("/Contents/Info.plist"));
+            const QVariantMap info =
+                EmulatedPlist::readStrings(entry.filePath() + QStringLiteral("/Contents/Info.plist"));
             if (info.value(QStringLiteral("CFBundleIdentifier")).toString() == identifier)
                 return entry.absoluteFilePath();
             continue; // applications are not searched inside
@@ -43,7 +42,7 @@ QString findBundle(const QString& folder, const QString& identifier, int depth)
 // Deep enough for ~/.local/share/Trash/files/X.app and <root>/Volumes/Disk/Applications/Lumivane/X.app.
 constexpr int kMaxCopySearchDepth = 8;
 
-// `skipped`: the desktop's trash, whose applications the system no longer counts as installed.
+// `skipped`: the Trash, whose applications the system no longer counts as installed.
 void findAllBundles(const QString& folder, const QString& identifier, int depth, const QString& skipped,
                     QSet<QString>& seen, QList<QUrl>& found)
 {
@@ -54,7 +53,8 @@ void findAllBundles(const QString& folder, const QString& identifier, int depth,
         dir.entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden | QDir::NoSymLinks, QDir::Name);
     for (const QFileInfo& entry : entries) {
         if (entry.fileName().endsWith(QLatin1String(".app"))) {
-            const QVariantMap info = PosixPlist::readStrings(entry.filePath() + QStringLiteral("/Contents/Info.plist"));
+            const QVariantMap info =
+                EmulatedPlist::readStrings(entry.filePath() + QStringLiteral("/Contents/Info.plist"));
             const QString canonical = entry.canonicalFilePath();
             if (info.value(QStringLiteral("CFBundleIdentifier")).toString() == identifier &&
                 !seen.contains(canonical)) {
@@ -70,24 +70,24 @@ void findAllBundles(const QString& folder, const QString& identifier, int depth,
 
 } // namespace
 
-bool PosixWorkspace::openUrl(const QUrl& url)
+bool EmulatedWorkspace::openUrl(const QUrl& url)
 {
     return QDesktopServices::openUrl(url);
 }
 
-bool PosixWorkspace::revealFile(const QString& path)
+bool EmulatedWorkspace::revealFile(const QString& path)
 {
     return QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(path).absolutePath()));
 }
 
-QStringList PosixWorkspace::applicationFolders() const
+QStringList EmulatedWorkspace::applicationFolders() const
 {
     const SystemInfo& system = Platform::systemInfo();
     return {system.localApplicationsDirectory(), system.homeDirectory() + QStringLiteral("/Applications"),
             system.pathInSystemRoot(QStringLiteral("/System/Applications"))};
 }
 
-QString PosixWorkspace::absolutePathForAppBundleWithIdentifier(const QString& identifier) const
+QString EmulatedWorkspace::absolutePathForAppBundleWithIdentifier(const QString& identifier) const
 {
     if (identifier.isEmpty())
         return QString();
@@ -99,7 +99,7 @@ QString PosixWorkspace::absolutePathForAppBundleWithIdentifier(const QString& id
     return QString();
 }
 
-QStringList PosixWorkspace::applicationSearchRoots() const
+QStringList EmulatedWorkspace::applicationSearchRoots() const
 {
     const SystemInfo& system = Platform::systemInfo();
     const QString root = system.systemRoot();
@@ -115,23 +115,22 @@ QStringList PosixWorkspace::applicationSearchRoots() const
     return roots;
 }
 
-QList<QUrl> PosixWorkspace::URLsForApplicationsWithBundleIdentifier(const QString& identifier) const
+QList<QUrl> EmulatedWorkspace::URLsForApplicationsWithBundleIdentifier(const QString& identifier) const
 {
     QList<QUrl> found;
     if (identifier.isEmpty())
         return found;
     QSet<QString> seen; // the default system root lies inside the home folder
-    const QString trash = QDir::cleanPath(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
-                                          QStringLiteral("/Trash"));
+    const QString trash = QDir::cleanPath(Platform::systemInfo().trashDirectory());
     for (const QString& folder : applicationSearchRoots())
         findAllBundles(QDir::cleanPath(folder), identifier, 1, trash, seen, found);
     return found;
 }
 
-void PosixWorkspace::openApplication(const QString& path, const OpenConfiguration& configuration,
-                                     OpenCompletion completion)
+void EmulatedWorkspace::openApplication(const QString& path, const OpenConfiguration& configuration,
+                                        OpenCompletion completion)
 {
-    const QVariantMap info = PosixPlist::readStrings(path + QStringLiteral("/Contents/Info.plist"));
+    const QVariantMap info = EmulatedPlist::readStrings(path + QStringLiteral("/Contents/Info.plist"));
     const QString executableName = info.value(QStringLiteral("CFBundleExecutable")).toString();
     const QString executable = path + QStringLiteral("/Contents/MacOS/") + executableName;
     RunningApplication application{0, path};
@@ -151,14 +150,14 @@ void PosixWorkspace::openApplication(const QString& path, const OpenConfiguratio
         completion(application, error);
 }
 
-bool PosixWorkspace::terminateApplication(const RunningApplication& application)
+bool EmulatedWorkspace::terminateApplication(const RunningApplication& application)
 {
     if (application.pid <= 0)
         return false;
     return ::kill(static_cast<pid_t>(application.pid), SIGTERM) == 0;
 }
 
-bool PosixWorkspace::moveToTrash(const QString& path, QString* trashedPath, QString* error, int* errorCode)
+bool EmulatedWorkspace::moveToTrash(const QString& path, QString* trashedPath, QString* error, int* errorCode)
 {
     const QFileInfo info(path);
     if (!info.exists() && !info.isSymLink()) {
@@ -168,25 +167,24 @@ bool PosixWorkspace::moveToTrash(const QString& path, QString* trashedPath, QStr
             *errorCode = TrashNoSuchFile;
         return false;
     }
-    // Qt's trash needs the XDG data folder to exist.
-    QDir().mkpath(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
-    QFile file(path);
-    QString newPath;
-    errno = 0;
-    if (!file.moveToTrash()) {
-        const int cause = errno;
+    // The Trash of the home folder, as the Finder keeps it: a name already there gets a number.
+    const QString trash = Platform::systemInfo().trashDirectory();
+    QDir().mkpath(trash);
+    QString target = trash + QLatin1Char('/') + info.fileName();
+    for (int n = 2; QFileInfo::exists(target) || QFileInfo(target).isSymLink(); ++n)
+        target = trash + QStringLiteral("/%1 %2").arg(info.completeBaseName()).arg(n) +
+                 (info.suffix().isEmpty() ? QString() : QLatin1Char('.') + info.suffix());
+    if (!QFile::rename(path, target)) {
         if (error)
-            *error = file.errorString();
+            *error = QStringLiteral("\u201c%1\u201d couldn\u2019t be moved to the Trash.").arg(info.fileName());
         if (errorCode) {
             // Moving needs write access to the folder holding the file.
-            const bool permission = cause == EACCES || cause == EPERM || cause == EROFS ||
-                                    ::access(QFile::encodeName(info.absolutePath()).constData(), W_OK) != 0;
+            const bool permission = ::access(QFile::encodeName(info.absolutePath()).constData(), W_OK) != 0;
             *errorCode = permission ? TrashNoPermission : TrashUnknownError;
         }
         return false;
     }
-    newPath = file.fileName();
     if (trashedPath)
-        *trashedPath = newPath;
+        *trashedPath = target;
     return true;
 }

@@ -5,7 +5,7 @@
 // Applications are Mac-style bundles under the system root's Applications folders; launching one
 // starts the program named by CFBundleExecutable in Contents/MacOS. Every copy of an application
 // is found by walking the system root and the home folder for bundles with that identifier.
-class PosixWorkspace : public Workspace
+class EmulatedWorkspace : public Workspace
 {
 public:
     bool openUrl(const QUrl& url) override;

@@ -1,9 +1,9 @@
-#include "PosixDistributedNotifications.h"
+#include "LinuxDistributedNotifications.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 
-bool PosixDistributedNotifications::post(const QString& name, const QString& object)
+bool LinuxDistributedNotifications::post(const QString& name, const QString& object)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
@@ -21,12 +21,12 @@ bool PosixDistributedNotifications::post(const QString& name, const QString& obj
     return bus.call(ping, QDBus::Block, 5000).type() == QDBusMessage::ReplyMessage;
 }
 
-bool PosixDistributedNotifications::observe(QObject* context, const QString& name, Handler handler)
+bool LinuxDistributedNotifications::observe(QObject* context, const QString& name, Handler handler)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!context || !bus.isConnected())
         return false;
-    auto* receiver = new PosixDistributedNotificationReceiver(name, std::move(handler), context);
+    auto* receiver = new LinuxDistributedNotificationReceiver(name, std::move(handler), context);
     // QDBusConnection takes a slot by its signature only; the receiver is a child of the context,
     // so the connection ends when the context does.
     const bool connected = bus.connect(QString(), QLatin1String(path), QLatin1String(interface), QLatin1String(member),
@@ -36,13 +36,13 @@ bool PosixDistributedNotifications::observe(QObject* context, const QString& nam
     return connected;
 }
 
-PosixDistributedNotificationReceiver::PosixDistributedNotificationReceiver(const QString& name,
+LinuxDistributedNotificationReceiver::LinuxDistributedNotificationReceiver(const QString& name,
                                                                            DistributedNotifications::Handler handler,
                                                                            QObject* parent)
     : QObject(parent), _name(name), _handler(std::move(handler))
 {}
 
-void PosixDistributedNotificationReceiver::received(const QString& name, const QString& object)
+void LinuxDistributedNotificationReceiver::received(const QString& name, const QString& object)
 {
     if (name == _name && _handler)
         _handler(name, object);

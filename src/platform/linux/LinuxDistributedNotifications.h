@@ -8,7 +8,7 @@
 // signal "post" of the interface below, carrying the notification's name and its string object
 // (D-Bus member names can't hold the dots of a notification name). Nothing here blocks: posting
 // sends a signal, observing adds a match rule.
-class PosixDistributedNotifications : public DistributedNotifications
+class LinuxDistributedNotifications : public DistributedNotifications
 {
 public:
     static constexpr const char* path = "/com/quarnet/DistributedNotifications";
@@ -20,11 +20,11 @@ public:
 };
 
 // Receives the signal for one observation; lives as a child of the observer's context.
-class PosixDistributedNotificationReceiver : public QObject
+class LinuxDistributedNotificationReceiver : public QObject
 {
     Q_OBJECT
 public:
-    PosixDistributedNotificationReceiver(const QString& name, DistributedNotifications::Handler handler,
+    LinuxDistributedNotificationReceiver(const QString& name, DistributedNotifications::Handler handler,
                                          QObject* parent);
 
 public slots:

@@ -1,42 +1,30 @@
-#include "PosixCommandLineTools.h"
-#include "PosixDistributedNotifications.h"
-#include "PosixPrivilegedExecution.h"
-#include "PosixRichTextConverter.h"
-#include "PosixSystemInfo.h"
-#include "PosixWorkspace.h"
+// Linux: the emulated Mac's folders and tools, with the desktop's own services (D-Bus, the XDG
+// Trash, syslog, pandoc) and, when the system root is "/", pkexec for administrator runs.
+#include "LinuxDistributedNotifications.h"
+#include "LinuxPrivilegedExecution.h"
+#include "LinuxRichTextConverter.h"
+#include "LinuxSystemInfo.h"
+#include "LinuxWorkspace.h"
 
 #include "platform/Platform.h"
+#include "platform/UpdateInstaller.h"
+#include "platform/UserDefaults.h"
+
+#include "platform/PosixStandardStreams.h"
+#include "platform/emulated/EmulatedPlatform.h"
+#include <QSettings>
 
 #include <QByteArray>
 
-#include <fcntl.h>
 #include <syslog.h>
-#include <unistd.h>
 
 namespace {
 
-class PosixSystemLog : public SystemLog
+class LinuxSystemLog : public SystemLog
 {
 public:
-    PosixSystemLog() { openlog("lumivane-manager", LOG_PID, LOG_USER); }
+    LinuxSystemLog() { openlog("lumivane-manager", LOG_PID, LOG_USER); }
     void write(const QString& message) override { syslog(LOG_NOTICE, "%s", message.toUtf8().constData()); }
-};
-
-class PosixStandardStreams : public StandardStreams
-{
-public:
-    void silence() override
-    {
-        // Everything written to fd 1 and 2 from now on is accepted and dropped.
-        const int null = ::open("/dev/null", O_WRONLY);
-        if (null < 0)
-            return;
-        ::dup2(null, STDOUT_FILENO);
-        ::dup2(null, STDERR_FILENO);
-        ::close(null);
-    }
-    bool inputIsTerminal() const override { return ::isatty(STDIN_FILENO) == 1; }
-    bool outputIsTerminal() const override { return ::isatty(STDOUT_FILENO) == 1; }
 };
 
 } // namespace
@@ -45,15 +33,15 @@ namespace NativePlatform {
 
 std::shared_ptr<SystemInfo> createSystemInfo()
 {
-    return std::make_shared<PosixSystemInfo>();
+    return std::make_shared<LinuxSystemInfo>();
 }
 std::shared_ptr<Workspace> createWorkspace()
 {
-    return std::make_shared<PosixWorkspace>();
+    return std::make_shared<LinuxWorkspace>();
 }
 std::shared_ptr<SystemLog> createSystemLog()
 {
-    return std::make_shared<PosixSystemLog>();
+    return std::make_shared<LinuxSystemLog>();
 }
 std::shared_ptr<StandardStreams> createStandardStreams()
 {
@@ -61,23 +49,34 @@ std::shared_ptr<StandardStreams> createStandardStreams()
 }
 std::shared_ptr<PrivilegedExecution> createPrivilegedExecution()
 {
-    return std::make_shared<PosixPrivilegedExecution>();
+    if (EmulatedPlatform::usesRealRoot())
+        return std::make_shared<LinuxPrivilegedExecution>();
+    return EmulatedPlatform::createPrivilegedExecution();
 }
 std::shared_ptr<CommandLineTools> createCommandLineTools()
 {
-    return std::make_shared<PosixCommandLineTools>();
+    // Linux has no Mac package tools: the portable ones serve the real root too.
+    return EmulatedPlatform::createCommandLineTools();
 }
 std::shared_ptr<DistributedNotifications> createDistributedNotifications()
 {
-    return std::make_shared<PosixDistributedNotifications>();
+    return std::make_shared<LinuxDistributedNotifications>();
 }
 std::shared_ptr<SelfUpdater> createSelfUpdater()
 {
     return std::make_shared<SelfUpdater>();
 }
+std::shared_ptr<UpdateInstaller> createUpdateInstaller()
+{
+    return std::make_shared<UpdateInstaller>();
+}
 std::shared_ptr<RichTextConverter> createRichTextConverter()
 {
-    return std::make_shared<PosixRichTextConverter>();
+    return std::make_shared<LinuxRichTextConverter>();
+}
+QSettings* createUserDefaults()
+{
+    return new QSettings;
 }
 
 } // namespace NativePlatform

@@ -1,9 +1,9 @@
-#include "PosixRichTextConverter.h"
+#include "LinuxRichTextConverter.h"
 
 #include <QProcess>
 #include <QStandardPaths>
 
-QString PosixRichTextConverter::rtfToHtml(const QByteArray& rtf) const
+QString LinuxRichTextConverter::rtfToHtml(const QByteArray& rtf) const
 {
     const QString pandoc = QStandardPaths::findExecutable(QStringLiteral("pandoc"));
     if (pandoc.isEmpty() || rtf.isEmpty())

@@ -8,7 +8,7 @@ QString ToolPaths::systemRoot()
     const QString configured = qEnvironmentVariable("LV_SYSTEM_ROOT");
     if (!configured.isEmpty())
         return QDir::cleanPath(configured);
-    // Kept equal to the application's own default (PosixSystemInfo::defaultSystemRoot).
+    // Kept equal to the application's own default (EmulatedSystemInfo::defaultSystemRoot).
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
            QStringLiteral("/lumivane-manager/system-root");
 }
