@@ -2,6 +2,7 @@
 
 #include "platform/emulated/EmulatedPlatform.h"
 
+#include <QDir>
 #include <QTest>
 
 // Which Mac the platform works on: the emulated one whenever a test or the demo asks for it, so
@@ -57,6 +58,29 @@ private slots:
         else if (systemRoot == QLatin1String("<default>"))
             systemRoot = environment.home() + QStringLiteral("/.local/share/lumivane-manager/system-root");
         QCOMPARE(actualRoot, systemRoot);
+    }
+
+    // The emulated Mac's Trash is its user's .Trash inside the root; a name already there gets a number.
+    void trashIsInsideTheRoot()
+    {
+        TestEnvironment environment;
+        Platform::setSystemInfo(EmulatedPlatform::createSystemInfo());
+        const QString trash = Platform::systemInfo().trashDirectory();
+        QVERIFY2(trash.startsWith(environment.systemRoot() + QStringLiteral("/Users/")), qPrintable(trash));
+        QVERIFY(trash.endsWith(QStringLiteral("/.Trash")));
+        const auto workspace = EmulatedPlatform::createWorkspace();
+        const QString folder = environment.systemRoot() + QStringLiteral("/Applications");
+        QStringList trashed;
+        for (int i = 0; i < 2; ++i) {
+            QDir().mkpath(folder + QStringLiteral("/Glow.app/Contents"));
+            QString path;
+            QVERIFY(workspace->moveToTrash(folder + QStringLiteral("/Glow.app"), &path));
+            trashed << path;
+        }
+        QCOMPARE(trashed, (QStringList{trash + QStringLiteral("/Glow.app"), trash + QStringLiteral("/Glow 2.app")}));
+        int code = 0;
+        QVERIFY(!workspace->moveToTrash(folder + QStringLiteral("/Glow.app"), nullptr, nullptr, &code));
+        QCOMPARE(code, int(Workspace::TrashNoSuchFile));
     }
 };
 
