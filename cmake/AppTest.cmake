@@ -14,7 +14,8 @@ function(add_app_test)
     endif()
     target_link_libraries(${T_NAME} PRIVATE Qt6::Test ${support} ${T_LIBS})
     add_test(NAME ${T_NAME} COMMAND ${T_NAME})
-    set(env "QT_QPA_PLATFORM=offscreen" "LV_TEST_BINARY_DIR=${PROJECT_BINARY_DIR}"
+    # LV_PLATFORM=emulated: on any system, a test works on the Mac inside its own folder, never on "/".
+    set(env "QT_QPA_PLATFORM=offscreen" "LV_PLATFORM=emulated" "LV_TEST_BINARY_DIR=${PROJECT_BINARY_DIR}"
             "LV_TEST_DATA_DIR=${PROJECT_SOURCE_DIR}/tests/data"
             "ASAN_OPTIONS=detect_leaks=0" "QT_LOGGING_RULES=qt.qpa.*=false")
     if(NOT T_TIMEOUT)

@@ -7,6 +7,8 @@ lv_install_packages
 build_dir=${LV_BUILD_DIR:-$LV_SOURCE_DIR/build}
 lv_build "$build_dir"
 app="$build_dir/src/lumivane-manager"
+# The demo's Mac is a folder on every system, a Mac's own "/" included: the emulated Mac.
+export LV_PLATFORM=emulated
 
 server_pid=""
 stop_server() {
@@ -39,7 +41,7 @@ if [ -z "${LV_SERVER_URL:-}" ]; then
     echo "Demo catalogue served at $LV_SERVER_URL; its Mac is $LV_SYSTEM_ROOT"
 fi
 
-if [ -n "${DISPLAY:-}" ] || [ -n "${WAYLAND_DISPLAY:-}" ]; then
+if lv_is_mac || [ -n "${DISPLAY:-}" ] || [ -n "${WAYLAND_DISPLAY:-}" ]; then
     "$app" "$@"
 else
     echo "No display: running under xvfb-run."

@@ -1,6 +1,7 @@
 #include "LVPreferences.h"
 
 #include "foundation/VMNotificationCenter.h"
+#include "platform/UserDefaults.h"
 
 #include <QCoreApplication>
 #include <QSettings>
@@ -25,13 +26,14 @@ void LVPreferences::setSettingsFile(const QString& path)
     g_settingsFile = path;
     if (g_shared) {
         delete g_shared->_settings;
-        g_shared->_settings = path.isEmpty() ? new QSettings : new QSettings(path, QSettings::IniFormat);
+        g_shared->_settings =
+            path.isEmpty() ? Platform::createUserDefaults() : new QSettings(path, QSettings::IniFormat);
     }
 }
 
 LVPreferences::LVPreferences(QObject* parent)
-    : QObject(parent),
-      _settings(g_settingsFile.isEmpty() ? new QSettings : new QSettings(g_settingsFile, QSettings::IniFormat))
+    : QObject(parent), _settings(g_settingsFile.isEmpty() ? Platform::createUserDefaults()
+                                                          : new QSettings(g_settingsFile, QSettings::IniFormat))
 {}
 
 LVPreferences::~LVPreferences()

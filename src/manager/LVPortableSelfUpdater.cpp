@@ -8,6 +8,7 @@
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
+#include "platform/UpdateInstaller.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -228,7 +229,17 @@ void LVPortableSelfUpdater::archiveLoaded(LVDownloader* downloader)
                                  .arg(reason.isEmpty() ? QStringLiteral("The archive is empty.") : reason));
         return;
     }
-    // Verified: it leaves the temporary folder for the Downloads folder, where it is shown.
+    // Verified. Where the system installs updates (a Mac), the application is replaced and quits
+    // for the new one to start; elsewhere the archive goes to the Downloads folder and is shown.
+    UpdateInstaller& installer = Platform::updateInstaller();
+    if (installer.replacesApplication()) {
+        const bool installed = installer.install(downloaded, &reason);
+        downloader->cleanUp();
+        finishInstall(installed, installed ? QCoreApplication::applicationFilePath() : reason);
+        if (installed)
+            QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit, Qt::QueuedConnection);
+        return;
+    }
     const QString downloads = Platform::systemInfo().downloadsDirectory();
     QDir().mkpath(downloads);
     const QString target = unusedPath(downloads, QFileInfo(downloaded).fileName());

@@ -1,4 +1,6 @@
 #include "Platform.h"
+#include "UpdateInstaller.h"
+#include "UserDefaults.h"
 
 #include <QMutex>
 #include <QMutexLocker>
@@ -43,6 +45,7 @@ Slot<PrivilegedExecution> s_privilegedExecution(&NativePlatform::createPrivilege
 Slot<CommandLineTools> s_commandLineTools(&NativePlatform::createCommandLineTools);
 Slot<DistributedNotifications> s_distributedNotifications(&NativePlatform::createDistributedNotifications);
 Slot<SelfUpdater> s_selfUpdater(&NativePlatform::createSelfUpdater);
+Slot<UpdateInstaller> s_updateInstaller(&NativePlatform::createUpdateInstaller);
 Slot<RichTextConverter> s_richTextConverter(&NativePlatform::createRichTextConverter);
 
 } // namespace
@@ -81,6 +84,10 @@ SelfUpdater& selfUpdater()
 {
     return s_selfUpdater.get();
 }
+UpdateInstaller& updateInstaller()
+{
+    return s_updateInstaller.get();
+}
 RichTextConverter& richTextConverter()
 {
     return s_richTextConverter.get();
@@ -114,9 +121,18 @@ void setSelfUpdater(std::shared_ptr<SelfUpdater> s)
 {
     s_selfUpdater.set(std::move(s));
 }
+void setUpdateInstaller(std::shared_ptr<UpdateInstaller> s)
+{
+    s_updateInstaller.set(std::move(s));
+}
 void setRichTextConverter(std::shared_ptr<RichTextConverter> s)
 {
     s_richTextConverter.set(std::move(s));
+}
+
+QSettings* createUserDefaults()
+{
+    return NativePlatform::createUserDefaults();
 }
 
 void reset()
@@ -128,6 +144,7 @@ void reset()
     s_commandLineTools.set(nullptr);
     s_distributedNotifications.set(nullptr);
     s_selfUpdater.set(nullptr);
+    s_updateInstaller.set(nullptr);
     s_richTextConverter.set(nullptr);
 }
 

@@ -40,7 +40,8 @@ void reset();
 
 } // namespace Platform
 
-// Implemented once per platform (posix/, macos/): the native services of this machine.
+// Implemented once per platform (linux/, macos/, default/): the native services of this machine,
+// the emulated Mac (emulated/) where it stands in for the machine's own.
 namespace NativePlatform {
 std::shared_ptr<SystemInfo> createSystemInfo();
 std::shared_ptr<Workspace> createWorkspace();

@@ -3,6 +3,7 @@
 #include "manager/AppDelegate.h"
 #include "manager/LVPortableSelfUpdater.h"
 #include "manager/LVUpdateWindow.h"
+#include "platform/UpdateInstaller.h"
 #include "support/LocalHttpServer.h"
 #include "support/TestEnvironment.h"
 
@@ -43,6 +44,22 @@ QByteArray feed(const QUrl& archiveURL, const QByteArray& signature, const QStri
 }
 
 } // namespace
+
+// A system that replaces the application with verified updates, and refuses this one.
+class RefusingUpdateInstaller : public UpdateInstaller
+{
+public:
+    bool replacesApplication() const override { return true; }
+    bool install(const QString& archivePath, QString* reason) override
+    {
+        QFile archive(archivePath);
+        if (archive.open(QIODevice::ReadOnly))
+            offered = archive.readAll();
+        *reason = QStringLiteral("The update was not installed. The new application's code signature is not valid.");
+        return false;
+    }
+    QByteArray offered;
+};
 
 class tst_LVPortableSelfUpdater : public QObject
 {
@@ -104,6 +121,8 @@ void tst_LVPortableSelfUpdater::archiveIsCheckedAgainstItsSignature_data()
     QTest::newRow("good signature") << "app key" << true << QString();
     QTest::newRow("signed with another key") << "other key" << false << "does not match";
     QTest::newRow("no signature") << "" << false << "not signed";
+    // Where the system replaces the application (a Mac), a verified archive goes to it, not to Downloads.
+    QTest::newRow("good signature, replacement refused") << "app key, replacing" << false << "not valid";
 }
 
 void tst_LVPortableSelfUpdater::archiveIsCheckedAgainstItsSignature()
@@ -112,7 +131,10 @@ void tst_LVPortableSelfUpdater::archiveIsCheckedAgainstItsSignature()
     QFETCH(bool, installed);
     QFETCH(QString, reason);
     QByteArray signature;
-    if (signedWith == "app key") {
+    auto replacer = std::make_shared<RefusingUpdateInstaller>();
+    if (signedWith.endsWith(QLatin1String("replacing")))
+        Platform::setUpdateInstaller(replacer);
+    if (signedWith.startsWith(QLatin1String("app key"))) {
         signature = LVUpdateSignature::sign(_archive, _privateKey);
     } else if (signedWith == "other key") {
         QByteArray otherPrivate;
@@ -157,6 +179,7 @@ void tst_LVPortableSelfUpdater::archiveIsCheckedAgainstItsSignature()
         QVERIFY(_workspace->revealed.isEmpty());
         QVERIFY(downloads.isEmpty());
     }
+    QCOMPARE(replacer->offered, signedWith.endsWith(QLatin1String("replacing")) ? _archive : QByteArray());
     QCOMPARE(_env->temporaryFiles(), QStringList());
 }
 

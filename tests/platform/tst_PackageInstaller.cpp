@@ -3,8 +3,8 @@
 #include "PackageBuilder.h"
 #include "PlistFile.h"
 #include "platform/Platform.h"
-#include "platform/posix/PosixCommandLineTools.h"
-#include "platform/posix/PosixPrivilegedExecution.h"
+#include "platform/emulated/EmulatedCommandLineTools.h"
+#include "platform/emulated/EmulatedPrivilegedExecution.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -172,7 +172,7 @@ private slots:
         QCOMPARE(Platform::commandLineTools().shellPath(), QStringLiteral("/bin/sh"));
 
         qputenv("LV_TOOLS_DIR", "/opt/lv/tools/");
-        const QString overridden = PosixCommandLineTools().pluginkitPath();
+        const QString overridden = EmulatedCommandLineTools().pluginkitPath();
         qunsetenv("LV_TOOLS_DIR");
         QCOMPARE(overridden, QStringLiteral("/opt/lv/tools/pluginkit"));
     }
@@ -455,7 +455,7 @@ private slots:
     {
         TestEnvironment environment;
         const QString package = build(environment.path(), "1.0", QStringLiteral("Glow.pkg"));
-        PosixPrivilegedExecution execution;
+        EmulatedPrivilegedExecution execution;
         execution.setConsentProvider([](const QString&) { return int(PrivilegedExecution::Success); });
         const auto authorization = execution.create(nullptr);
         QCOMPARE(execution.copyRights(authorization, QString::fromLatin1(PrivilegedExecution::adminRight), true),

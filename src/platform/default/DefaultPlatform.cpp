@@ -1,6 +1,10 @@
 // The plain services for a platform without a folder of its own: every interface's own defaults,
 // so that the application builds and runs (without the operating system's help) anywhere.
 #include "platform/Platform.h"
+#include "platform/UpdateInstaller.h"
+#include "platform/UserDefaults.h"
+
+#include <QSettings>
 
 namespace NativePlatform {
 
@@ -36,9 +40,17 @@ std::shared_ptr<SelfUpdater> createSelfUpdater()
 {
     return std::make_shared<SelfUpdater>();
 }
+std::shared_ptr<UpdateInstaller> createUpdateInstaller()
+{
+    return std::make_shared<UpdateInstaller>();
+}
 std::shared_ptr<RichTextConverter> createRichTextConverter()
 {
     return std::make_shared<RichTextConverter>();
+}
+QSettings* createUserDefaults()
+{
+    return new QSettings;
 }
 
 } // namespace NativePlatform

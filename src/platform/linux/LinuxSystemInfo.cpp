@@ -1,0 +1,14 @@
+#include "LinuxSystemInfo.h"
+
+#include <QStandardPaths>
+
+QString LinuxSystemInfo::downloadsDirectory() const
+{
+    const QString location = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
+    return location.isEmpty() ? SystemInfo::downloadsDirectory() : location;
+}
+
+QString LinuxSystemInfo::trashDirectory() const
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Trash/files");
+}

@@ -1,0 +1,93 @@
+#include "MacAuthorization.h"
+
+#include <Security/Authorization.h>
+#include <Security/AuthorizationTags.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <dlfcn.h>
+#include <unistd.h>
+
+namespace {
+
+using ExecuteWithPrivileges = OSStatus (*)(AuthorizationRef, const char*, AuthorizationFlags, char* const*, FILE**);
+
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wdeprecated-declarations"
+// The run-time lookup keeps the declared type: a changed declaration fails to compile here.
+static_assert(__is_same(ExecuteWithPrivileges, decltype(&AuthorizationExecuteWithPrivileges)));
+#pragma clang diagnostic pop
+
+ExecuteWithPrivileges executeFunction()
+{
+    static const ExecuteWithPrivileges function =
+        reinterpret_cast<ExecuteWithPrivileges>(dlsym(RTLD_DEFAULT, "AuthorizationExecuteWithPrivileges"));
+    return function;
+}
+
+} // namespace
+
+namespace MacAuthorization {
+
+int create(Handle* handle)
+{
+    AuthorizationRef reference = nullptr;
+    const OSStatus status =
+        AuthorizationCreate(nullptr, kAuthorizationEmptyEnvironment, AuthorizationFlags(defaultFlags), &reference);
+    *handle = status == errAuthorizationSuccess ? reference : nullptr;
+    return status;
+}
+
+int copyRight(Handle handle, const std::string& right, bool interactionAllowed)
+{
+    if (!handle)
+        return errAuthorizationInvalidRef;
+    AuthorizationItem item = {right.c_str(), 0, nullptr, 0};
+    AuthorizationRights rights = {1, &item};
+    AuthorizationFlags flags = AuthorizationFlags(defaultFlags);
+    if (!interactionAllowed)
+        flags &= ~AuthorizationFlags(kAuthorizationFlagInteractionAllowed);
+    return AuthorizationCopyRights(static_cast<AuthorizationRef>(handle), &rights, kAuthorizationEmptyEnvironment,
+                                   flags, nullptr);
+}
+
+int execute(Handle handle, const std::string& tool, const std::vector<std::string>& arguments,
+            const std::function<void(const char* data, std::size_t length)>& output)
+{
+    if (!handle)
+        return errAuthorizationInvalidRef;
+    const ExecuteWithPrivileges function = executeFunction();
+    if (!function)
+        return errAuthorizationToolExecuteFailure;
+    std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
+    for (const std::string& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    FILE* pipe = nullptr;
+    const OSStatus status =
+        function(static_cast<AuthorizationRef>(handle), tool.c_str(), kAuthorizationFlagDefaults, argv.data(), &pipe);
+    if (status != errAuthorizationSuccess || !pipe)
+        return status;
+    // Block by block as the tool prints, until it closes its end.
+    char buffer[4096];
+    for (;;) {
+        const ssize_t length = ::read(fileno(pipe), buffer, sizeof buffer);
+        if (length < 0 && errno == EINTR)
+            continue;
+        if (length <= 0)
+            break;
+        if (output)
+            output(buffer, static_cast<std::size_t>(length));
+    }
+    std::fclose(pipe);
+    return status;
+}
+
+void free(Handle handle)
+{
+    if (handle)
+        AuthorizationFree(static_cast<AuthorizationRef>(handle), kAuthorizationFlagDefaults);
+}
+
+} // namespace MacAuthorization
