@@ -3,16 +3,23 @@
 #include "catalogue/LVServers.h"
 #include "catalogue/VMCatalogue.h"
 #include "catalogue/VMInstallStatus.h"
+#include "catalogue/VMUtils.h"
+#include "cli/LVApplyPlan.h"
+#include "cli/LVCatalogueMirror.h"
 #include "cli/LVHeadlessSession.h"
 #include "engines/LVActionHistory.h"
+#include "engines/LVAdminAuthorization.h"
 #include "engines/LVDownloader.h"
+#include "engines/LVInstaller.h"
 #include "engines/LVOperationLock.h"
+#include "foundation/VMPropertyList.h"
 #include "platform/Platform.h"
 #include "platform/PrivilegedExecution.h"
 #include "platform/StandardStreams.h"
 #include "platform/SystemInfo.h"
 
 #include <QCommandLineParser>
+#include <QCoreApplication>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
@@ -24,9 +31,65 @@
 
 namespace {
 
-const QStringList commandOptions = {QStringLiteral("list"),      QStringLiteral("check"),
-                                    QStringLiteral("install"),   QStringLiteral("update-all"),
-                                    QStringLiteral("uninstall"), QStringLiteral("history")};
+const QStringList commandOptions = {
+    QStringLiteral("list"),      QStringLiteral("check"),   QStringLiteral("install"), QStringLiteral("update-all"),
+    QStringLiteral("uninstall"), QStringLiteral("history"), QStringLiteral("apply"),   QStringLiteral("mirror")};
+
+// The toolkit's own options, which the window's application object takes out of the arguments;
+// "-name value", "--name value" and "-name=value" alike.
+const QStringList toolkitOptionsWithValue = {QStringLiteral("platform"),
+                                             QStringLiteral("platformpluginpath"),
+                                             QStringLiteral("platformtheme"),
+                                             QStringLiteral("plugin"),
+                                             QStringLiteral("qwindowgeometry"),
+                                             QStringLiteral("qwindowicon"),
+                                             QStringLiteral("qwindowtitle"),
+                                             QStringLiteral("session"),
+                                             QStringLiteral("display"),
+                                             QStringLiteral("geometry"),
+                                             QStringLiteral("style"),
+                                             QStringLiteral("stylesheet"),
+                                             QStringLiteral("title"),
+                                             QStringLiteral("icon"),
+                                             QStringLiteral("name"),
+                                             QStringLiteral("dialogs"),
+                                             QStringLiteral("fontengine"),
+                                             QStringLiteral("visual"),
+                                             QStringLiteral("ncols"),
+                                             QStringLiteral("cmap"),
+                                             QStringLiteral("qmljsdebugger")};
+const QStringList toolkitFlags = {QStringLiteral("reverse"), QStringLiteral("widgetcount"), QStringLiteral("nograb"),
+                                  QStringLiteral("dograb"),  QStringLiteral("testability"), QStringLiteral("sync")};
+
+// The arguments without the program name and without the toolkit's options.
+QStringList ownArguments(const QStringList& arguments)
+{
+    QStringList own;
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        // The process serial number a Mac's Finder passed to applications it launched.
+        if (argument.startsWith(QLatin1String("-psn_")))
+            continue;
+        QString name = argument;
+        if (name.startsWith(QLatin1String("--")))
+            name.remove(0, 1);
+        if (!name.startsWith(QLatin1Char('-')) || name.size() < 2) {
+            own.append(argument);
+            continue;
+        }
+        name.remove(0, 1);
+        const QString key = name.section(QLatin1Char('='), 0, 0);
+        if (toolkitFlags.contains(key) && !name.contains(QLatin1Char('=')))
+            continue;
+        if (toolkitOptionsWithValue.contains(key)) {
+            if (!name.contains(QLatin1Char('=')))
+                ++i; // the value follows
+            continue;
+        }
+        own.append(argument);
+    }
+    return own;
+}
 
 QTextStream& out()
 {
@@ -324,17 +387,257 @@ void installConsent(bool yes)
     });
 }
 
+// A download's progress line on a terminal; nothing when output goes elsewhere.
+class ProgressLine
+{
+public:
+    explicit ProgressLine(bool json) : _shown(Platform::standardStreams().outputIsTerminal() && !json) {}
+    bool shown() const { return _shown; }
+    void show(const QString& text)
+    {
+        if (!_shown)
+            return;
+        out() << "\r\033[K" << text;
+        out().flush();
+    }
+    void clear() { show(QString()); }
+
+private:
+    bool _shown;
+};
+
+QString versionOrDash(const QString& version)
+{
+    return version.isNull() ? QStringLiteral("-") : version;
+}
+
+QJsonValue versionOrNull(const QString& version)
+{
+    return version.isNull() ? QJsonValue() : QJsonValue(version);
+}
+
+QString planLine(const LVApplyPlan::Step& step)
+{
+    const QString target = step.target ? step.target->productVersion() : QString();
+    switch (step.action) {
+    case LVApplyPlan::Action::None:
+        return step.installedVersion.isNull() ? QStringLiteral("absent, nothing to do")
+                                              : QStringLiteral("%1, nothing to do").arg(step.installedVersion);
+    case LVApplyPlan::Action::Install:
+        return QStringLiteral("install %1").arg(target);
+    case LVApplyPlan::Action::Update:
+    case LVApplyPlan::Action::Downgrade:
+        return QStringLiteral("%1 %2 -> %3").arg(LVApplyPlan::actionName(step.action), step.installedVersion, target);
+    case LVApplyPlan::Action::Uninstall:
+        return QStringLiteral("uninstall %1").arg(step.installedVersion);
+    }
+    return QString();
+}
+
+// Whether the machine now matches what the step asked for, by the version detected now.
+bool stepMet(const LVApplyPlan::Step& step, const QString& detected)
+{
+    if (step.action == LVApplyPlan::Action::Uninstall)
+        return detected.isNull();
+    if (step.action == LVApplyPlan::Action::None)
+        return true;
+    return !detected.isNull() && VMUtils::compareVersion(detected, step.target->productVersion()) == 0;
+}
+
+bool needsAdministrator(const QList<LVApplyPlan::Step>& steps)
+{
+    for (const LVApplyPlan::Step& step : steps) {
+        if (step.action == LVApplyPlan::Action::Uninstall)
+            return true;
+        if (step.target && step.product->installerSettingsForVersionItem(step.target.get())
+                               .value_or(QVariantMap())
+                               .value(QLatin1String(LVInstaller::requiresAuthenticationKey))
+                               .toBool())
+            return true;
+    }
+    return false;
+}
+
+// Carries out a plan: uninstalls, then installs (one download per installer), all under one
+// administrator authorization, through the command line's session. Judged by what is detected after.
+int applyPlan(const QList<LVApplyPlan::Step>& steps, bool dryRun, bool yes, bool json)
+{
+    bool changes = false;
+    for (const LVApplyPlan::Step& step : steps)
+        changes = changes || step.action != LVApplyPlan::Action::None;
+    const auto stepJson = [](const LVApplyPlan::Step& step) {
+        return QJsonObject{
+            {QStringLiteral("id"), step.product->productID()},
+            {QStringLiteral("title"), step.product->title()},
+            {QStringLiteral("action"), LVApplyPlan::actionName(step.action)},
+            {QStringLiteral("wanted"), step.wanted},
+            {QStringLiteral("installedVersion"), versionOrNull(step.installedVersion)},
+            {QStringLiteral("targetVersion"), step.target ? QJsonValue(step.target->productVersion()) : QJsonValue()}};
+    };
+    if (!json || dryRun) {
+        for (const LVApplyPlan::Step& step : steps) {
+            if (json) {
+                QJsonObject object = stepJson(step);
+                object.insert(QStringLiteral("outcome"), QStringLiteral("planned"));
+                printJson(object);
+            } else {
+                out() << step.product->productID() << "  " << step.product->title() << "  " << planLine(step) << '\n';
+            }
+        }
+        out().flush();
+    }
+    if (dryRun)
+        return changes ? LVCommandLine::UpdatesAvailable : LVCommandLine::Success;
+    if (!changes) {
+        if (json) {
+            for (const LVApplyPlan::Step& step : steps) {
+                QJsonObject object = stepJson(step);
+                object.insert(QStringLiteral("outcome"), QStringLiteral("unchanged"));
+                object.insert(QStringLiteral("version"), versionOrNull(step.installedVersion));
+                printJson(object);
+            }
+        } else {
+            out() << "Nothing to do: this machine matches the file.\n";
+            out().flush();
+        }
+        return LVCommandLine::Success;
+    }
+
+    QString error;
+    LVOperationLock lock;
+    if (!lock.tryLock(&error)) {
+        err() << error << '\n';
+        return LVCommandLine::Locked;
+    }
+    installConsent(yes);
+    LVHeadlessSession session;
+    if (needsAdministrator(steps))
+        session.setAuthorization(std::make_shared<LVAdminAuthorization>(LVInstaller::defaultAuthorizationFlags()));
+    ProgressLine progress(json);
+    if (progress.shown()) {
+        session.setProgressHandler([&progress](const VMSingleProductItem& product, const QString& text) {
+            progress.show(product.title() + QStringLiteral(": ") + text);
+        });
+    }
+
+    QList<VMSingleProductItemPtr> removals;
+    QList<LVHeadlessSession::Target> installs;
+    QStringList installers;
+    for (const LVApplyPlan::Step& step : steps) {
+        if (step.action == LVApplyPlan::Action::Uninstall) {
+            removals.append(step.product);
+        } else if (step.target) {
+            // Products that share an installer get it once.
+            const QString url = step.product->installerSettingsForVersionItem(step.target.get())
+                                    .value_or(QVariantMap())
+                                    .value(QStringLiteral("downloadURL"))
+                                    .toString();
+            if (url.isEmpty() || !installers.contains(url))
+                installs.append({step.product, step.target});
+            installers.append(url);
+        }
+    }
+    QHash<QString, QString> details;
+    QList<LVHeadlessSession::Result> results;
+    if (!removals.isEmpty())
+        results += session.uninstall(removals);
+    if (!installs.isEmpty())
+        results += session.install(installs);
+    progress.clear();
+    for (const LVHeadlessSession::Result& result : std::as_const(results)) {
+        if (!result.detail.isEmpty())
+            details.insert(result.productID, result.detail);
+    }
+
+    bool failed = false;
+    for (const LVApplyPlan::Step& step : steps) {
+        const QString detected = LVHeadlessSession::detectInstalledVersion(*step.product);
+        const bool met = stepMet(step, detected);
+        const QString outcome = step.action == LVApplyPlan::Action::None ? QStringLiteral("unchanged")
+                                : met                                    ? QStringLiteral("succeeded")
+                                                                         : QStringLiteral("failed");
+        failed = failed || !met;
+        QString detail = details.value(step.product->productID());
+        if (!met && detail.isEmpty())
+            detail = QStringLiteral("Version %1 is detected afterwards.").arg(versionOrDash(detected));
+        if (met)
+            detail.clear(); // the machine is as asked, whatever the installer's own words
+        if (json) {
+            QJsonObject object = stepJson(step);
+            object.insert(QStringLiteral("outcome"), outcome);
+            object.insert(QStringLiteral("version"), versionOrNull(detected));
+            if (!detail.isEmpty())
+                object.insert(QStringLiteral("detail"), detail);
+            printJson(object);
+        } else if (step.action != LVApplyPlan::Action::None) {
+            out() << step.product->productID() << "  " << LVApplyPlan::actionName(step.action) << "  " << outcome;
+            if (!detail.isEmpty())
+                out() << "  " << detail;
+            out() << '\n';
+        }
+    }
+    out().flush();
+    return failed ? LVCommandLine::ActionFailed : LVCommandLine::Success;
+}
+
+int mirror(const QByteArray& catalogueData, const QString& folder, const QUrl& baseURL, bool allVersions, bool json)
+{
+    const QVariant root = VMPropertyList::fromData(catalogueData);
+    if (root.typeId() != QMetaType::QVariantMap) {
+        err() << "The catalogue is not a property-list dictionary.\n";
+        return LVCommandLine::CatalogueUnavailable;
+    }
+    LVCatalogueMirror mirror(folder, baseURL, allVersions);
+    ProgressLine progress(json);
+    if (progress.shown())
+        mirror.setProgressHandler([&progress](const QString& text) { progress.show(text); });
+    QString error;
+    const QList<LVCatalogueMirror::FileResult> results = mirror.run(root.toMap(), &error);
+    progress.clear();
+    int downloaded = 0;
+    int unchanged = 0;
+    int failed = 0;
+    qint64 bytes = 0;
+    for (const LVCatalogueMirror::FileResult& result : results) {
+        if (json) {
+            QJsonObject object{{QStringLiteral("path"), result.path},
+                               {QStringLiteral("url"), result.url},
+                               {QStringLiteral("outcome"), result.outcome},
+                               {QStringLiteral("bytes"), double(result.bytes)},
+                               {QStringLiteral("package"), result.package}};
+            if (!result.sha256.isEmpty())
+                object.insert(QStringLiteral("sha256"), result.sha256);
+            if (!result.detail.isEmpty())
+                object.insert(QStringLiteral("detail"), result.detail);
+            printJson(object);
+        } else if (result.outcome == QLatin1String("failed")) {
+            err() << result.url << ": " << result.detail << '\n';
+        }
+        if (result.outcome == QLatin1String("downloaded")) {
+            ++downloaded;
+            bytes += result.bytes;
+        }
+        unchanged += result.outcome == QLatin1String("unchanged") ? 1 : 0;
+        failed += result.outcome == QLatin1String("failed") ? 1 : 0;
+    }
+    if (!json) {
+        out() << "Mirror in " << QDir(folder).absolutePath() << ": " << downloaded << " file(s) downloaded ("
+              << QString::number(double(bytes) / 1e6, 'f', 1) << " MB), " << unchanged << " unchanged, " << failed
+              << " failed.\n";
+        out().flush();
+    }
+    if (!error.isEmpty())
+        err() << error << '\n';
+    return failed > 0 || !error.isEmpty() ? LVCommandLine::ActionFailed : LVCommandLine::Success;
+}
+
 } // namespace
 
 bool LVCommandLine::isCommand(const QStringList& arguments)
 {
-    for (const QString& argument : arguments.mid(1)) {
-        for (const QString& option : commandOptions) {
-            if (argument == QLatin1String("--") + option || argument.startsWith(QLatin1String("--") + option + '='))
-                return true;
-        }
-    }
-    return false;
+    // The window takes no arguments of its own: anything else is a command, or a usage error
+    // that the command line reports (a typo must not start a window, nor fail without a display).
+    return !ownArguments(arguments).isEmpty();
 }
 
 int LVCommandLine::run(const QStringList& arguments)
@@ -345,6 +648,7 @@ int LVCommandLine::run(const QStringList& arguments)
                                                     "usage, 3 catalogue unavailable, 4 another copy is busy, 5 "
                                                     "updates available (--check)."));
     parser.addHelpOption();
+    parser.addVersionOption();
     parser.addOptions({
         {QStringLiteral("list"), QStringLiteral("List every product and bundle with its status.")},
         {QStringLiteral("check"), QStringLiteral("List what has an update; exit status 5 when something has.")},
@@ -352,35 +656,80 @@ int LVCommandLine::run(const QStringList& arguments)
         {QStringLiteral("update-all"), QStringLiteral("Update every installed product that has an update.")},
         {QStringLiteral("uninstall"), QStringLiteral("Uninstall products or bundles.")},
         {QStringLiteral("history"), QStringLiteral("Print the record of installs and uninstalls.")},
+        {QStringLiteral("apply"),
+         QStringLiteral("Make this machine match a desired-state file (JSON object or property list: ID -> "
+                        "\"latest\", a version or \"absent\")."),
+         QStringLiteral("FILE")},
+        {QStringLiteral("dry-run"), QStringLiteral("With --apply: only print the plan (exit status 5 when it changes "
+                                                   "something).")},
+        {QStringLiteral("mirror"),
+         QStringLiteral("Write or refresh a mirror of the catalogue, its packages and files that a web server can "
+                        "serve."),
+         QStringLiteral("DIR")},
+        {QStringLiteral("base-url"),
+         QStringLiteral("With --mirror: the address the mirror is served at (default: paths on the server override)."),
+         QStringLiteral("URL")},
+        {QStringLiteral("all-versions"),
+         QStringLiteral("With --mirror: every version's package, not only the latest.")},
         {QStringLiteral("json"), QStringLiteral("One JSON object per line instead of text.")},
         {QStringLiteral("yes"), QStringLiteral("Grant the administrator step unasked where the platform allows.")},
         {QStringLiteral("catalogue"), QStringLiteral("Use this catalogue file or URL."), QStringLiteral("FILE|URL")},
     });
     parser.addPositionalArgument(QStringLiteral("IDs"),
                                  QStringLiteral("Product or bundle IDs for --install and --uninstall."));
-    if (!parser.parse(arguments)) {
-        err() << parser.errorText() << '\n';
+    // A usage error names what is wrong, then lists the commands.
+    const auto usageError = [&parser](const QString& message) {
+        err() << message << "\n\n" << parser.helpText();
+        err().flush();
         return UsageError;
-    }
+    };
+    if (!parser.parse(QStringList{arguments.value(0)} + ownArguments(arguments)))
+        return usageError(parser.errorText());
     if (parser.isSet(QStringLiteral("help"))) {
         out() << parser.helpText();
+        return Success;
+    }
+    if (parser.isSet(QStringLiteral("version"))) {
+        out() << QCoreApplication::applicationName() << ' ' << QCoreApplication::applicationVersion() << '\n';
         return Success;
     }
     const bool json = parser.isSet(QStringLiteral("json"));
     int commands = 0;
     for (const QString& option : commandOptions)
         commands += parser.isSet(option) ? 1 : 0;
-    if (commands != 1) {
-        err() << "Give exactly one of --list, --check, --install, --update-all, --uninstall, --history.\n";
-        return UsageError;
+    if (commands != 1)
+        return usageError(QStringLiteral("Give exactly one of --list, --check, --install, --update-all, --uninstall, "
+                                         "--history, --apply, --mirror."));
+    const bool applying = parser.isSet(QStringLiteral("apply"));
+    const bool mirroring = parser.isSet(QStringLiteral("mirror"));
+    if (parser.isSet(QStringLiteral("dry-run")) && !applying)
+        return usageError(QStringLiteral("--dry-run goes with --apply."));
+    if ((parser.isSet(QStringLiteral("base-url")) || parser.isSet(QStringLiteral("all-versions"))) && !mirroring)
+        return usageError(QStringLiteral("--base-url and --all-versions go with --mirror."));
+    const QUrl baseURL(parser.value(QStringLiteral("base-url")), QUrl::StrictMode);
+    if (parser.isSet(QStringLiteral("base-url")) &&
+        (!baseURL.isValid() || baseURL.host().isEmpty() ||
+         (baseURL.scheme() != QLatin1String("http") && baseURL.scheme() != QLatin1String("https"))))
+        return usageError(QStringLiteral("Not an http or https address: %1").arg(parser.value("base-url")));
+    // The desired state is read before anything else, so that a bad file costs nothing.
+    QVariantMap desired;
+    if (applying) {
+        QString fileError;
+        desired = LVApplyPlan::readFile(parser.value(QStringLiteral("apply")), &fileError);
+        if (!fileError.isEmpty()) {
+            err() << fileError << '\n';
+            return UsageError;
+        }
     }
+    const QStringList ids = parser.positionalArguments();
+    const bool takesIDs = parser.isSet(QStringLiteral("install")) || parser.isSet(QStringLiteral("uninstall"));
+    if (!takesIDs && !ids.isEmpty())
+        return usageError(QStringLiteral("Unexpected argument: %1").arg(ids.first()));
     if (parser.isSet(QStringLiteral("history")))
         return history(json);
 
-    const bool changes = parser.isSet(QStringLiteral("install")) || parser.isSet(QStringLiteral("uninstall")) ||
-                         parser.isSet(QStringLiteral("update-all"));
-    const QStringList ids = parser.positionalArguments();
-    if ((parser.isSet(QStringLiteral("install")) || parser.isSet(QStringLiteral("uninstall"))) && ids.isEmpty()) {
+    const bool changes = takesIDs || parser.isSet(QStringLiteral("update-all"));
+    if (takesIDs && ids.isEmpty()) {
         err() << "Name at least one product or bundle ID.\n";
         return UsageError;
     }
@@ -399,7 +748,20 @@ int LVCommandLine::run(const QStringList& arguments)
               << '\n';
         return CatalogueUnavailable;
     }
+    if (mirroring)
+        return mirror(data, parser.value(QStringLiteral("mirror")), baseURL,
+                      parser.isSet(QStringLiteral("all-versions")), json);
     const VMProductsCollection& collection = *catalogue.productsCollection();
+    if (applying) {
+        QString planError;
+        const QList<LVApplyPlan::Step> steps =
+            LVApplyPlan::make(desired, collection, &LVHeadlessSession::detectInstalledVersion, &planError);
+        if (!planError.isEmpty()) {
+            err() << planError << '\n';
+            return UsageError;
+        }
+        return applyPlan(steps, parser.isSet(QStringLiteral("dry-run")), parser.isSet(QStringLiteral("yes")), json);
+    }
 
     if (parser.isSet(QStringLiteral("list")))
         return list(collection, json);
