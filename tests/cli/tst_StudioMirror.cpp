@@ -169,13 +169,13 @@ void tst_StudioMirror::mirrorServeAndApply()
     }
     QFile config(prefix + QStringLiteral("/nginx.conf"));
     QVERIFY(config.open(QIODevice::WriteOnly));
-    config.write(QStringLiteral("daemon off;\nmaster_process off;\nworker_processes 1;\npid %1/nginx.pid;\n"
-                                "error_log %1/error.log;\nevents { worker_connections 64; }\nhttp {\n"
-                                "    access_log %1/access.log;\n    client_body_temp_path %1/temp/body;\n"
-                                "    proxy_temp_path %1/temp/proxy;\n    fastcgi_temp_path %1/temp/fastcgi;\n"
-                                "    uwsgi_temp_path %1/temp/uwsgi;\n    scgi_temp_path %1/temp/scgi;\n"
+    config.write(QStringLiteral("daemon off;\nmaster_process off;\nworker_processes 1;\npid \"%1/nginx.pid\";\n"
+                                "error_log \"%1/error.log\";\nevents { worker_connections 64; }\nhttp {\n"
+                                "    access_log \"%1/access.log\";\n    client_body_temp_path \"%1/temp/body\";\n"
+                                "    proxy_temp_path \"%1/temp/proxy\";\n    fastcgi_temp_path \"%1/temp/fastcgi\";\n"
+                                "    uwsgi_temp_path \"%1/temp/uwsgi\";\n    scgi_temp_path \"%1/temp/scgi\";\n"
                                 "    default_type application/octet-stream;\n"
-                                "    server { listen 127.0.0.1:%2; root %3; }\n}\n")
+                                "    server { listen 127.0.0.1:%2; root \"%3\"; }\n}\n")
                      .arg(prefix)
                      .arg(port)
                      .arg(mirror)
