@@ -19,7 +19,6 @@
 #include "platform/SystemInfo.h"
 
 #include <QCommandLineParser>
-#include <QCoreApplication>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
@@ -648,7 +647,6 @@ int LVCommandLine::run(const QStringList& arguments)
                                                     "usage, 3 catalogue unavailable, 4 another copy is busy, 5 "
                                                     "updates available (--check)."));
     parser.addHelpOption();
-    parser.addVersionOption();
     parser.addOptions({
         {QStringLiteral("list"), QStringLiteral("List every product and bundle with its status.")},
         {QStringLiteral("check"), QStringLiteral("List what has an update; exit status 5 when something has.")},
@@ -687,10 +685,6 @@ int LVCommandLine::run(const QStringList& arguments)
         return usageError(parser.errorText());
     if (parser.isSet(QStringLiteral("help"))) {
         out() << parser.helpText();
-        return Success;
-    }
-    if (parser.isSet(QStringLiteral("version"))) {
-        out() << QCoreApplication::applicationName() << ' ' << QCoreApplication::applicationVersion() << '\n';
         return Success;
     }
     const bool json = parser.isSet(QStringLiteral("json"));
