@@ -204,6 +204,9 @@ void tst_LVCommandLine::usageErrorsAndExitStatuses_data()
     QTest::newRow("typo, display") << QStringList{"--aply", "state.json"} << true << 2 << true;
     QTest::newRow("unknown option beside a toolkit one")
         << QStringList{"-style", "Fusion", "--no-such-option"} << true << 2 << true;
+    QTest::newRow("desired-state file missing")
+        << QStringList{"--apply", "/nonexistent/state.json", "--yes"} << false << 2 << false;
+    QTest::newRow("dry run without apply") << QStringList{"--list", "--dry-run"} << false << 2 << true;
     QTest::newRow("stray argument") << QStringList{"state.json"} << false << 2 << true;
     QTest::newRow("argument a command does not take") << QStringList{"--list", "LV-PRISM"} << false << 2 << true;
 }
