@@ -3,7 +3,10 @@
 #include "catalogue/LVServers.h"
 #include "catalogue/VMCatalogue.h"
 #include "catalogue/VMInstallStatus.h"
+#include "cli/LVApplyPlan.h"
+#include "cli/LVConsole.h"
 #include "cli/LVHeadlessSession.h"
+#include "cli/LVStudioCommands.h"
 #include "engines/LVActionHistory.h"
 #include "engines/LVDownloader.h"
 #include "engines/LVOperationLock.h"
@@ -18,34 +21,75 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QTextStream>
 #include <cstdio>
 
 namespace {
 
-const QStringList commandOptions = {QStringLiteral("list"),      QStringLiteral("check"),
-                                    QStringLiteral("install"),   QStringLiteral("update-all"),
-                                    QStringLiteral("uninstall"), QStringLiteral("history")};
+const QStringList commandOptions = {
+    QStringLiteral("list"),      QStringLiteral("check"),   QStringLiteral("install"), QStringLiteral("update-all"),
+    QStringLiteral("uninstall"), QStringLiteral("history"), QStringLiteral("apply"),   QStringLiteral("mirror")};
 
-QTextStream& out()
+// The toolkit's own options, which the window's application object takes out of the arguments;
+// "-name value", "--name value" and "-name=value" alike.
+const QStringList toolkitOptionsWithValue = {QStringLiteral("platform"),
+                                             QStringLiteral("platformpluginpath"),
+                                             QStringLiteral("platformtheme"),
+                                             QStringLiteral("plugin"),
+                                             QStringLiteral("qwindowgeometry"),
+                                             QStringLiteral("qwindowicon"),
+                                             QStringLiteral("qwindowtitle"),
+                                             QStringLiteral("session"),
+                                             QStringLiteral("display"),
+                                             QStringLiteral("geometry"),
+                                             QStringLiteral("style"),
+                                             QStringLiteral("stylesheet"),
+                                             QStringLiteral("title"),
+                                             QStringLiteral("icon"),
+                                             QStringLiteral("name"),
+                                             QStringLiteral("dialogs"),
+                                             QStringLiteral("fontengine"),
+                                             QStringLiteral("visual"),
+                                             QStringLiteral("ncols"),
+                                             QStringLiteral("cmap"),
+                                             QStringLiteral("qmljsdebugger")};
+const QStringList toolkitFlags = {QStringLiteral("reverse"), QStringLiteral("widgetcount"), QStringLiteral("nograb"),
+                                  QStringLiteral("dograb"),  QStringLiteral("testability"), QStringLiteral("sync")};
+
+// The arguments without the program name and without the toolkit's options.
+QStringList ownArguments(const QStringList& arguments)
 {
-    static QTextStream stream(stdout);
-    return stream;
+    QStringList own;
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        // The process serial number a Mac's Finder passed to applications it launched.
+        if (argument.startsWith(QLatin1String("-psn_")))
+            continue;
+        QString name = argument;
+        if (name.startsWith(QLatin1String("--")))
+            name.remove(0, 1);
+        if (!name.startsWith(QLatin1Char('-')) || name.size() < 2) {
+            own.append(argument);
+            continue;
+        }
+        name.remove(0, 1);
+        const QString key = name.section(QLatin1Char('='), 0, 0);
+        if (toolkitFlags.contains(key) && !name.contains(QLatin1Char('=')))
+            continue;
+        if (toolkitOptionsWithValue.contains(key)) {
+            if (!name.contains(QLatin1Char('=')))
+                ++i; // the value follows
+            continue;
+        }
+        own.append(argument);
+    }
+    return own;
 }
 
-QTextStream& err()
-{
-    static QTextStream stream(stderr);
-    return stream;
-}
-
-void printJson(const QJsonObject& object)
-{
-    out() << QJsonDocument(object).toJson(QJsonDocument::Compact) << '\n';
-    out().flush();
-}
+using LVConsole::err;
+using LVConsole::out;
+using LVConsole::printJson;
 
 // Waits for a downloader into memory on the main thread's event loop.
 class CatalogueFetch : public QObject, public LVDownloaderDelegate
@@ -320,13 +364,9 @@ void installConsent(bool yes)
 
 bool LVCommandLine::isCommand(const QStringList& arguments)
 {
-    for (const QString& argument : arguments.mid(1)) {
-        for (const QString& option : commandOptions) {
-            if (argument == QLatin1String("--") + option || argument.startsWith(QLatin1String("--") + option + '='))
-                return true;
-        }
-    }
-    return false;
+    // The window takes no arguments of its own: anything else is a command, or a usage error
+    // that the command line reports (a typo must not start a window, nor fail without a display).
+    return !ownArguments(arguments).isEmpty();
 }
 
 int LVCommandLine::run(const QStringList& arguments)
@@ -344,16 +384,35 @@ int LVCommandLine::run(const QStringList& arguments)
         {QStringLiteral("update-all"), QStringLiteral("Update every installed product that has an update.")},
         {QStringLiteral("uninstall"), QStringLiteral("Uninstall products or bundles.")},
         {QStringLiteral("history"), QStringLiteral("Print the record of installs and uninstalls.")},
+        {QStringLiteral("apply"),
+         QStringLiteral("Make this machine match a desired-state file (JSON object or property list: ID -> "
+                        "\"latest\", a version or \"absent\")."),
+         QStringLiteral("FILE")},
+        {QStringLiteral("dry-run"), QStringLiteral("With --apply: only print the plan (exit status 5 when it changes "
+                                                   "something).")},
+        {QStringLiteral("mirror"),
+         QStringLiteral("Write or refresh a mirror of the catalogue, its packages and files that a web server can "
+                        "serve."),
+         QStringLiteral("DIR")},
+        {QStringLiteral("base-url"),
+         QStringLiteral("With --mirror: the address the mirror is served at (default: paths on the server override)."),
+         QStringLiteral("URL")},
+        {QStringLiteral("all-versions"),
+         QStringLiteral("With --mirror: every version's package, not only the latest.")},
         {QStringLiteral("json"), QStringLiteral("One JSON object per line instead of text.")},
         {QStringLiteral("yes"), QStringLiteral("Grant the administrator step unasked where the platform allows.")},
         {QStringLiteral("catalogue"), QStringLiteral("Use this catalogue file or URL."), QStringLiteral("FILE|URL")},
     });
     parser.addPositionalArgument(QStringLiteral("IDs"),
                                  QStringLiteral("Product or bundle IDs for --install and --uninstall."));
-    if (!parser.parse(arguments)) {
-        err() << parser.errorText() << '\n';
+    // A usage error names what is wrong, then lists the commands.
+    const auto usageError = [&parser](const QString& message) {
+        err() << message << "\n\n" << parser.helpText();
+        err().flush();
         return UsageError;
-    }
+    };
+    if (!parser.parse(QStringList{arguments.value(0)} + ownArguments(arguments)))
+        return usageError(parser.errorText());
     if (parser.isSet(QStringLiteral("help"))) {
         out() << parser.helpText();
         return Success;
@@ -362,17 +421,39 @@ int LVCommandLine::run(const QStringList& arguments)
     int commands = 0;
     for (const QString& option : commandOptions)
         commands += parser.isSet(option) ? 1 : 0;
-    if (commands != 1) {
-        err() << "Give exactly one of --list, --check, --install, --update-all, --uninstall, --history.\n";
-        return UsageError;
+    if (commands != 1)
+        return usageError(QStringLiteral("Give exactly one of --list, --check, --install, --update-all, --uninstall, "
+                                         "--history, --apply, --mirror."));
+    const bool applying = parser.isSet(QStringLiteral("apply"));
+    const bool mirroring = parser.isSet(QStringLiteral("mirror"));
+    if (parser.isSet(QStringLiteral("dry-run")) && !applying)
+        return usageError(QStringLiteral("--dry-run goes with --apply."));
+    if ((parser.isSet(QStringLiteral("base-url")) || parser.isSet(QStringLiteral("all-versions"))) && !mirroring)
+        return usageError(QStringLiteral("--base-url and --all-versions go with --mirror."));
+    const QUrl baseURL(parser.value(QStringLiteral("base-url")), QUrl::StrictMode);
+    if (parser.isSet(QStringLiteral("base-url")) &&
+        (!baseURL.isValid() || baseURL.host().isEmpty() ||
+         (baseURL.scheme() != QLatin1String("http") && baseURL.scheme() != QLatin1String("https"))))
+        return usageError(QStringLiteral("Not an http or https address: %1").arg(parser.value("base-url")));
+    // The desired state is read before anything else, so that a bad file costs nothing.
+    QVariantMap desired;
+    if (applying) {
+        QString fileError;
+        desired = LVApplyPlan::readFile(parser.value(QStringLiteral("apply")), &fileError);
+        if (!fileError.isEmpty()) {
+            err() << fileError << '\n';
+            return UsageError;
+        }
     }
+    const QStringList ids = parser.positionalArguments();
+    const bool takesIDs = parser.isSet(QStringLiteral("install")) || parser.isSet(QStringLiteral("uninstall"));
+    if (!takesIDs && !ids.isEmpty())
+        return usageError(QStringLiteral("Unexpected argument: %1").arg(ids.first()));
     if (parser.isSet(QStringLiteral("history")))
         return history(json);
 
-    const bool changes = parser.isSet(QStringLiteral("install")) || parser.isSet(QStringLiteral("uninstall")) ||
-                         parser.isSet(QStringLiteral("update-all"));
-    const QStringList ids = parser.positionalArguments();
-    if ((parser.isSet(QStringLiteral("install")) || parser.isSet(QStringLiteral("uninstall"))) && ids.isEmpty()) {
+    const bool changes = takesIDs || parser.isSet(QStringLiteral("update-all"));
+    if (takesIDs && ids.isEmpty()) {
         err() << "Name at least one product or bundle ID.\n";
         return UsageError;
     }
@@ -391,7 +472,21 @@ int LVCommandLine::run(const QStringList& arguments)
               << '\n';
         return CatalogueUnavailable;
     }
+    if (mirroring)
+        return LVStudioCommands::mirror(data, parser.value(QStringLiteral("mirror")), baseURL,
+                                        parser.isSet(QStringLiteral("all-versions")), json);
     const VMProductsCollection& collection = *catalogue.productsCollection();
+    if (applying) {
+        QString planError;
+        const QList<LVApplyPlan::Step> steps =
+            LVApplyPlan::make(desired, collection, &LVHeadlessSession::detectInstalledVersion, &planError);
+        if (!planError.isEmpty()) {
+            err() << planError << '\n';
+            return UsageError;
+        }
+        installConsent(parser.isSet(QStringLiteral("yes")));
+        return LVStudioCommands::apply(steps, parser.isSet(QStringLiteral("dry-run")), json);
+    }
 
     if (parser.isSet(QStringLiteral("list")))
         return list(collection, json);

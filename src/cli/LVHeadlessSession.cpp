@@ -200,9 +200,11 @@ QList<LVHeadlessSession::Result> LVHeadlessSession::install(const QList<Target>&
         for (Job* job : ready)
             job->waiter->begin();
         runInBackgroundAndWait([&] {
-            std::unique_ptr<LVAdminAuthorization> authorization;
+            std::shared_ptr<LVAdminAuthorization> authorization;
             if (needsAdministrator) {
-                authorization = std::make_unique<LVAdminAuthorization>(LVInstaller::defaultAuthorizationFlags());
+                authorization = _authorization
+                                    ? _authorization
+                                    : std::make_shared<LVAdminAuthorization>(LVInstaller::defaultAuthorizationFlags());
                 authorizationStatus = authorization->status();
                 if (!authorization->isGranted())
                     return;
@@ -282,14 +284,16 @@ QList<LVHeadlessSession::Result> LVHeadlessSession::uninstall(const QList<VMSing
     int authorizationStatus = PrivilegedExecution::Success;
     QList<bool> started(static_cast<qsizetype>(pending.size()), false);
     runInBackgroundAndWait([&] {
-        LVAdminAuthorization authorization(LVUninstaller::defaultAuthorizationFlags());
-        authorizationStatus = authorization.status();
-        if (!authorization.isGranted())
+        const std::shared_ptr<LVAdminAuthorization> authorization =
+            _authorization ? _authorization
+                           : std::make_shared<LVAdminAuthorization>(LVUninstaller::defaultAuthorizationFlags());
+        authorizationStatus = authorization->status();
+        if (!authorization->isGranted())
             return;
         for (size_t i = 0; i < pending.size(); ++i) {
             pending[i]->waiter->begin();
             started[static_cast<qsizetype>(i)] =
-                pending[i]->operation->runUninstallSynchronously(authorization.authorizationRef());
+                pending[i]->operation->runUninstallSynchronously(authorization->authorizationRef());
         }
     });
     for (size_t i = 0; i < pending.size(); ++i) {

@@ -8,7 +8,9 @@
 #include <QObject>
 #include <QString>
 #include <functional>
+#include <memory>
 
+class LVAdminAuthorization;
 class LVProductOperation;
 
 // Installs and uninstalls products without a window, through the same per-product operation the
@@ -39,6 +41,12 @@ public:
     ~LVHeadlessSession() override;
 
     void setProgressHandler(ProgressHandler handler) { _progress = std::move(handler); }
+    // Every later install and uninstall runs under this authorization, held by the caller for a
+    // whole run, instead of acquiring one of its own.
+    void setAuthorization(std::shared_ptr<LVAdminAuthorization> authorization)
+    {
+        _authorization = std::move(authorization);
+    }
 
     QList<Result> install(const QList<Target>& targets);
     QList<Result> uninstall(const QList<VMSingleProductItemPtr>& products);
@@ -51,4 +59,5 @@ public:
 
 private:
     ProgressHandler _progress;
+    std::shared_ptr<LVAdminAuthorization> _authorization;
 };

@@ -233,6 +233,9 @@ void LVDownloadSession::finish(const std::shared_ptr<LVDownloadTask>& task, cons
 {
     if (_running.erase(task->taskIdentifier()))
         curl_multi_remove_handle(_multi, task->_easy);
+    long status = 0;
+    if (task->_easy && curl_easy_getinfo(task->_easy, CURLINFO_RESPONSE_CODE, &status) == CURLE_OK)
+        task->_statusCode.store(static_cast<int>(status));
     curl_easy_cleanup(task->_easy);
     task->_easy = nullptr;
     task->_state.store(LVDownloadTask::Completed);

@@ -33,6 +33,8 @@ public:
     // The body size the server announced; 0 before the response, -1 when it announced none.
     qint64 countOfBytesExpectedToReceive() const { return _countOfBytesExpectedToReceive.load(); }
     qint64 countOfBytesReceived() const { return _countOfBytesReceived.load(); }
+    // The HTTP status of the response once the task has ended; 0 when there was none.
+    int statusCode() const { return _statusCode.load(); }
 
     // Starts a suspended task; false when it was not suspended.
     bool resume();
@@ -73,6 +75,7 @@ private:
     std::atomic<int> _state{Suspended};
     std::atomic<qint64> _countOfBytesExpectedToReceive{0};
     std::atomic<qint64> _countOfBytesReceived{0};
+    std::atomic<int> _statusCode{0};
 
     // Session thread only.
     CURL* _easy = nullptr;

@@ -4,6 +4,7 @@
 #include "LVDownloadSession.h"
 #include "LVDownloadSessionDelegate.h"
 #include "LVDownloadTask.h"
+#include "catalogue/LVServers.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
@@ -88,11 +89,19 @@ LVDownloader* LVDownloader::downloaderWithURL(const QUrl& url, QObject* parent)
     return initWithURL(url, parent);
 }
 
-LVDownloader* LVDownloader::initWithURL(const QUrl& url, QObject* parent)
+LVDownloader* LVDownloader::initWithURL(const QUrl& givenURL, QObject* parent)
 {
-    if (url.isEmpty() || !url.isValid()) {
+    if (givenURL.isEmpty() || !givenURL.isValid()) {
         VM_LOG_MESSAGE(QStringLiteral("url = nil"));
         return nullptr;
+    }
+    // A URL of a path alone (a mirror's catalogue names "/VM_installers/...") is on the download
+    // server, so that one mirror serves machines whatever address they reach it by.
+    QUrl url = givenURL;
+    if (url.isRelative() && url.host().isEmpty() && url.path().startsWith(QLatin1Char('/'))) {
+        url = LVServers::downloadURL(givenURL.path(QUrl::FullyEncoded));
+        if (givenURL.hasQuery())
+            url.setQuery(givenURL.query(QUrl::FullyEncoded));
     }
     // Every request goes over plain HTTP, even where the catalogue names a secure URL.
     QString absoluteString = QString::fromUtf8(url.toEncoded());
@@ -268,8 +277,13 @@ void LVDownloader::URLSessionDidWriteData(LVDownloadSession*, LVDownloadTask* da
 void LVDownloader::URLSession(LVDownloadSession*, LVDownloadTask* task, const VMError& error)
 {
     const quint64 identifier = task->taskIdentifier();
-    VMDispatch::performOnMainThread(
-        [identifier, error] { deliver(identifier, [&](LVDownloader* d) { d->didCompleteWithError(error); }); });
+    const int status = task->statusCode();
+    VMDispatch::performOnMainThread([identifier, error, status] {
+        deliver(identifier, [&](LVDownloader* d) {
+            d->_statusCode = status;
+            d->didCompleteWithError(error);
+        });
+    });
     if (error) {
         VM_LOG_MESSAGE(error.description());
     } else {

@@ -67,6 +67,8 @@ public:
     // What the server announced: 0 before the response and once the task has ended, -1 when unknown.
     qint64 expectedDataSize() const;
     quint64 currentDownloadDataSize() const { return _downloadDataSize; }
+    // The HTTP status of the response once the download has ended (200, 404, ...); 0 without one.
+    int statusCode() const { return _statusCode; }
 
     // Null once the delegate object is destroyed. The delegate must be a QObject.
     LVDownloaderDelegate* delegate() const;
@@ -121,6 +123,7 @@ private:
     LVDownloaderDelegate* _delegate = nullptr;
     QPointer<QObject> _delegateObject;
     qint64 _identifier = 0;
+    int _statusCode = 0;
     QVariant _representedObject;
     quint64 _downloadTaskIdentifier = 0;
     QMutex _downloadCompleteConditionLock;

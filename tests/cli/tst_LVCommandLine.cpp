@@ -5,6 +5,7 @@
 #include <QDirIterator>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLockFile>
 #include <QProcess>
 #include <QtTest>
 
@@ -22,6 +23,7 @@ private slots:
     void updateAllThenUninstall();
     void usageErrorsAndExitStatuses_data();
     void usageErrorsAndExitStatuses();
+    void toolkitOptionsKeepWorking();
     void lockHeldByAnotherCopy();
     void killedDownloadIsClearedAtNextStart();
     void swappedPackageIsRefused();
@@ -35,7 +37,8 @@ private:
         QByteArray err;
         QList<QJsonObject> objects() const;
     };
-    Run run(const QStringList& arguments, int timeout = 120000);
+    // `display`: run with a (virtual) display, as a window start would have one.
+    Run run(const QStringList& arguments, int timeout = 120000, bool display = false);
 
     // Packages left in the temporary folder, leaving out the demo server's own site.
     QStringList leftPackages() const;
@@ -107,7 +110,7 @@ void tst_LVCommandLine::cleanup()
     _env.reset();
 }
 
-tst_LVCommandLine::Run tst_LVCommandLine::run(const QStringList& arguments, int timeout)
+tst_LVCommandLine::Run tst_LVCommandLine::run(const QStringList& arguments, int timeout, bool display)
 {
     QProcess process;
     process.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/src/lumivane-manager"));
@@ -115,6 +118,8 @@ tst_LVCommandLine::Run tst_LVCommandLine::run(const QStringList& arguments, int 
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("DISPLAY"));
     environment.remove(QStringLiteral("QT_QPA_PLATFORM")); // a core application needs no platform plugin
+    if (display)
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     process.setProcessEnvironment(environment);
     process.start();
     process.closeWriteChannel();
@@ -195,23 +200,68 @@ void tst_LVCommandLine::updateAllThenUninstall()
 void tst_LVCommandLine::usageErrorsAndExitStatuses_data()
 {
     QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<bool>("display");
     QTest::addColumn<int>("status");
-    QTest::newRow("no such product") << QStringList{"--install", "LV-NOPE", "--yes"} << 2;
-    QTest::newRow("no such version") << QStringList{"--install", "LV-PRISM@9.9", "--yes"} << 2;
-    QTest::newRow("two commands") << QStringList{"--list", "--check"} << 2;
-    QTest::newRow("install without IDs") << QStringList{"--install"} << 2;
+    QTest::addColumn<bool>("listsCommands");
+    QTest::newRow("no such product") << QStringList{"--install", "LV-NOPE", "--yes"} << false << 2 << false;
+    QTest::newRow("no such version") << QStringList{"--install", "LV-PRISM@9.9", "--yes"} << false << 2 << false;
+    QTest::newRow("two commands") << QStringList{"--list", "--check"} << false << 2 << true;
+    QTest::newRow("install without IDs") << QStringList{"--install"} << false << 2 << false;
     QTest::newRow("missing catalogue file")
-        << QStringList{"--list", "--catalogue", "/nonexistent/catalogue.plist"} << 3;
-    QTest::newRow("catalogue server gone") << QStringList{"--list", "--catalogue", "http://127.0.0.1:1/x.plist"} << 3;
+        << QStringList{"--list", "--catalogue", "/nonexistent/catalogue.plist"} << false << 3 << false;
+    QTest::newRow("catalogue server gone")
+        << QStringList{"--list", "--catalogue", "http://127.0.0.1:1/x.plist"} << false << 3 << false;
+    // A typo never starts a window, with or without a display to show it on.
+    QTest::newRow("typo, no display") << QStringList{"--aply", "state.json"} << false << 2 << true;
+    QTest::newRow("typo, display") << QStringList{"--aply", "state.json"} << true << 2 << true;
+    QTest::newRow("unknown option beside a toolkit one")
+        << QStringList{"-style", "Fusion", "--no-such-option"} << true << 2 << true;
+    QTest::newRow("desired-state file missing")
+        << QStringList{"--apply", "/nonexistent/state.json", "--yes"} << false << 2 << false;
+    QTest::newRow("dry run without apply") << QStringList{"--list", "--dry-run"} << false << 2 << true;
+    QTest::newRow("stray argument") << QStringList{"state.json"} << false << 2 << true;
+    QTest::newRow("argument a command does not take") << QStringList{"--list", "LV-PRISM"} << false << 2 << true;
 }
 
 void tst_LVCommandLine::usageErrorsAndExitStatuses()
 {
     QFETCH(QStringList, arguments);
+    QFETCH(bool, display);
     QFETCH(int, status);
-    const Run result = run(arguments);
+    QFETCH(bool, listsCommands);
+    const Run result = run(arguments, 120000, display);
     QCOMPARE(result.status, status);
     QVERIFY(!result.err.trimmed().isEmpty()); // a reason is always given
+    QCOMPARE(result.err.contains("--update-all"), listsCommands);
+    QVERIFY(result.out.isEmpty());
+}
+
+void tst_LVCommandLine::toolkitOptionsKeepWorking()
+{
+    // Beside a command, the toolkit's options are left to the toolkit.
+    const Run list = run({"-platform", "offscreen", "--list", "-reverse"});
+    QCOMPARE(list.status, 0);
+    QVERIFY2(list.out.contains("LV-PRISM"), list.err.constData());
+
+    // Alone, they start the window, which takes the operation lock at once.
+    QProcess window;
+    window.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/src/lumivane-manager"));
+    window.setArguments({"-platform", "offscreen", "-qwindowtitle", "Lumivane"});
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    window.setProcessEnvironment(environment);
+    window.start();
+    QVERIFY(window.waitForStarted());
+    const auto holder = [] {
+        qint64 pid = 0;
+        QString host;
+        QString application;
+        return QLockFile(LVOperationLock::filePath()).getLockInfo(&pid, &host, &application) ? pid : 0;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(holder() == window.processId() || window.state() != QProcess::Running, 60000);
+    QCOMPARE(window.state(), QProcess::Running);
+    window.kill();
+    window.waitForFinished();
 }
 
 void tst_LVCommandLine::lockHeldByAnotherCopy()
