@@ -73,7 +73,7 @@ int main(int argc, char* argv[])
     // A package that stops after 40 % of its bytes: a download in progress for as long as needed.
     LocalHttpServer stalling;
     LocalHttpServer::Response stalled;
-    stalled.generatedBodySize = 48 * 1024 * 1024;
+    stalled.generatedBodySize = 1024 * 1024;
     stalled.stallAfterBytes = stalled.generatedBodySize * 2 / 5;
     stalling.setRoute("/stalled/Installer.pkg", stalled);
 
@@ -114,7 +114,8 @@ int main(int argc, char* argv[])
     QProgressBar* progress = downloadingRow->downloadProgressBar();
     waitFor([&] { return progress->value() == progress->maximum() * 2 / 5; }, 20000);
     if (progress->value() != progress->maximum() * 2 / 5) {
-        out << "The stalled download does not show 40 %." << Qt::endl;
+        out << "The stalled download does not show 40 %: " << progress->value() << " of " << progress->maximum()
+            << Qt::endl;
         return 1;
     }
 
