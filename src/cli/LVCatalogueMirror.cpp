@@ -3,9 +3,9 @@
 #include "catalogue/LVServers.h"
 #include "catalogue/VMUtils.h"
 #include "engines/LVDownloader.h"
+#include "engines/LVPackageChecksum.h"
 #include "foundation/VMPropertyList.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
@@ -21,17 +21,6 @@ const QString kCatalogueFile = QStringLiteral("VM_installers/Product+Versions.pl
 const QStringList kToolPaths = {QStringLiteral("/VM_installers/uninstallers/TotalRemoveAllProducts.bash"),
                                 QStringLiteral("/VM_installers/uninstallers/TotalRemoveAllFxPlug3.bash"),
                                 QStringLiteral("/VM_installers/LV_GatherDiagnostics.app.zip")};
-
-QString sha256OfFile(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return QString();
-    QCryptographicHash hash(QCryptographicHash::Sha256);
-    if (!hash.addData(&file))
-        return QString();
-    return QString::fromLatin1(hash.result().toHex());
-}
 
 bool writeAtomically(const QString& path, const QByteArray& data, QString* error)
 {
@@ -162,7 +151,7 @@ bool LVCatalogueMirror::isUnchanged(const Entry& entry) const
         return false;
     if (!entry.expectedSHA256.isEmpty() && entry.expectedSHA256 != knownHash)
         return false; // the catalogue names new contents under the same URL
-    return sha256OfFile(file) == knownHash;
+    return LVPackageChecksum::sha256OfFile(file) == knownHash;
 }
 
 QString LVCatalogueMirror::partPath(const Entry& entry) const
@@ -275,7 +264,7 @@ void LVCatalogueMirror::downloadCompleted(LVDownloader* downloader)
         failure = QStringLiteral("The server answered with status %1.").arg(downloader->statusCode());
     else if (entry.announcedSize >= 0 && size != entry.announcedSize)
         failure = QStringLiteral("%1 of %2 bytes arrived.").arg(size).arg(entry.announcedSize);
-    const QString hash = failure.isEmpty() ? sha256OfFile(part) : QString();
+    const QString hash = failure.isEmpty() ? LVPackageChecksum::sha256OfFile(part) : QString();
     if (failure.isEmpty() && hash.isEmpty())
         failure = QStringLiteral("Cannot read back %1.").arg(part);
     else if (failure.isEmpty() && !entry.expectedSHA256.isEmpty() && hash != entry.expectedSHA256)
