@@ -54,4 +54,9 @@ public:
             *errorCode = TrashUnknownError;
         return false;
     }
+
+protected:
+    // The system's own Trash through Qt (the XDG Trash, the Finder's on a Mac), with the error codes
+    // above: a missing file, or a folder the user may not write to.
+    static bool moveToSystemTrash(const QString& path, QString* trashedPath, QString* error, int* errorCode);
 };

@@ -4,11 +4,7 @@
 #include "platform/emulated/EmulatedPlist.h"
 
 #include <QDesktopServices>
-#include <QFile>
 #include <QFileInfo>
-
-#include <cerrno>
-#include <unistd.h>
 
 namespace {
 
@@ -99,29 +95,6 @@ bool MacWorkspace::terminateApplication(const RunningApplication& application)
 
 bool MacWorkspace::moveToTrash(const QString& path, QString* trashedPath, QString* error, int* errorCode)
 {
-    const QFileInfo info(path);
-    if (!info.exists() && !info.isSymLink()) {
-        if (error)
-            *error = QStringLiteral("The file \u201c%1\u201d couldn\u2019t be found.").arg(info.fileName());
-        if (errorCode)
-            *errorCode = TrashNoSuchFile;
-        return false;
-    }
     // Qt moves it to the Finder's Trash on a Mac.
-    QFile file(path);
-    errno = 0;
-    if (!file.moveToTrash()) {
-        const int cause = errno;
-        if (error)
-            *error = file.errorString();
-        if (errorCode) {
-            const bool permission = cause == EACCES || cause == EPERM || cause == EROFS ||
-                                    ::access(QFile::encodeName(info.absolutePath()).constData(), W_OK) != 0;
-            *errorCode = permission ? TrashNoPermission : TrashUnknownError;
-        }
-        return false;
-    }
-    if (trashedPath)
-        *trashedPath = file.fileName();
-    return true;
+    return moveToSystemTrash(path, trashedPath, error, errorCode);
 }
