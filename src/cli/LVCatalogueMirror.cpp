@@ -248,14 +248,23 @@ void LVCatalogueMirror::downloadProgress(double, LVDownloader* downloader)
     reportProgress();
 }
 
-void LVCatalogueMirror::downloadCompleted(LVDownloader* downloader)
+LVCatalogueMirror::Entry* LVCatalogueMirror::takeRunning(LVDownloader* downloader)
 {
     const auto found = _running.constFind(downloader);
     if (found == _running.cend())
-        return;
-    Entry& entry = _entries[found.value()];
+        return nullptr;
+    Entry* entry = &_entries[found.value()];
     _running.erase(found);
     downloader->deleteLater();
+    return entry;
+}
+
+void LVCatalogueMirror::downloadCompleted(LVDownloader* downloader)
+{
+    Entry* const taken = takeRunning(downloader);
+    if (!taken)
+        return;
+    Entry& entry = *taken;
 
     const QString part = partPath(entry);
     const qint64 size = QFileInfo(part).size();
@@ -291,12 +300,10 @@ void LVCatalogueMirror::downloadCompleted(LVDownloader* downloader)
 
 void LVCatalogueMirror::downloadFailed(LVDownloader* downloader)
 {
-    const auto found = _running.constFind(downloader);
-    if (found == _running.cend())
+    Entry* const taken = takeRunning(downloader);
+    if (!taken)
         return;
-    Entry& entry = _entries[found.value()];
-    _running.erase(found);
-    downloader->deleteLater();
+    Entry& entry = *taken;
     finish(entry, downloader->error().description());
     startNext();
 }

@@ -74,6 +74,8 @@ private:
     void add(const QVariant& url, bool package, const QString& expectedSHA256 = QString());
     bool isUnchanged(const Entry& entry) const;
     void startNext();
+    // The entry that `downloader` fetches, no longer running; null when it is not ours.
+    Entry* takeRunning(LVDownloader* downloader);
     void finish(Entry& entry, const QString& failure);
     void reportProgress();
     QVariantMap rewritten(const QVariantMap& catalogue) const;

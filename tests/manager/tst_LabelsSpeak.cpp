@@ -1,3 +1,4 @@
+#include "AccessibleTree.h"
 #include "TestEnvironment.h"
 
 #include "DemoCatalogue.h"
@@ -21,18 +22,6 @@
 // Every window and row of the application as a screen reader reads it: a label that shows text is
 // read as that text, never as a fixed word.
 namespace {
-
-QList<QAccessibleInterface*> descendants(QAccessibleInterface* root)
-{
-    QList<QAccessibleInterface*> found;
-    for (int i = 0; root && i < root->childCount(); ++i) {
-        if (QAccessibleInterface* child = root->child(i)) {
-            found.append(child);
-            found.append(descendants(child));
-        }
-    }
-    return found;
-}
 
 QString shownText(const QLabel* label)
 {

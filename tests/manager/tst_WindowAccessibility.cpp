@@ -1,3 +1,4 @@
+#include "AccessibleTree.h"
 #include "TestEnvironment.h"
 #include "foundation/VMPropertyList.h"
 #include "manager/AppDelegate.h"
@@ -21,18 +22,6 @@ public:
     }
     QList<QUrl> opened;
 };
-
-QList<QAccessibleInterface*> descendants(QAccessibleInterface* root)
-{
-    QList<QAccessibleInterface*> found;
-    for (int i = 0; root && i < root->childCount(); ++i) {
-        if (QAccessibleInterface* child = root->child(i)) {
-            found.append(child);
-            found.append(descendants(child));
-        }
-    }
-    return found;
-}
 
 QStringList childNames(QAccessibleInterface* parent)
 {
