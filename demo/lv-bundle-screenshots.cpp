@@ -132,7 +132,7 @@ int main(int argc, char* argv[])
     }
     studio->startDownload();
     LVBundleProductInstallItem* second = pending.value(1);
-    waitFor([&] { return second && second->currentInstallerDownloadFileSize() > 1024 * 1024; }, 20000);
+    waitFor([&] { return second && second->operation()->receivedBytes() > 1024 * 1024; }, 20000);
     shot(QStringLiteral("bundle-downloading"));
 
     waitFor([&] { return asked.load(); }, 60000);

@@ -11,11 +11,10 @@
 #include <memory>
 
 class LVAdminAuthorization;
-class LVProductOperation;
 
-// Installs and uninstalls products without a window, through the same per-product operation the
-// rows use: every download first (one at a time), then every installation under one administrator
-// authorization, as a bundle does; uninstalls likewise under one authorization.
+// Installs and uninstalls products without a window, as one run (LVProductBatch) of the same
+// per-product operations the rows use, and reports per product: every download first (one at a
+// time), then every installation under one administrator authorization; uninstalls likewise.
 class LVHeadlessSession : public QObject
 {
     Q_OBJECT

@@ -71,15 +71,6 @@ LVProductOperation::~LVProductOperation()
     // Running installers and uninstallers finish on their own; their delegate (this) is gone then.
 }
 
-void LVProductOperation::setDelegates(QObject* owner, LVDownloaderDelegate* downloads, LVInstallerDelegate* installs,
-                                      LVUninstallerDelegate* uninstalls)
-{
-    _owner = owner;
-    _downloadDelegate = downloads;
-    _installDelegate = installs;
-    _uninstallDelegate = uninstalls;
-}
-
 void LVProductOperation::setPhase(Phase phase)
 {
     if (_phase == phase)
@@ -121,7 +112,9 @@ bool LVProductOperation::requestInstallation(const VMVersionItemPtr& version)
 {
     if (_phase == Phase::Uninstalling)
         return false;
-    if (_phase == Phase::Downloading || _phase == Phase::Installing) {
+    if (_batched && _phase != Phase::Idle)
+        return true;
+    if (_phase == Phase::Downloading || _phase == Phase::Installing || _phase == Phase::Confirming) {
         // Joins the run under way; a manual download is no installation to join.
         if (_installerDownloader && _installerDownloader->identifier() != installerDownload)
             return false;
@@ -334,8 +327,6 @@ void LVProductOperation::downloadStarted(LVDownloader* downloader)
         _downloadClock.start();
         emit progressChanged();
     }
-    if (_owner && _downloadDelegate)
-        _downloadDelegate->downloadStarted(downloader);
     emit downloadBegan(downloader);
 }
 
@@ -343,8 +334,6 @@ void LVProductOperation::downloadProgress(double progress, LVDownloader* downloa
 {
     if (downloader == _installerDownloader)
         emit progressChanged();
-    if (_owner && _downloadDelegate)
-        _downloadDelegate->downloadProgress(progress, downloader);
     emit downloadAdvanced(progress, downloader);
 }
 
@@ -362,10 +351,7 @@ void LVProductOperation::downloadCompleted(LVDownloader* downloader)
             downloader->deleteLater();
         }
         QPointer<LVProductOperation> self(this);
-        if (_owner && _downloadDelegate)
-            _downloadDelegate->downloadCompleted(downloader);
-        if (self)
-            emit downloadEnded(downloader, true);
+        emit downloadEnded(downloader, true);
         if (self && index >= 0 && _downloadUninstallScriptPaths.isEmpty()) {
             const QByteArrayList scripts = _uninstallScriptData;
             _uninstallScriptData.clear();
@@ -390,11 +376,9 @@ void LVProductOperation::downloadCompleted(LVDownloader* downloader)
         emit progressChanged();
     }
     QPointer<LVProductOperation> self(this);
-    if (_owner && _downloadDelegate)
-        _downloadDelegate->downloadCompleted(downloader);
+    emit downloadEnded(downloader, true);
     if (!self)
         return;
-    emit downloadEnded(downloader, true);
     if (_installRequested && downloader->identifier() == installerDownload && _phase == Phase::Downloaded && !install())
         _installRequested = false;
 }
@@ -439,11 +423,7 @@ void LVProductOperation::downloadFailed(LVDownloader* downloader)
     }
     if (_phase == Phase::Idle)
         _uninstallRequested = false;
-    QPointer<LVProductOperation> self(this);
-    if (_owner && _downloadDelegate)
-        _downloadDelegate->downloadFailed(downloader);
-    if (self)
-        emit downloadEnded(downloader, false);
+    emit downloadEnded(downloader, false);
 }
 
 // Installation
@@ -499,11 +479,7 @@ void LVProductOperation::adoptInstaller(const std::shared_ptr<LVInstaller>& inst
 
 void LVProductOperation::installStarted(LVInstaller* installer)
 {
-    QPointer<LVProductOperation> self(this);
-    if (_owner && _installDelegate)
-        _installDelegate->installStarted(installer);
-    if (self)
-        emit installBegan(installer);
+    emit installBegan(installer);
 }
 
 void LVProductOperation::installCompleted(LVInstaller* installer)
@@ -560,15 +536,9 @@ void LVProductOperation::endInstallation(LVInstaller* installer, bool succeeded)
         _installer.reset();
     setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
     QPointer<LVProductOperation> self(this);
-    if (_owner && _installDelegate) {
-        if (succeeded)
-            _installDelegate->installCompleted(installer);
-        else
-            _installDelegate->installFailed(installer);
-    }
+    emit installEnded(installer, succeeded);
     if (!self)
         return;
-    emit installEnded(installer, succeeded);
     if (confirm)
         confirmInstallation(version);
     if (_installingVersionItem == version && !_installer) {
@@ -577,13 +547,24 @@ void LVProductOperation::endInstallation(LVInstaller* installer, bool succeeded)
     }
 }
 
-void LVProductOperation::confirmInstallation(const VMVersionItemPtr& version)
+void LVProductOperation::confirmInstallation(const VMVersionItemPtr& version, double secondsBeforeAnnouncement)
 {
-    beginConfirmation(version);
+    if (version)
+        beginConfirmation(version);
     VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("reloadLVUpdateItem"),
                                                            QVariant::fromValue(static_cast<QObject*>(this)));
-    // Every row of this product confirms the new version from here.
-    announceInstallation();
+    if (!version || secondsBeforeAnnouncement <= 0.0) {
+        // Every row of this product confirms the new version from here.
+        announceInstallation();
+        return;
+    }
+    // The system needs a moment to see the new plug-in before the rows look for it.
+    setPhase(Phase::Confirming);
+    VMDispatch::performAfterDelay(this, secondsBeforeAnnouncement, [this] {
+        if (_phase == Phase::Confirming)
+            setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
+        announceInstallation();
+    });
 }
 
 void LVProductOperation::beginConfirmation(const VMVersionItemPtr& version)
@@ -609,6 +590,7 @@ void LVProductOperation::announceInstallation()
     VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("productInstallCompleted"),
                                                            QVariant::fromValue(product));
     product->setProperty(QVariant(), kTemporaryVersion);
+    emit installationConfirmed();
 }
 
 // Uninstallation
@@ -713,8 +695,11 @@ bool LVProductOperation::runUninstallSynchronously(const PrivilegedExecution::Au
         const std::shared_ptr<LVUninstaller> uninstaller = LVUninstaller::uninstallerWithScript(
             script, {{QLatin1String(LVUninstaller::optionAuthorizationRef), QVariant::fromValue(authorization)}});
         VMDispatch::performOnMainThread([guard, uninstaller] {
-            if (guard)
-                guard->adoptUninstaller(uninstaller);
+            if (!guard)
+                return;
+            // Confirmed by the operation once its last uninstaller has ended.
+            guard->_uninstallRequested = true;
+            guard->adoptUninstaller(uninstaller);
         });
         uninstaller->start();
     }
@@ -731,11 +716,7 @@ void LVProductOperation::adoptUninstaller(const std::shared_ptr<LVUninstaller>& 
 
 void LVProductOperation::uninstallStarted(LVUninstaller* uninstaller)
 {
-    QPointer<LVProductOperation> self(this);
-    if (_owner && _uninstallDelegate)
-        _uninstallDelegate->uninstallStarted(uninstaller);
-    if (self)
-        emit uninstallBegan(uninstaller);
+    emit uninstallBegan(uninstaller);
 }
 
 void LVProductOperation::uninstallCompleted(LVUninstaller* uninstaller)
@@ -761,15 +742,6 @@ void LVProductOperation::endUninstallation(LVUninstaller* uninstaller, bool succ
         _uninstallRequested = false;
         setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
     }
-    QPointer<LVProductOperation> self(this);
-    if (_owner && _uninstallDelegate) {
-        if (succeeded)
-            _uninstallDelegate->uninstallCompleted(uninstaller);
-        else
-            _uninstallDelegate->uninstallFailed(uninstaller);
-    }
-    if (!self)
-        return;
     if (confirm && succeeded && _productItem) {
         VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
         center.postNotification(QStringLiteral("reloadLVUpdateItem"), QVariant::fromValue(static_cast<QObject*>(this)));

@@ -27,12 +27,12 @@ class LVUninstaller;
 // installer settings and the installer or uninstaller of its product, and deletes packages it no
 // longer needs. Policy (alerts, queues, the 2.0 s waits, what a failure means) stays with the owner.
 //
-// Observers connect to the signals below; an owner that drives the steps itself may also set one
-// delegate, which hears the engines' own callbacks (downloadStarted:, installCompleted:, ...)
-// after the operation has updated its phase. requestInstallation() and requestUninstallation()
-// carry the whole pipeline, confirmation included, without anyone driving it: the form that
-// LVProductOperations offers to rows. Everything here runs on the main thread except
-// install(..., Synchronous) and runUninstallSynchronously(), which block the calling background thread.
+// Observers connect to the signals below, which follow the engines' own callbacks after the
+// operation has updated its phase. requestInstallation() and requestUninstallation() carry the
+// whole pipeline, confirmation included, without anyone driving it: the form that
+// LVProductOperations offers to rows; LVProductBatch drives the steps of several products itself. Everything here runs
+// on the main thread except install(..., Synchronous) and runUninstallSynchronously(), which block the calling
+// background thread.
 class LVProductOperation : public QObject,
                            public LVDownloaderDelegate,
                            public LVInstallerDelegate,
@@ -45,6 +45,7 @@ public:
         Downloading,  // an installer download runs (identifier 2 or 3)
         Downloaded,   // the package lies on disk and waits for install()
         Installing,   // the package installer runs
+        Confirming,   // installed; the announcement waits for the system to see the plug-in
         Uninstalling, // uninstall scripts are downloaded together or run
     };
     Q_ENUM(Phase)
@@ -60,12 +61,6 @@ public:
     // Cancels a running download and deletes a package that was downloaded but not installed. A
     // running installer or uninstaller finishes on its own and no longer calls back.
     ~LVProductOperation() override;
-
-    // The owner: a QObject implementing the three engine delegate interfaces (a row or a tool).
-    template <typename Delegate> void setDelegate(Delegate* delegate)
-    {
-        setDelegates(delegate, delegate, delegate, delegate);
-    }
 
     VMSingleProductItemPtr productItem() const { return _productItem; }
     // A newer record of the same product (a refreshed catalogue).
@@ -88,6 +83,10 @@ public:
     // "productUninstallCompleted", then uninstallEnded(). A request while the product uninstalls
     // joins (true); false when it is busy otherwise or nothing can start.
     bool requestUninstallation(const QStringList& scriptURLs);
+    // Part of a batch (LVProductBatch), which installs and confirms the product: a request to
+    // install it joins the batch's run instead of installing by itself.
+    void setBatched(bool batched) { _batched = batched; }
+    bool isBatched() const { return _batched; }
     // Whether a failed installation after which the version asked for is found installed counts
     // as a success (history "succeeded", the installer's output as its detail). Off for the
     // window, which judges by the installer's words; on for the command line.
@@ -124,15 +123,13 @@ public:
     // Null when no installer runs.
     std::shared_ptr<LVInstaller> installer() const { return _installer; }
 
-    // The confirmation after a successful install, in two halves so that the owner can put its own
-    // steps between them: begin stores `versionString` under "temporaryVersionStr", registers the
-    // plug-in found at xpcPathForBundleIndentifier: with pluginkit and launches the wrapper app
-    // (bundle identifier: the version's productIdentifier, else the product's); announce posts
-    // "productInstallCompleted" with the product and removes "temporaryVersionStr" again.
-    void beginConfirmation(const VMVersionItemPtr& version);
-    void announceInstallation();
-    // Both halves with "reloadLVUpdateItem" between them: the product row's and the tools' order.
-    void confirmInstallation(const VMVersionItemPtr& version);
+    // The confirmation after a successful install: stores the version under "temporaryVersionStr",
+    // registers the plug-in found at xpcPathForBundleIndentifier: with pluginkit and launches the
+    // wrapper app (bundle identifier: the version's productIdentifier, else the product's), posts
+    // "reloadLVUpdateItem", then, after `secondsBeforeAnnouncement` (phase Confirming meanwhile),
+    // posts "productInstallCompleted" with the product, removes "temporaryVersionStr" again and
+    // emits installationConfirmed(). Without a version only the two notifications are posted.
+    void confirmInstallation(const VMVersionItemPtr& version, double secondsBeforeAnnouncement = 0.0);
 
     // Downloads every script (identifier 4, repeats skipped) at the same time, then runs them in
     // the order their downloads completed on a background thread under one LVAdminAuthorization. A
@@ -159,7 +156,7 @@ public:
     // when nothing is downloading.
     QString progressDescription() const;
 
-    // Engine callbacks: update the phase, then forward to the owner.
+    // Engine callbacks: update the phase, then tell the observers.
     void downloadStarted(LVDownloader* downloader) override;
     void downloadProgress(double progress, LVDownloader* downloader) override;
     void downloadCompleted(LVDownloader* downloader) override;
@@ -174,7 +171,7 @@ public:
 signals:
     void phaseChanged(LVProductOperation::Phase phase);
     void progressChanged();
-    // The engines' callbacks for observers, emitted after the delegate has heard them. `progress`
+    // The engines' callbacks for observers. `progress`
     // is the downloader's, 0 to 100. installEnded(…, true) comes before the confirmation of a
     // requested installation; uninstallEnded(…, true) of a requested uninstall after its
     // notifications.
@@ -185,12 +182,14 @@ signals:
     void installEnded(LVInstaller* installer, bool succeeded);
     void uninstallBegan(LVUninstaller* uninstaller);
     void uninstallEnded(LVUninstaller* uninstaller, bool succeeded);
+    // The confirmation has posted "productInstallCompleted".
+    void installationConfirmed();
     // The administrator right was refused or cancelled (status -60005 / -60006) for an uninstall.
     void authorizationRefused(int status);
 
 private:
-    void setDelegates(QObject* owner, LVDownloaderDelegate* downloads, LVInstallerDelegate* installs,
-                      LVUninstallerDelegate* uninstalls);
+    void beginConfirmation(const VMVersionItemPtr& version);
+    void announceInstallation();
     void setPhase(Phase phase);
     // One line in the action history (LVActionHistory).
     void record(const QString& action, const QString& outcome, const QString& version,
@@ -210,10 +209,6 @@ private:
 
     VMSingleProductItemPtr _productItem;
     Phase _phase = Phase::Idle;
-    QPointer<QObject> _owner;
-    LVDownloaderDelegate* _downloadDelegate = nullptr;
-    LVInstallerDelegate* _installDelegate = nullptr;
-    LVUninstallerDelegate* _uninstallDelegate = nullptr;
 
     QPointer<LVDownloader> _installerDownloader;
     QString _packagePath;
@@ -233,6 +228,7 @@ private:
     bool _installRequested = false;
     bool _uninstallRequested = false;
     bool _judgesByOutcome = false;
+    bool _batched = false;
     // Guards the package path, settings and version, which a synchronous install reads on its
     // background thread.
     mutable QMutex _packageLock;

@@ -37,6 +37,19 @@ bool LVProductOperations::isBusy(const QString& productID) const
     return operation && operation->phase() != LVProductOperation::Phase::Idle;
 }
 
+bool LVProductOperations::isIdle() const
+{
+    for (const QPointer<LVProductOperation>& operation : _operations) {
+        if (operation && operation->phase() != LVProductOperation::Phase::Idle)
+            return false;
+    }
+    for (const QPointer<LVProductBatch>& run : _batches) {
+        if (run && !run->hasEnded())
+            return false;
+    }
+    return true;
+}
+
 LVProductOperation* LVProductOperations::install(const VMSingleProductItemPtr& product, const VMVersionItemPtr& version)
 {
     LVProductOperation* operation = operationForProduct(product);
@@ -47,4 +60,23 @@ LVProductOperation* LVProductOperations::uninstall(const VMSingleProductItemPtr&
 {
     LVProductOperation* operation = operationForProduct(product);
     return operation && operation->requestUninstallation(scriptURLs) ? operation : nullptr;
+}
+
+LVProductBatch* LVProductOperations::makeBatch(const QString& key, LVProductBatch::Kind kind,
+                                               const QList<LVProductBatch::Item>& items,
+                                               const LVProductBatch::Policy& policy)
+{
+    if (batch(key))
+        return nullptr;
+    auto* made = new LVProductBatch(kind, items, policy, this);
+    // Its observers hear the ending first; it goes once they have returned.
+    connect(made, &LVProductBatch::ended, made, &QObject::deleteLater, Qt::QueuedConnection);
+    _batches.insert(key, made);
+    return made;
+}
+
+LVProductBatch* LVProductOperations::batch(const QString& key) const
+{
+    LVProductBatch* running = _batches.value(key);
+    return running && !running->hasEnded() ? running : nullptr;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "catalogue/VMSingleProductItem.h"
+#include "engines/LVProductBatch.h"
 
 #include <QHash>
 #include <QObject>
@@ -28,6 +29,9 @@ public:
     // Whether the product downloads, installs or uninstalls right now.
     bool isBusy(const QString& productID) const;
 
+    // No product is busy and no run is under way.
+    bool isIdle() const;
+
     // Download -> install -> confirm of `version`, whoever observes it. A request for a product
     // that is already downloading or installing joins that run. Null when the product is being
     // uninstalled or the download cannot start.
@@ -36,8 +40,17 @@ public:
     // a product that is uninstalling joins; null when it is busy otherwise or nothing can start.
     LVProductOperation* uninstall(const VMSingleProductItemPtr& product, const QStringList& scriptURLs);
 
+    // A run over several products, kept under `key` (a bundle's ID) until it ends so that a row
+    // made by a refresh finds it. Not yet started: connect, then start(). Null while a run under
+    // that key is under way.
+    LVProductBatch* makeBatch(const QString& key, LVProductBatch::Kind kind, const QList<LVProductBatch::Item>& items,
+                              const LVProductBatch::Policy& policy);
+    // The run under way under `key`, or null.
+    LVProductBatch* batch(const QString& key) const;
+
 private:
     explicit LVProductOperations(QObject* parent);
 
     QHash<QString, QPointer<LVProductOperation>> _operations;
+    QHash<QString, QPointer<LVProductBatch>> _batches;
 };

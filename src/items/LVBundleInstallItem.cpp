@@ -8,9 +8,9 @@
 #include "catalogue/VMProductsCollection.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "catalogue/VMUtils.h"
-#include "engines/LVAdminAuthorization.h"
 #include "engines/LVDownloader.h"
-#include "engines/LVInstaller.h"
+#include "engines/LVProductOperation.h"
+#include "engines/LVProductOperations.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
@@ -24,13 +24,6 @@
 #include <QPushButton>
 #include <QTextBrowser>
 #include <QToolButton>
-
-namespace {
-template <typename T> QList<T*> unguarded(const std::optional<QList<T*>>& list)
-{
-    return list ? *list : QList<T*>();
-}
-} // namespace
 
 LVBundleInstallItem*
 LVBundleInstallItem::installItemWithBundleProductItem(const VMBundleProductItemPtr& bundleProductItem,
@@ -69,21 +62,14 @@ LVBundleInstallItem::LVBundleInstallItem(const VMBundleProductItemPtr& bundlePro
             _productInstallItems.append(row);
         }
     }
+    // A row made by a refresh follows the run that its predecessor started.
+    observe(LVProductOperations::shared().batch(runKey()));
 }
 
 LVBundleInstallItem::~LVBundleInstallItem()
 {
     delete _iconDownloader;
     delete _headlineView;
-}
-
-bool LVBundleInstallItem::event(QEvent* event)
-{
-    if (event->type() == QEvent::DeferredDelete && _backgroundPhaseRunning) {
-        _deleteWhenPhaseEnds = true;
-        return true;
-    }
-    return LVInstallItem::event(event);
 }
 
 QString LVBundleInstallItem::checkOSXVersion()
@@ -221,9 +207,14 @@ void LVBundleInstallItem::updateStatus()
         VMDispatch::performOnMainThread(this, [this] { updateStatus(); });
         return;
     }
+    // A row computing its first status reports back here.
+    if (_computingStatus)
+        return;
     QList<uint> statuses;
+    _computingStatus = true;
     for (LVBundleProductInstallItem* row : std::as_const(_productInstallItems))
         statuses.append(row->installStatus());
+    _computingStatus = false;
     const uint status = VMInstallStatus::bundleStatus(statuses);
     setInstallStatus(status);
     updateView(status);
@@ -380,62 +371,72 @@ void LVBundleInstallItem::checkAndStartDownloadAction()
     });
 }
 
+QString LVBundleInstallItem::runKey() const
+{
+    return QStringLiteral("bundle:") + _bundleProductItem->productID();
+}
+
 void LVBundleInstallItem::startDownload()
 {
     if (isDownloading()) {
         cancelDownload();
         return;
     }
-    _itemsToDownload.emplace();
-    _busyItems.emplace();
-    _failedItems.emplace();
+    QList<LVProductBatch::Item> items;
     for (LVBundleProductInstallItem* row : std::as_const(_productInstallItems)) {
-        if (row->installStatus() == StatusLatestInstalled)
-            continue;
-        if (!_busyItems->isEmpty()) {
-            _itemsToDownload->append(row);
-            continue;
-        }
-        _busyItems->append(row);
-        if (!row->startDownloadingLatestVersion()) {
-            _busyItems->removeAll(row);
-            _failedItems->append(row);
-            VM_LOG_MESSAGE(QStringLiteral("download failed"));
-            cancelDownload();
-            return;
-        }
+        if (row->installStatus() != StatusLatestInstalled)
+            items.append({row->singleProductItem(), row->singleProductItem()->latestVersionItem(), QString()});
     }
+    LVProductBatch::Policy policy;
+    // One failed download ends the whole operation; so does a refused password.
+    policy.downloadFailure = LVProductBatch::Policy::OnFailure::Abandon;
+    policy.refusedAuthorization = LVProductBatch::Policy::OnFailure::Abandon;
+    // The system needs a moment to see a new plug-in before the rows look for it.
+    policy.secondsBeforeAnnouncement = 2.0;
+    LVProductBatch* run =
+        LVProductOperations::shared().makeBatch(runKey(), LVProductBatch::Kind::Install, items, policy);
+    if (!run)
+        return;
     _downloadCancelled = false;
+    observe(run);
+    run->start();
     // The button turns into a stop button at once, before the first byte arrives.
     updateStatus();
 }
 
-bool LVBundleInstallItem::startQueued(LVBundleProductInstallItem* row)
+void LVBundleInstallItem::observe(LVProductBatch* run)
 {
-    _itemsToDownload->removeAll(row);
-    _busyItems->append(row);
-    if (row->startDownloadingLatestVersion())
-        return true;
-    _busyItems->removeAll(row);
-    _failedItems->append(row);
-    VM_LOG_MESSAGE(QStringLiteral("download failed"));
-    cancelDownload();
-    return false;
+    if (!run)
+        return;
+    _run = run;
+    connect(run, &LVProductBatch::stateChanged, this, [this] { updateStatus(); });
+    connect(run, &LVProductBatch::progressChanged, this, &LVBundleInstallItem::showProgress);
+    connect(run, &LVProductBatch::ended, this, &LVBundleInstallItem::runEnded);
+}
+
+void LVBundleInstallItem::showProgress()
+{
+    const qint64 expected = _run ? _run->expectedBytes() : 0;
+    _downloadProgressValue = expected > 0 ? int(_run->receivedBytes() * 100 / expected) : 0;
+    if (_headlineView) {
+        _ui->_downloadProgressBar->setValue(_downloadProgressValue);
+        _ui->_downloadProgressBar->setAccessibleDescription(QStringLiteral("%1%").arg(_downloadProgressValue));
+    }
 }
 
 void LVBundleInstallItem::cancelDownload()
 {
     // First, so that the failures the cancelled downloads report raise no alert.
     _downloadCancelled = true;
-    for (LVBundleProductInstallItem* row : std::as_const(_productInstallItems))
-        row->cancelDownloading();
+    if (_run)
+        _run->cancel();
     updateStatus();
 }
 
 void LVBundleInstallItem::cleanUp()
 {
     for (LVBundleProductInstallItem* row : std::as_const(_productInstallItems))
-        row->cleanUp();
+        row->operation()->cleanUp();
     updateStatus();
 }
 
@@ -457,133 +458,69 @@ bool LVBundleInstallItem::isUninstalling() const
                        [](LVBundleProductInstallItem* row) { return row->isUninstalling(); });
 }
 
+LVBundleProductInstallItem* LVBundleInstallItem::rowForProduct(const QString& productID) const
+{
+    for (LVBundleProductInstallItem* row : _productInstallItems) {
+        if (row->singleProductItem()->productID() == productID)
+            return row;
+    }
+    return nullptr;
+}
+
+QList<LVBundleProductInstallItem*>
+LVBundleInstallItem::rowsIn(std::initializer_list<LVProductBatch::State> states) const
+{
+    QList<LVBundleProductInstallItem*> rows;
+    if (!_run)
+        return rows;
+    for (qsizetype index = 0; index < _run->count(); ++index) {
+        if (std::find(states.begin(), states.end(), _run->state(index)) == states.end())
+            continue;
+        if (LVBundleProductInstallItem* row = rowForProduct(_run->item(index).product->productID()))
+            rows.append(row);
+    }
+    return rows;
+}
+
 QList<LVBundleProductInstallItem*> LVBundleInstallItem::itemsToDownload() const
 {
-    return unguarded(_itemsToDownload);
+    return rowsIn({LVProductBatch::State::WaitingForDownload});
 }
 
 QList<LVBundleProductInstallItem*> LVBundleInstallItem::busyItems() const
 {
-    return unguarded(_busyItems);
+    using State = LVProductBatch::State;
+    return rowsIn(
+        {State::Downloading, State::Downloaded, State::Installing, State::WaitingForUninstall, State::Uninstalling});
 }
 
 QList<LVBundleProductInstallItem*> LVBundleInstallItem::failedItems() const
 {
-    return unguarded(_failedItems);
+    using State = LVProductBatch::State;
+    return rowsIn({State::DownloadFailed, State::InstallFailed, State::UninstallFailed});
 }
 
-void LVBundleInstallItem::productDownloadStarted(LVBundleProductInstallItem*)
+void LVBundleInstallItem::runEnded(LVProductBatch::Ending ending)
 {
-    updateStatus();
-}
-
-void LVBundleInstallItem::productDownloadProgress(double, LVBundleProductInstallItem*)
-{
-    qint64 current = 0;
-    qint64 expected = 0;
-    for (LVBundleProductInstallItem* row : std::as_const(_productInstallItems)) {
-        current += row->currentInstallerDownloadFileSize();
-        expected += row->expectedInstallerFileSize();
-    }
-    _downloadProgressValue = expected > 0 ? int(current * 100 / expected) : 0;
-    if (_headlineView) {
-        _ui->_downloadProgressBar->setValue(_downloadProgressValue);
-        _ui->_downloadProgressBar->setAccessibleDescription(QStringLiteral("%1%").arg(_downloadProgressValue));
-    }
-}
-
-void LVBundleInstallItem::productDownloadCompleted(LVBundleProductInstallItem* item)
-{
-    VM_LOG_MESSAGE(QStringLiteral("Product Download completed: %1").arg(item->title()));
-    updateStatus();
-    if (!_itemsToDownload)
+    LVProductBatch* run = _run;
+    _run = nullptr;
+    if (!run)
         return;
-    if (_itemsToDownload->isEmpty()) {
-        if (!isDownloading()) {
-            _backgroundPhaseRunning = true;
-            VMDispatch::performInBackground([this] { runInstallation(); });
-        }
-        return;
-    }
-    startQueued(_itemsToDownload->first());
-}
-
-void LVBundleInstallItem::productDownloadFailed(LVBundleProductInstallItem* item)
-{
-    VM_LOG_ERROR(QStringLiteral("Product Download FAILED: %1").arg(item->title()));
-    if (_downloadCancelled) {
-        updateStatus();
-        return;
-    }
-    cancelDownload();
-    updateStatus();
-    showAlert(QStringLiteral("Download Failed"),
-              QStringLiteral("Error downloading %1, please wait a few minutes and try again").arg(item->title()));
-}
-
-// ---- Installation phase ----------------------------------------------------------------------
-
-void LVBundleInstallItem::runInstallation()
-{
-    // Background thread: one authorization, every waiting product in bundle order.
-    bool granted = false;
-    {
-        LVAdminAuthorization authorization(LVInstaller::defaultAuthorizationFlags());
-        granted = authorization.isGranted();
-        if (granted) {
-            for (LVBundleProductInstallItem* row : std::as_const(_productInstallItems))
-                row->runInstallerWithAuthorization(authorization.authorizationRef());
+    bool failed = false;
+    for (qsizetype index = 0; index < run->count(); ++index) {
+        const LVProductBatch::State state = run->state(index);
+        failed = failed || state == LVProductBatch::State::InstallFailed ||
+                 state == LVProductBatch::State::UninstallFailed || state == LVProductBatch::State::DownloadFailed;
+        if (ending == LVProductBatch::Ending::DownloadFailed && state == LVProductBatch::State::DownloadFailed &&
+            !run->detail(index).isEmpty()) {
+            const QString title = run->item(index).product->title();
+            VM_LOG_ERROR(QStringLiteral("Product Download FAILED: %1").arg(title));
+            showAlert(QStringLiteral("Download Failed"),
+                      QStringLiteral("Error downloading %1, please wait a few minutes and try again").arg(title));
         }
     }
-    VMDispatch::performOnMainThread(this, [this, granted] {
-        if (!granted)
-            cleanUp();
-        updateStatus();
-        backgroundPhaseEnded();
-    });
-}
-
-void LVBundleInstallItem::backgroundPhaseEnded()
-{
-    _backgroundPhaseRunning = false;
-    emit backgroundPhaseFinished();
-    if (_deleteWhenPhaseEnds)
-        deleteLater();
-}
-
-void LVBundleInstallItem::productInstallStarted(LVBundleProductInstallItem*)
-{
-    updateStatus();
-}
-
-void LVBundleInstallItem::productInstallCompleted(LVBundleProductInstallItem* item)
-{
-    VM_LOG_MESSAGE(QStringLiteral("Product Install Completed: %1").arg(item->title()));
-    if (!_busyItems)
-        return;
-    _busyItems->removeAll(item);
-    if (_busyItems->isEmpty()) {
-        allProductInstallsFinished();
-        updateStatus();
-    }
-}
-
-void LVBundleInstallItem::productInstallFailed(LVBundleProductInstallItem* item)
-{
-    if (!_busyItems)
-        return;
-    _failedItems->append(item);
-    _busyItems->removeAll(item);
-    if (_busyItems->isEmpty()) {
-        allProductInstallsFinished();
-        updateStatus();
-    }
-}
-
-void LVBundleInstallItem::allProductInstallsFinished()
-{
-    if (_busyItems) {
-        if (!_failedItems->isEmpty())
+    if (ending == LVProductBatch::Ending::Completed && run->kind() == LVProductBatch::Kind::Install) {
+        if (failed)
             showAlert(QStringLiteral("Installation Failed"),
                       QStringLiteral("One or more products of '%1' could not be installed. Please try the individual "
                                      "product installer for this product")
@@ -591,96 +528,38 @@ void LVBundleInstallItem::allProductInstallsFinished()
         else
             showAlert(QStringLiteral("Installation Completed"),
                       QStringLiteral("%1 was installed successfully").arg(title()));
+    } else if (ending == LVProductBatch::Ending::Completed) {
+        if (failed)
+            showAlert(QStringLiteral("Uninstallation Failed"),
+                      QStringLiteral("One or more of %1 could not be uninstalled").arg(title()));
+        else
+            showAlert(QStringLiteral("Uninstallation Completed"),
+                      QStringLiteral("%1 was uninstalled successfully").arg(title()));
     }
-    _itemsToDownload.reset();
-    _busyItems.reset();
-    _failedItems.reset();
+    updateStatus();
+    emit operationEnded();
 }
 
 // ---- Uninstall -------------------------------------------------------------------------------
 
 void LVBundleInstallItem::startUninstalling()
 {
-    if (_backgroundPhaseRunning)
-        return;
-    // What can be uninstalled is decided here, where the rows' statuses live; the background
-    // thread only runs the scripts. Every chosen row counts as busy from the start, so that an
-    // early finisher can't end the operation while later ones are still to come.
-    QList<LVBundleProductInstallItem*> items;
+    // What can be uninstalled is decided here, where the rows' statuses live.
+    QList<LVProductBatch::Item> items;
     for (LVBundleProductInstallItem* row : std::as_const(_productInstallItems)) {
         if (row->canUninstall())
-            items.append(row);
+            items.append({row->singleProductItem(), nullptr, QString()});
     }
-    _busyItems = items;
-    _failedItems.emplace();
-    _backgroundPhaseRunning = true;
-    VMDispatch::performInBackground([this, items] { _runUninstall(items); });
-}
-
-void LVBundleInstallItem::_runUninstall(const QList<LVBundleProductInstallItem*>& items)
-{
-    bool granted = false;
-    {
-        LVAdminAuthorization authorization(LVInstaller::defaultAuthorizationFlags());
-        granted = authorization.isGranted();
-        if (granted) {
-            for (LVBundleProductInstallItem* row : items) {
-                if (!row->runUninstallerWithAuthorization(authorization.authorizationRef()))
-                    VMDispatch::performOnMainThread(this, [this, row] { productUninstallFailed(row); });
-            }
-        }
-    }
-    VMDispatch::performOnMainThread(this, [this, granted] {
-        if (!granted) {
-            // A refused right ends the uninstallation without a word.
-            _busyItems.reset();
-            _failedItems.reset();
-        }
-        updateStatus();
-        backgroundPhaseEnded();
-    });
-}
-
-void LVBundleInstallItem::productUninstallStarted(LVBundleProductInstallItem*)
-{
+    LVProductBatch::Policy policy;
+    // A refused password ends the uninstallation without a word.
+    policy.refusedAuthorization = LVProductBatch::Policy::OnFailure::Abandon;
+    LVProductBatch* run =
+        LVProductOperations::shared().makeBatch(runKey(), LVProductBatch::Kind::Uninstall, items, policy);
+    if (!run)
+        return;
+    observe(run);
+    run->start();
     updateStatus();
-}
-
-void LVBundleInstallItem::productUninstallCompleted(LVBundleProductInstallItem* item)
-{
-    VM_LOG_MESSAGE(QStringLiteral("Product Uninstall Completed: %1").arg(item->title()));
-    if (!_busyItems)
-        return;
-    _busyItems->removeAll(item);
-    if (_busyItems->isEmpty()) {
-        allProductUninstallsFinished();
-        updateStatus();
-    }
-}
-
-void LVBundleInstallItem::productUninstallFailed(LVBundleProductInstallItem* item)
-{
-    if (!_busyItems)
-        return;
-    _failedItems->append(item);
-    _busyItems->removeAll(item);
-    if (_busyItems->isEmpty()) {
-        allProductUninstallsFinished();
-        updateStatus();
-    }
-}
-
-void LVBundleInstallItem::allProductUninstallsFinished()
-{
-    if (_failedItems && !_failedItems->isEmpty())
-        showAlert(QStringLiteral("Uninstallation Failed"),
-                  QStringLiteral("One or more of %1 could not be uninstalled").arg(title()));
-    else
-        showAlert(QStringLiteral("Uninstallation Completed"),
-                  QStringLiteral("%1 was uninstalled successfully").arg(title()));
-    _itemsToDownload.reset();
-    _busyItems.reset();
-    _failedItems.reset();
 }
 
 // ---- Outlets ---------------------------------------------------------------------------------

@@ -1,14 +1,14 @@
 #pragma once
 
 #include "catalogue/VMBundleProductItem.h"
+#include "engines/LVProductBatch.h"
 #include "items/LVInstallItem.h"
 
 #include <QList>
 #include <QPointer>
 #include <QVariantMap>
-#include <atomic>
+#include <initializer_list>
 #include <memory>
-#include <optional>
 
 namespace Ui {
 class LVBundleInstallItem;
@@ -72,8 +72,11 @@ public:
     // Install (or reinstall) the bundle, asking first on Apple silicon when a product's latest
     // version is an FxPlug3 build.
     void checkAndStartDownloadAction();
+    // Installs every product not at its latest version as one run (LVProductBatch); while a run
+    // downloads, cancels it instead.
     void startDownload();
     void cancelDownload();
+    // Deletes every downloaded package that waits for an installation.
     void cleanUp();
     void startUninstalling();
 
@@ -81,25 +84,13 @@ public:
     bool isInstalling() const;
     bool isUninstalling() const;
 
-    // The current operation's lists; empty (never made) between operations.
+    // The running operation's lists; empty between operations.
     QList<LVBundleProductInstallItem*> itemsToDownload() const;
     QList<LVBundleProductInstallItem*> busyItems() const;
     QList<LVBundleProductInstallItem*> failedItems() const;
     bool downloadCancelled() const { return _downloadCancelled; }
     // The summed download progress in percent.
     int downloadProgressValue() const { return _downloadProgressValue; }
-
-    // What the product rows report.
-    void productDownloadStarted(LVBundleProductInstallItem* item);
-    void productDownloadProgress(double progress, LVBundleProductInstallItem* item);
-    void productDownloadCompleted(LVBundleProductInstallItem* item);
-    void productDownloadFailed(LVBundleProductInstallItem* item);
-    void productInstallStarted(LVBundleProductInstallItem* item);
-    void productInstallCompleted(LVBundleProductInstallItem* item);
-    void productInstallFailed(LVBundleProductInstallItem* item);
-    void productUninstallStarted(LVBundleProductInstallItem* item);
-    void productUninstallCompleted(LVBundleProductInstallItem* item);
-    void productUninstallFailed(LVBundleProductInstallItem* item);
 
     void downloadCompleted(LVDownloader* downloader) override;
     void downloadFailed(LVDownloader* downloader) override;
@@ -115,35 +106,29 @@ public:
     QLabel* productIconImageView() const;
 
 signals:
-    // The background installation or uninstallation phase has ended (on the main thread).
-    void backgroundPhaseFinished();
-
-protected:
-    bool event(QEvent* event) override;
+    // The install or uninstall run has ended, its alert shown.
+    void operationEnded();
 
 private:
     LVBundleInstallItem(const VMBundleProductItemPtr& bundleProductItem,
                         const std::shared_ptr<VMProductsCollection>& collection);
-    void runInstallation();
-    void _runUninstall(const QList<LVBundleProductInstallItem*>& items);
-    void allProductInstallsFinished();
-    void allProductUninstallsFinished();
-    void backgroundPhaseEnded();
+    // The key of this bundle's runs among the application's product operations.
+    QString runKey() const;
+    void observe(LVProductBatch* run);
+    void runEnded(LVProductBatch::Ending ending);
+    void showProgress();
+    // The product rows whose run items are in one of `states`.
+    QList<LVBundleProductInstallItem*> rowsIn(std::initializer_list<LVProductBatch::State> states) const;
+    LVBundleProductInstallItem* rowForProduct(const QString& productID) const;
     void showIcon(const QImage& image);
     void updateView(uint status);
-    bool startQueued(LVBundleProductInstallItem* item);
 
     VMBundleProductItemPtr _bundleProductItem;
     QList<LVBundleProductInstallItem*> _productInstallItems;
-    std::optional<QList<LVBundleProductInstallItem*>> _itemsToDownload;
-    std::optional<QList<LVBundleProductInstallItem*>> _busyItems;
-    std::optional<QList<LVBundleProductInstallItem*>> _failedItems;
+    QPointer<LVProductBatch> _run;
     bool _downloadCancelled = false;
     int _downloadProgressValue = 0;
-    // A background phase holds raw pointers to this row and its product rows: a deferred delete
-    // that arrives meanwhile waits for its end.
-    bool _backgroundPhaseRunning = false;
-    bool _deleteWhenPhaseEnds = false;
+    bool _computingStatus = false;
     QPointer<LVDownloader> _iconDownloader;
 
     std::unique_ptr<Ui::LVBundleInstallItem> _ui;

@@ -9,6 +9,7 @@
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVProductOperation.h"
+#include "engines/LVProductOperations.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
@@ -16,7 +17,6 @@
 #include "outline/LVRowHost.h"
 #include "widgets/LVIconCache.h"
 
-#include <QFile>
 #include <QLabel>
 #include <QProgressBar>
 
@@ -46,10 +46,24 @@ LVBundleProductInstallItem* LVBundleProductInstallItem::initWithProdcutItem(cons
 }
 
 LVBundleProductInstallItem::LVBundleProductInstallItem(const VMSingleProductItemPtr& productItem, QObject* parent)
-    : LVInstallItem(parent), _productItem(productItem), _operation(std::make_unique<LVProductOperation>(productItem)),
+    : LVInstallItem(parent), _productItem(productItem),
+      _operation(LVProductOperations::shared().operationForProduct(productItem)),
       _installedVersion(productItem->checkInstalledPluginVersion())
 {
-    _operation->setDelegate(this);
+    // The operation outlives this row: a row made by a refresh shows the step it has reached.
+    LVProductOperation* operation = _operation;
+    connect(operation, &LVProductOperation::phaseChanged, this, [this] { updateStatus(); });
+    connect(operation, &LVProductOperation::downloadAdvanced, this, &LVBundleProductInstallItem::downloadProgress);
+    connect(operation, &LVProductOperation::downloadEnded, this, [this](LVDownloader* downloader, bool succeeded) {
+        if (succeeded)
+            downloadCompleted(downloader);
+        else
+            downloadFailed(downloader);
+    });
+    connect(operation, &LVProductOperation::installEnded, this, [this](LVInstaller* installer, bool succeeded) {
+        if (!succeeded)
+            installFailed(installer);
+    });
     VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
     center.addObserver(this, QStringLiteral("productInstallCompleted"),
                        [this](const VMNotification& notification) { installCompletedNotif(notification); });
@@ -60,10 +74,6 @@ LVBundleProductInstallItem::LVBundleProductInstallItem(const VMSingleProductItem
 LVBundleProductInstallItem::~LVBundleProductInstallItem()
 {
     VMNotificationCenter::defaultCenter().removeObserver(this);
-    // The operation cancels its download and deletes a package that was never installed.
-    _operation.reset();
-    if (!_downloadFilePath.isEmpty())
-        QFile::remove(_downloadFilePath);
     delete _iconDownloader;
     delete _containerView;
 }
@@ -134,11 +144,11 @@ void LVBundleProductInstallItem::updateStatus()
         return;
     }
     uint status = StatusLatestInstalled;
-    if (_waitingToInstall) {
+    if (waitingToInstall()) {
         status = StatusWaitingForBundle;
     } else if (isDownloading()) {
         status = StatusDownloading;
-    } else if (isInstalling() || _confirming) {
+    } else if (isInstalling()) {
         status = StatusInstalling;
     } else if (_installedVersion.isEmpty()) {
         status = StatusNotInstalled;
@@ -147,6 +157,8 @@ void LVBundleProductInstallItem::updateStatus()
     }
     setInstallStatus(status);
     updateView(status);
+    if (_installItem)
+        _installItem->updateStatus();
 }
 
 void LVBundleProductInstallItem::updateView(uint status)
@@ -191,24 +203,9 @@ void LVBundleProductInstallItem::updateView(uint status)
     }
 }
 
-bool LVBundleProductInstallItem::startDownloadingLatestVersion()
+bool LVBundleProductInstallItem::waitingToInstall() const
 {
-    if (isDownloading())
-        return false;
-    // Without a URL or a place for the file nothing starts, yet the product counts as started.
-    if (_operation->startDownload(_productItem->latestVersionItem())) {
-        _downloadCancelled = false;
-        updateStatus();
-    }
-    return true;
-}
-
-void LVBundleProductInstallItem::cancelDownloading()
-{
-    if (isDownloading())
-        _operation->cancelDownload();
-    cleanUp();
-    _downloadCancelled = true;
+    return _operation && _operation->phase() == LVProductOperation::Phase::Downloaded;
 }
 
 bool LVBundleProductInstallItem::isDownloading() const
@@ -218,7 +215,8 @@ bool LVBundleProductInstallItem::isDownloading() const
 
 bool LVBundleProductInstallItem::isInstalling() const
 {
-    return _operation && _operation->isInstalling();
+    // Until the announcement the row still reads as installing.
+    return _operation && (_operation->isInstalling() || _operation->phase() == LVProductOperation::Phase::Confirming);
 }
 
 bool LVBundleProductInstallItem::isUninstalling() const
@@ -234,42 +232,6 @@ bool LVBundleProductInstallItem::canUninstall()
     return status == StatusLatestInstalled || status == StatusUpdateAvailable;
 }
 
-qint64 LVBundleProductInstallItem::expectedInstallerFileSize() const
-{
-    return isDownloading() ? _operation->expectedBytes() : 0;
-}
-
-qint64 LVBundleProductInstallItem::currentInstallerDownloadFileSize() const
-{
-    return isDownloading() ? _operation->receivedBytes() : 0;
-}
-
-bool LVBundleProductInstallItem::runInstallerWithAuthorization(
-    const PrivilegedExecution::AuthorizationRef& authorization)
-{
-    if (_operation->installer())
-        return false;
-    if (_operation->packagePath().isEmpty())
-        return true;
-    _operation->install(authorization, LVProductOperation::Execution::Synchronous);
-    return true;
-}
-
-bool LVBundleProductInstallItem::runUninstallerWithAuthorization(
-    const PrivilegedExecution::AuthorizationRef& authorization)
-{
-    return _operation->runUninstallSynchronously(authorization);
-}
-
-void LVBundleProductInstallItem::cleanUp()
-{
-    _operation->cleanUp();
-    if (!_downloadFilePath.isEmpty() && (QFile::remove(_downloadFilePath) || !QFile::exists(_downloadFilePath)))
-        _downloadFilePath.clear();
-    _waitingToInstall = false;
-    updateStatus();
-}
-
 void LVBundleProductInstallItem::checkInstalledVersion(int)
 {
     const QVariant version = _productItem->propertyForKey(kTemporaryVersionStr);
@@ -278,8 +240,6 @@ void LVBundleProductInstallItem::checkInstalledVersion(int)
         return;
     _installedVersion = version.toString();
     updateStatus();
-    if (_installItem)
-        _installItem->productInstallCompleted(this);
 }
 
 bool LVBundleProductInstallItem::concernsThisProduct(const VMNotification& notification) const
@@ -293,8 +253,6 @@ void LVBundleProductInstallItem::installCompletedNotif(const VMNotification& not
     if (!concernsThisProduct(notification))
         return;
     checkInstalledVersion(10);
-    if (_installItem)
-        _installItem->updateStatus();
 }
 
 void LVBundleProductInstallItem::uninstallCompletedNotif(const VMNotification& notification)
@@ -303,20 +261,9 @@ void LVBundleProductInstallItem::uninstallCompletedNotif(const VMNotification& n
         return;
     _installedVersion = _productItem->checkInstalledPluginVersion();
     updateStatus();
-    if (_installItem)
-        _installItem->updateStatus();
 }
 
-// ---- Download --------------------------------------------------------------------------------
-
-void LVBundleProductInstallItem::downloadStarted(LVDownloader* downloader)
-{
-    if (downloader->identifier() != LVProductOperation::installerDownload)
-        return;
-    updateStatus();
-    if (_installItem)
-        _installItem->productDownloadStarted(this);
-}
+// ---- Progress --------------------------------------------------------------------------------
 
 void LVBundleProductInstallItem::downloadProgress(double progress, LVDownloader* downloader)
 {
@@ -326,8 +273,6 @@ void LVBundleProductInstallItem::downloadProgress(double progress, LVDownloader*
     // The downloader reports percent, or a negative value while the size is unknown.
     if (_containerView && progress >= 0)
         _ui->_downloadProgressBar->setValue(qBound(0, int(progress), 100));
-    if (_installItem)
-        _installItem->productDownloadProgress(progress, this);
 }
 
 void LVBundleProductInstallItem::downloadCompleted(LVDownloader* downloader)
@@ -342,16 +287,7 @@ void LVBundleProductInstallItem::downloadCompleted(LVDownloader* downloader)
         downloader->deleteLater();
         return;
     }
-    if (downloader->identifier() != LVProductOperation::installerDownload)
-        return;
-    _downloadFilePath = _operation->packagePath();
-    _installingVersionItem = _operation->installingVersionItem();
-    if (_containerView)
-        _ui->_downloadProgressBar->hide();
-    _waitingToInstall = true;
     updateStatus();
-    if (_installItem)
-        _installItem->productDownloadCompleted(this);
 }
 
 void LVBundleProductInstallItem::downloadFailed(LVDownloader* downloader)
@@ -361,76 +297,14 @@ void LVBundleProductInstallItem::downloadFailed(LVDownloader* downloader)
         downloader->deleteLater();
         return;
     }
-    if (downloader->identifier() != LVProductOperation::installerDownload)
-        return;
-    if (_containerView)
-        _ui->_downloadProgressBar->hide();
     updateStatus();
-    if (_installItem)
-        _installItem->productDownloadFailed(this);
-}
-
-// ---- Install ---------------------------------------------------------------------------------
-
-void LVBundleProductInstallItem::installStarted(LVInstaller*)
-{
-    updateStatus();
-    if (_installItem)
-        _installItem->productInstallStarted(this);
-}
-
-void LVBundleProductInstallItem::installCompleted(LVInstaller*)
-{
-    const VMVersionItemPtr version =
-        _installingVersionItem ? _installingVersionItem : _operation->installingVersionItem();
-    _operation->beginConfirmation(version);
-    _waitingToInstall = false;
-    _downloadFilePath.clear();
-    _installingVersionItem.reset();
-    // The system needs a moment to see the new plug-in before the rows look for it; meanwhile
-    // the row still reads as installing.
-    _confirming = true;
-    updateStatus();
-    VMDispatch::performAfterDelay(this, 2.0, [this] {
-        _confirming = false;
-        _operation->announceInstallation();
-    });
 }
 
 void LVBundleProductInstallItem::installFailed(LVInstaller* installer)
 {
     VM_LOG_MESSAGE(QStringLiteral("Installer failed: %1, %2")
                        .arg(_productItem->title(), installer ? installer->error().description() : QString()));
-    _waitingToInstall = false;
-    _downloadFilePath.clear();
     updateStatus();
-    if (_installItem)
-        _installItem->productInstallFailed(this);
-    _installingVersionItem.reset();
-}
-
-// ---- Uninstall -------------------------------------------------------------------------------
-
-void LVBundleProductInstallItem::uninstallStarted(LVUninstaller*)
-{
-    updateStatus();
-    if (_installItem)
-        _installItem->productUninstallStarted(this);
-}
-
-void LVBundleProductInstallItem::uninstallCompleted(LVUninstaller*)
-{
-    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("productUninstallCompleted"),
-                                                           QVariant::fromValue(_productItem));
-    if (_installItem)
-        _installItem->productUninstallCompleted(this);
-}
-
-void LVBundleProductInstallItem::uninstallFailed(LVUninstaller*)
-{
-    updateStatus();
-    if (_installItem)
-        _installItem->productUninstallFailed(this);
 }
 
 // ---- Outlets ---------------------------------------------------------------------------------

@@ -632,8 +632,9 @@ void LVSingleInstallItem::installStarted(LVInstaller*)
 
 void LVSingleInstallItem::installCompleted(LVInstaller*)
 {
-    // The operation confirms next; the announcement brings the alert (checkInstalledVersion).
-    _showUserAlert = true;
+    // The operation confirms next; the announcement brings the alert (checkInstalledVersion). A
+    // run over several products has an alert of its own.
+    _showUserAlert = !_operation->isBatched();
     updateStatus();
 }
 
@@ -642,7 +643,7 @@ void LVSingleInstallItem::installFailed(LVInstaller* installer)
     const VMError error = installer->error();
     VM_LOG_MESSAGE(QStringLiteral("Installer failed: %1").arg(error.description()));
     updateStatus();
-    if (error.code() != PrivilegedExecution::Canceled && installManager())
+    if (error.code() != PrivilegedExecution::Canceled && !_operation->isBatched() && installManager())
         installManager()->showError(error);
 }
 
@@ -693,16 +694,19 @@ void LVSingleInstallItem::uninstallCompleted(LVUninstaller*)
 {
     // The operation has posted "reloadLVUpdateItem" and "productUninstallCompleted" already.
     updateStatus();
-    showAlert(QStringLiteral("Uninstallation Completed"),
-              QStringLiteral("%1 was uninstalled successfully").arg(title()));
+    if (!_operation->isBatched())
+        showAlert(QStringLiteral("Uninstallation Completed"),
+                  QStringLiteral("%1 was uninstalled successfully").arg(title()));
 }
 
 void LVSingleInstallItem::uninstallFailed(LVUninstaller*)
 {
     updateStatus();
-    showAlert(QStringLiteral("Uninstall Failed"),
-              QStringLiteral("Uninstall of %1 failed, please see directions for manual uninstall in the help section")
-                  .arg(title()));
+    if (!_operation->isBatched())
+        showAlert(
+            QStringLiteral("Uninstall Failed"),
+            QStringLiteral("Uninstall of %1 failed, please see directions for manual uninstall in the help section")
+                .arg(title()));
 }
 
 void LVSingleInstallItem::uninstallCompletedNotif(const VMNotification& notification)

@@ -3,12 +3,8 @@
 
 #include "LVToolUpdateAllInstalledItemDelegate.h"
 #include "catalogue/VMInstallStatus.h"
-#include "engines/LVAdminAuthorization.h"
-#include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVProductOperation.h"
-#include "foundation/VMDispatch.h"
-#include "foundation/VMNotificationCenter.h"
 #include "items/LVSingleInstallItem.h"
 #include "outline/LVRowHost.h"
 #include "widgets/LVSpinner.h"
@@ -111,15 +107,7 @@ QList<LVToolUpdateAllInstalledItem::InstallerEntry> LVToolUpdateAllInstalledItem
         candidates.append({single->installStatus(), single->latestVersionInstallerURL()});
     QList<InstallerEntry> entries;
     for (const qsizetype index : VMInstallStatus::updatesToInstall(candidates))
-        entries.append({rows.at(index), candidates.at(index).installerURL, WaitingForDownload, QString()});
-    return entries;
-}
-
-QList<LVToolUpdateAllInstalledItem::InstallerEntry> LVToolUpdateAllInstalledItem::installerDictsArray() const
-{
-    QList<InstallerEntry> entries;
-    for (const RunEntry& run : _installerDictsArray)
-        entries.append(run.entry);
+        entries.append({rows.at(index), candidates.at(index).installerURL, WaitingForDownload});
     return entries;
 }
 
@@ -139,172 +127,62 @@ bool LVToolUpdateAllInstalledItem::startUpdate(const QList<InstallerEntry>& inst
                                                       "to date.")));
         return false;
     }
+    QList<LVProductBatch::Item> items;
+    _entries.clear();
     for (const InstallerEntry& entry : installerDicts) {
-        RunEntry run{entry, nullptr, nullptr};
-        if (entry.singleInstallItem) {
-            const VMSingleProductItemPtr product = entry.singleInstallItem->singleProductItem();
-            run.version = installedVersion(*entry.singleInstallItem, entry.installerURL);
-            run.operation = std::make_unique<LVProductOperation>(product);
-            run.operation->setDelegate(this);
-            connect(run.operation.get(), &LVProductOperation::progressChanged, this,
-                    &LVToolUpdateAllInstalledItem::progressChanged);
-        }
-        _installerDictsArray.push_back(std::move(run));
+        if (!entry.singleInstallItem)
+            continue;
+        _entries.append(entry);
+        items.append({entry.singleInstallItem->singleProductItem(),
+                      installedVersion(*entry.singleInstallItem, entry.installerURL), entry.installerURL});
     }
-    // A run that cannot start its first download stays in the work list, as a stalled run does.
-    if (!startDownloadingNextInstaller())
+    LVProductBatch::Policy policy;
+    // Nothing further after a failed download or a refused password: the run stays unfinished.
+    policy.downloadFailure = LVProductBatch::Policy::OnFailure::Stall;
+    policy.refusedAuthorization = LVProductBatch::Policy::OnFailure::Stall;
+    policy.installOptions = {{QLatin1String(LVInstaller::requiresAuthenticationKey), true}};
+    policy.secondsBetweenInstallations = 2.0;
+    // The rows learn their versions when the whole run has ended.
+    policy.secondsBeforeAnnouncement = -1.0;
+    policy.createFailureLog = LVAdminAuthorization::CreateFailureLog::ExtendedLoggingOnly;
+    _run = new LVProductBatch(LVProductBatch::Kind::Install, items, policy, this);
+    connect(_run, &LVProductBatch::stateChanged, this, &LVToolUpdateAllInstalledItem::entryChanged);
+    connect(_run, &LVProductBatch::downloadStarted, this,
+            [this](qsizetype index) { tellDelegate(Downloading, entryTitle(index)); });
+    connect(_run, &LVProductBatch::progressChanged, this, &LVToolUpdateAllInstalledItem::progressChanged);
+    connect(_run, &LVProductBatch::ended, this, &LVToolUpdateAllInstalledItem::runEnded);
+    // A run that cannot start its first download stays, as a stalled run does.
+    if (!_run->start())
         return false;
     showRunning(true);
     return true;
 }
 
-bool LVToolUpdateAllInstalledItem::startDownloadingNextInstaller()
+QString LVToolUpdateAllInstalledItem::entryTitle(qsizetype index) const
 {
-    const auto next = std::find_if(_installerDictsArray.begin(), _installerDictsArray.end(),
-                                   [](const RunEntry& run) { return run.entry.installState == WaitingForDownload; });
-    if (next == _installerDictsArray.end() || !next->operation)
-        return false;
-    const QUrl url(next->entry.installerURL);
-    // The represented object is the version when the URL is the latest version's, so that the
-    // history names it.
-    if (!next->operation->startDownload(url, {}, LVProductOperation::installerDownload,
-                                        next->version ? QVariant::fromValue(next->version) : QVariant()))
-        return false;
-    setDescription(QStringLiteral("Downloading '%1'").arg(entryTitle(*next)));
-    next->entry.installState = Downloading;
-    return true;
-}
-
-LVToolUpdateAllInstalledItem::RunEntry* LVToolUpdateAllInstalledItem::entryForDownloader(LVDownloader* downloader)
-{
-    // Entries have distinct installer URLs, and each runs one download at a time.
-    for (RunEntry& run : _installerDictsArray) {
-        if (run.entry.installState == Downloading && QUrl(run.entry.installerURL) == downloader->url())
-            return &run;
-    }
-    return nullptr;
-}
-
-LVToolUpdateAllInstalledItem::RunEntry* LVToolUpdateAllInstalledItem::entryForInstaller(LVInstaller* installer)
-{
-    for (RunEntry& run : _installerDictsArray) {
-        if (!run.entry.installerFilePath.isEmpty() && run.entry.installerFilePath == installer->filePath())
-            return &run;
-    }
-    return nullptr;
-}
-
-QString LVToolUpdateAllInstalledItem::entryTitle(const RunEntry& run) const
-{
-    if (run.entry.singleInstallItem)
-        return run.entry.singleInstallItem->title();
-    const VMSingleProductItemPtr product = run.operation ? run.operation->productItem() : nullptr;
+    if (const LVSingleInstallItem* row = _entries.value(index).singleInstallItem)
+        return row->title();
+    const VMSingleProductItemPtr product = _run ? _run->item(index).product : nullptr;
     return product ? product->title() : QString();
 }
 
-void LVToolUpdateAllInstalledItem::downloadStarted(LVDownloader* downloader)
+void LVToolUpdateAllInstalledItem::entryChanged(qsizetype index, LVProductBatch::State state)
 {
-    RunEntry* run = entryForDownloader(downloader);
-    if (!run)
-        return;
-    run->entry.installState = Downloading;
-    tellDelegate(Downloading, entryTitle(*run));
-}
-
-void LVToolUpdateAllInstalledItem::downloadCompleted(LVDownloader* downloader)
-{
-    RunEntry* run = entryForDownloader(downloader);
-    if (!run)
-        return;
-    const QString path = downloader->downloadFilePath();
-    if (path.isEmpty()) {
-        run->entry.installState = DownloadFailed;
-    } else {
-        run->entry.installState = Downloaded;
-        run->entry.installerFilePath = path;
+    if (index < _entries.size())
+        _entries[index].installState = uint(state);
+    if (state == LVProductBatch::State::Downloading) {
+        setDescription(QStringLiteral("Downloading '%1'").arg(entryTitle(index)));
+    } else if (state == LVProductBatch::State::Installing) {
+        setDescription(QStringLiteral("Installing '%1'").arg(entryTitle(index)));
+        tellDelegate(Installing, entryTitle(index));
     }
-    VMDispatch::performOnMainThread(this, [this] {
-        const bool allEnded = std::all_of(_installerDictsArray.cbegin(), _installerDictsArray.cend(),
-                                          [](const RunEntry& entry) { return entry.entry.installState >= Downloaded; });
-        if (allEnded)
-            checkAndStartNextInstaller();
-        else
-            startDownloadingNextInstaller();
-    });
 }
 
-void LVToolUpdateAllInstalledItem::downloadFailed(LVDownloader* downloader)
+void LVToolUpdateAllInstalledItem::runEnded()
 {
-    RunEntry* run = entryForDownloader(downloader);
-    if (!run)
-        return;
-    run->entry.installState = DownloadFailed;
-    // Nothing further is downloaded and a failed download never counts as finished: the run stalls.
-    checkInstallComplete();
-}
-
-void LVToolUpdateAllInstalledItem::checkAndStartNextInstaller()
-{
-    const auto next = std::find_if(_installerDictsArray.begin(), _installerDictsArray.end(),
-                                   [](const RunEntry& run) { return run.entry.installState == Downloaded; });
-    if (next == _installerDictsArray.end() || !next->operation)
-        return;
-    if (!_authorizationRef) {
-        // One administrator prompt for the whole run. A failed creation is logged with extended
-        // logging; a refused password stops here silently, and the run stays unfinished.
-        auto authorization = std::make_unique<LVAdminAuthorization>(
-            LVInstaller::defaultAuthorizationFlags(), LVAdminAuthorization::CreateFailureLog::ExtendedLoggingOnly);
-        if (!authorization->isGranted())
-            return;
-        _authorizationRef = std::move(authorization);
-    }
-    if (!next->operation->install(_authorizationRef->authorizationRef(), LVProductOperation::Execution::Background,
-                                  {{QLatin1String(LVInstaller::requiresAuthenticationKey), true}}))
-        return;
-    setDescription(QStringLiteral("Installing '%1'").arg(entryTitle(*next)));
-}
-
-void LVToolUpdateAllInstalledItem::installStarted(LVInstaller* installer)
-{
-    RunEntry* run = entryForInstaller(installer);
-    if (!run)
-        return;
-    run->entry.installState = Installing;
-    tellDelegate(Installing, entryTitle(*run));
-}
-
-void LVToolUpdateAllInstalledItem::installCompleted(LVInstaller* installer)
-{
-    installEnded(installer, Installed);
-}
-
-void LVToolUpdateAllInstalledItem::installFailed(LVInstaller* installer)
-{
-    installEnded(installer, InstallFailed);
-}
-
-void LVToolUpdateAllInstalledItem::installEnded(LVInstaller* installer, uint state)
-{
-    RunEntry* run = entryForInstaller(installer);
-    if (!run)
-        return;
-    run->entry.installState = state;
-    VMDispatch::performAfterDelay(this, 2.0, [this] { checkAndStartNextInstaller(); });
-    checkInstallComplete();
-}
-
-void LVToolUpdateAllInstalledItem::checkInstallComplete()
-{
-    bool finished = true;
     bool succeeded = true;
-    for (const RunEntry& run : _installerDictsArray) {
-        finished = finished && (run.entry.installState == Installed || run.entry.installState == InstallFailed);
-        succeeded = succeeded && run.entry.installState != InstallFailed;
-    }
-    if (!finished)
-        return;
-    _authorizationRef.reset();
-
+    for (qsizetype index = 0; index < _run->count(); ++index)
+        succeeded = succeeded && _run->state(index) == LVProductBatch::State::Installed;
     const LVAlert alert = succeeded ? LVAlert(QStringLiteral("Updating Completed"),
                                               QStringLiteral("All updates were installed successfully."))
                                     : LVAlert(QStringLiteral("Updating Failed"),
@@ -316,20 +194,19 @@ void LVToolUpdateAllInstalledItem::checkInstallComplete()
     showRunning(false);
     setDescription(QString());
 
-    std::vector<RunEntry> ended;
-    ended.swap(_installerDictsArray);
-    for (RunEntry& run : ended) {
-        if (run.entry.installState == Installed) {
+    const QList<InstallerEntry> ended = std::exchange(_entries, {});
+    LVProductBatch* run = std::exchange(_run, nullptr);
+    // This runs inside the run's own signal: it goes once that has returned.
+    run->deleteLater();
+    for (const InstallerEntry& entry : ended) {
+        if (entry.installState == Installed) {
             // Every row whose product came with this installer learns its new version, as after
             // an install of its own; rows that shared the installer were left out of the work list.
-            for (LVSingleInstallItem* row : rowsSharingInstaller(run.entry.installerURL))
-                announce(row, installedVersion(*row, run.entry.installerURL));
-        } else if (run.entry.singleInstallItem) {
-            announce(run.entry.singleInstallItem, nullptr);
+            for (LVSingleInstallItem* row : rowsSharingInstaller(entry.installerURL))
+                row->operation()->confirmInstallation(installedVersion(*row, entry.installerURL));
+        } else if (entry.singleInstallItem) {
+            entry.singleInstallItem->operation()->confirmInstallation(nullptr);
         }
-        // This may run inside the last operation's own callback: it goes once that has returned.
-        if (run.operation)
-            run.operation.release()->deleteLater();
     }
     emit progressChanged();
 }
@@ -351,36 +228,15 @@ VMVersionItemPtr LVToolUpdateAllInstalledItem::installedVersion(const LVSingleIn
     return latest && latest->versionDownloadURL() == installerURL ? latest : nullptr;
 }
 
-void LVToolUpdateAllInstalledItem::announce(LVSingleInstallItem* row, const VMVersionItemPtr& version)
-{
-    // With a version, the confirmation of the product's own pipeline: "temporaryVersionStr" for
-    // the rows, the plug-in registered, the wrapper launched, "productInstallCompleted" posted.
-    LVProductOperation* operation = row->operation();
-    if (version)
-        operation->beginConfirmation(version);
-    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("reloadLVUpdateItem"),
-                                                           QVariant::fromValue<QObject*>(row));
-    if (version)
-        operation->announceInstallation();
-    else
-        VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("productInstallCompleted"),
-                                                               QVariant::fromValue(row->productItem()));
-}
-
 QString LVToolUpdateAllInstalledItem::progressDescription() const
 {
-    for (size_t index = 0; index < _installerDictsArray.size(); ++index) {
-        const RunEntry& run = _installerDictsArray[index];
-        if (run.entry.installState != Downloading || !run.operation || !run.operation->isDownloading())
-            continue;
-        QString text = QStringLiteral("Downloading '%1' (%2 of %3)")
-                           .arg(entryTitle(run))
-                           .arg(index + 1)
-                           .arg(_installerDictsArray.size());
-        const QString bytes = run.operation->progressDescription();
-        if (!bytes.isEmpty())
-            text += QStringLiteral(": ") + bytes;
-        return text;
-    }
-    return QString();
+    const qsizetype index = _run ? _run->downloadingIndex() : -1;
+    if (index < 0)
+        return QString();
+    QString text =
+        QStringLiteral("Downloading '%1' (%2 of %3)").arg(entryTitle(index)).arg(index + 1).arg(_run->count());
+    const QString bytes = _run->operation(index) ? _run->operation(index)->progressDescription() : QString();
+    if (!bytes.isEmpty())
+        text += QStringLiteral(": ") + bytes;
+    return text;
 }

@@ -8,6 +8,7 @@
 #include "catalogue/VMUtils.h"
 #include "catalogue/VMVersionItem.h"
 #include "engines/LVActionHistory.h"
+#include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVPackageChecksum.h"
 #include "engines/LVProductOperation.h"
@@ -18,20 +19,23 @@
 #include <QtTest>
 
 // Hears how an operation ends, and installs as soon as the package has arrived.
-class DemoOwner : public QObject, public LVDownloaderDelegate, public LVInstallerDelegate, public LVUninstallerDelegate
+class DemoOwner : public QObject
 {
     Q_OBJECT
 public:
     explicit DemoOwner(const VMSingleProductItemPtr& product) : operation(new LVProductOperation(product, this))
     {
-        operation->setDelegate(this);
+        connect(operation, &LVProductOperation::downloadEnded, this, [this](LVDownloader*, bool succeeded) {
+            succeeded ? void(operation->install()) : end(QStringLiteral("downloadFailed"));
+        });
+        connect(operation, &LVProductOperation::installEnded, this, [this](LVInstaller* installer, bool succeeded) {
+            end(succeeded ? QStringLiteral("installCompleted") : installer->error().localizedFailureReason());
+        });
+        connect(
+            operation, &LVProductOperation::uninstallEnded, this, [this](LVUninstaller* uninstaller, bool succeeded) {
+                end(succeeded ? QStringLiteral("uninstallCompleted") : uninstaller->error().localizedFailureReason());
+            });
     }
-    void downloadCompleted(LVDownloader*) override { operation->install(); }
-    void downloadFailed(LVDownloader*) override { end(QStringLiteral("downloadFailed")); }
-    void installCompleted(LVInstaller*) override { end(QStringLiteral("installCompleted")); }
-    void installFailed(LVInstaller* installer) override { end(installer->error().localizedFailureReason()); }
-    void uninstallCompleted(LVUninstaller*) override { end(QStringLiteral("uninstallCompleted")); }
-    void uninstallFailed(LVUninstaller* uninstaller) override { end(uninstaller->error().localizedFailureReason()); }
 
     LVProductOperation* operation;
     QString outcome;

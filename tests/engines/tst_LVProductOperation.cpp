@@ -21,49 +21,43 @@
 
 using Phase = LVProductOperation::Phase;
 
-// The owner of an operation, as a row is: it hears the forwarded callbacks, notes the phase it
+// The owner of an operation, as a run is: it hears the operation's signals, notes the phase it
 // sees in each, installs when the package is there and confirms a finished installation.
-class OperationOwner : public QObject,
-                       public LVDownloaderDelegate,
-                       public LVInstallerDelegate,
-                       public LVUninstallerDelegate
+class OperationOwner : public QObject
 {
     Q_OBJECT
 public:
     explicit OperationOwner(const VMSingleProductItemPtr& product) : operation(new LVProductOperation(product, this))
     {
-        operation->setDelegate(this);
+        connect(operation, &LVProductOperation::downloadBegan, this, [this] { note("downloadStarted"); });
+        connect(operation, &LVProductOperation::downloadEnded, this, [this](LVDownloader* downloader, bool succeeded) {
+            succeeded ? downloadCompleted(downloader) : finish("downloadFailed");
+        });
+        connect(operation, &LVProductOperation::installBegan, this, &OperationOwner::installStarted);
+        connect(operation, &LVProductOperation::installEnded, this, [this](LVInstaller* installer, bool succeeded) {
+            error = installer->error();
+            if (succeeded)
+                operation->confirmInstallation(installer->representedObject().value<VMVersionItemPtr>());
+            finish(succeeded ? "installCompleted" : "installFailed");
+        });
+        connect(operation, &LVProductOperation::uninstallBegan, this, [this] { note("uninstallStarted"); });
+        connect(operation, &LVProductOperation::uninstallEnded, this, [this](LVUninstaller*, bool succeeded) {
+            finish(succeeded ? "uninstallCompleted" : "uninstallFailed");
+        });
     }
 
-    void downloadStarted(LVDownloader*) override { note("downloadStarted"); }
-    void downloadCompleted(LVDownloader* downloader) override
+    void downloadCompleted(LVDownloader* downloader)
     {
         note("downloadCompleted");
         if (downloader->identifier() == LVProductOperation::installerDownload && installOnArrival)
             operation->install(nullptr, LVProductOperation::Execution::Background, extraOptions);
     }
-    void downloadFailed(LVDownloader*) override { finish("downloadFailed"); }
-    void installStarted(LVInstaller*) override
+    void installStarted()
     {
         note("installStarted");
         if (destroyOnInstallStart)
             deleteLater();
     }
-    void installCompleted(LVInstaller* installer) override
-    {
-        error = installer->error();
-        operation->beginConfirmation(installer->representedObject().value<VMVersionItemPtr>());
-        operation->announceInstallation();
-        finish("installCompleted");
-    }
-    void installFailed(LVInstaller* installer) override
-    {
-        error = installer->error();
-        finish("installFailed");
-    }
-    void uninstallStarted(LVUninstaller*) override { note("uninstallStarted"); }
-    void uninstallCompleted(LVUninstaller*) override { finish("uninstallCompleted"); }
-    void uninstallFailed(LVUninstaller*) override { finish("uninstallFailed"); }
 
     LVProductOperation* operation;
     QVariantMap extraOptions;

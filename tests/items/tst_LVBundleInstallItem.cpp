@@ -18,12 +18,14 @@
 #include "manager/AppDelegate.h"
 #include "manager/LVInstallManager.h"
 
+#include "engines/LVProductOperations.h"
 #include <QAccessible>
 #include <QDir>
 #include <QLabel>
 #include <QMenu>
 #include <QProgressBar>
 #include <QToolButton>
+
 #include <QtTest>
 
 // A bundle row driving its products with real downloads from a local server, real packages made
@@ -96,6 +98,8 @@ void tst_LVBundleInstallItem::init()
 
 void tst_LVBundleInstallItem::cleanup()
 {
+    // Operations outlive rows: the next case starts when they have wound down.
+    QTRY_VERIFY(LVProductOperations::shared().isIdle());
     LVInstallManager::sharedInstallManager()->setAlertPresenter(nullptr);
     _alerts.reset();
     _server.reset();
@@ -219,7 +223,7 @@ void tst_LVBundleInstallItem::installsEveryProductUnderOneAuthorizationThenUnins
     QTRY_VERIFY(second->isDownloading());
     QCOMPARE(first->installStatus(), 7u);
 
-    QSignalSpy phase(row.get(), &LVBundleInstallItem::backgroundPhaseFinished);
+    QSignalSpy phase(row.get(), &LVBundleInstallItem::operationEnded);
     QTRY_COMPARE_WITH_TIMEOUT(_alerts->alerts().size(), 2, 20000);
     QCOMPARE(alertTexts(*_alerts).last(), QStringLiteral("Installation Completed: Studio was installed successfully"));
     QCOMPARE(_privileged->prompts.load(), 2); // one for the old versions, one for the whole bundle
@@ -281,12 +285,12 @@ void tst_LVBundleInstallItem::failureEndsTheOperation()
     auto row = bundle("A B C", {product("A"), product("B"), product("C")});
     LVBundleProductInstallItem* a = row->productInstallItems().at(0);
     LVBundleProductInstallItem* b = row->productInstallItems().at(1);
-    QSignalSpy phase(row.get(), &LVBundleInstallItem::backgroundPhaseFinished);
+    QSignalSpy phase(row.get(), &LVBundleInstallItem::operationEnded);
     QSignalSpy aStatuses(a, &LVInstallItem::installStatusChanged);
     row->startDownload();
 
     if (how == QLatin1String("cancel")) {
-        QTRY_VERIFY(b->isDownloading() && b->currentInstallerDownloadFileSize() > 0);
+        QTRY_VERIFY(b->isDownloading() && b->operation()->receivedBytes() > 0);
         QVERIFY(row->downloadProgressValue() > 0);
         QCOMPARE(row->downloadButton()->toolTip(), QStringLiteral("Cancel Download"));
         row->downloadButton()->click();

@@ -11,12 +11,14 @@
 #include "manager/AppDelegate.h"
 #include "manager/LVInstallManager.h"
 
+#include "engines/LVProductOperations.h"
 #include <QLabel>
 #include <QMenu>
 #include <QProgressBar>
 #include <QTextEdit>
 #include <QTimeZone>
 #include <QToolButton>
+
 #include <QtTest>
 
 // The product row's rules where they decide something: its status, what its description lists,
@@ -94,6 +96,8 @@ void tst_LVSingleInstallItem::init()
 
 void tst_LVSingleInstallItem::cleanup()
 {
+    // Operations outlive rows: the next case starts when they have wound down.
+    QTRY_VERIFY(LVProductOperations::shared().isIdle());
     VMUtils::setCurrentDateProvider({});
     LVInstallManager::sharedInstallManager()->setAlertPresenter(nullptr);
     _alerts.reset();

@@ -1,0 +1,445 @@
+#include "LVProductBatch.h"
+
+#include "catalogue/VMVersionItem.h"
+#include "engines/LVDownloadSession.h"
+#include "engines/LVDownloader.h"
+#include "engines/LVInstaller.h"
+#include "engines/LVProductOperation.h"
+#include "engines/LVProductOperations.h"
+#include "engines/LVUninstaller.h"
+#include "foundation/VMDispatch.h"
+#include "foundation/VMLog.h"
+
+#include <QThread>
+
+namespace {
+QString refusalText(int status)
+{
+    return status == PrivilegedExecution::Canceled
+               ? QStringLiteral("Administrator rights were not granted (cancelled).")
+               : QStringLiteral("Administrator rights were not granted (%1).").arg(status);
+}
+
+// The authorization of a background run: the caller's, or one of its own.
+std::shared_ptr<LVAdminAuthorization> authorizationFor(const LVProductBatch::Policy& policy, int flags)
+{
+    return policy.authorization ? policy.authorization
+                                : std::make_shared<LVAdminAuthorization>(flags, policy.createFailureLog);
+}
+} // namespace
+
+LVProductBatch::LVProductBatch(Kind kind, const QList<Item>& items, const Policy& policy, QObject* parent)
+    : QObject(parent), _kind(kind), _policy(policy)
+{
+    for (const Item& item : items) {
+        Entry entry;
+        entry.item = item;
+        entry.state = kind == Kind::Install ? State::WaitingForDownload : State::WaitingForUninstall;
+        entry.operation = LVProductOperations::shared().operationForProduct(item.product);
+        _items.append(entry);
+    }
+    for (qsizetype index = 0; index < _items.size(); ++index)
+        observe(index);
+}
+
+LVProductBatch::~LVProductBatch()
+{
+    for (Entry& entry : _items)
+        release(entry);
+}
+
+bool LVProductBatch::isFinal(State state)
+{
+    switch (state) {
+    case State::DownloadFailed:
+    case State::Installed:
+    case State::InstallFailed:
+    case State::Uninstalled:
+    case State::UninstallFailed:
+        return true;
+    default:
+        return false;
+    }
+}
+
+LVProductOperation* LVProductBatch::operation(qsizetype index) const
+{
+    return _items.at(index).operation;
+}
+
+qsizetype LVProductBatch::downloadingIndex() const
+{
+    for (qsizetype index = 0; index < _items.size(); ++index) {
+        if (_items.at(index).state == State::Downloading && !_items.at(index).joined)
+            return index;
+    }
+    return -1;
+}
+
+qint64 LVProductBatch::receivedBytes() const
+{
+    qint64 bytes = 0;
+    for (const Entry& entry : _items)
+        bytes += entry.operation && entry.operation->isDownloading() ? entry.operation->receivedBytes() : 0;
+    return bytes;
+}
+
+qint64 LVProductBatch::expectedBytes() const
+{
+    qint64 bytes = 0;
+    for (const Entry& entry : _items)
+        bytes += entry.operation && entry.operation->isDownloading() ? entry.operation->expectedBytes() : 0;
+    return bytes;
+}
+
+void LVProductBatch::setState(qsizetype index, State state, const QString& detail)
+{
+    Entry& entry = _items[index];
+    if (entry.state == state)
+        return;
+    entry.state = state;
+    if (!detail.isEmpty())
+        entry.detail = detail;
+    if (isFinal(state)) {
+        // Once every observer has heard the step that ended it.
+        QPointer<LVProductOperation> operation = entry.joined ? nullptr : entry.operation;
+        VMDispatch::performOnMainThread(this, [operation] {
+            if (operation)
+                operation->setBatched(false);
+        });
+    }
+    emit stateChanged(index, state);
+}
+
+void LVProductBatch::release(Entry& entry)
+{
+    if (entry.operation && !entry.joined)
+        entry.operation->setBatched(false);
+}
+
+void LVProductBatch::observe(qsizetype index)
+{
+    LVProductOperation* operation = _items.at(index).operation;
+    if (!operation)
+        return;
+    connect(operation, &LVProductOperation::progressChanged, this, [this, index] {
+        if (_items.at(index).state == State::Downloading)
+            emit progressChanged();
+    });
+    connect(operation, &LVProductOperation::downloadBegan, this, [this, index](LVDownloader* downloader) {
+        if (downloader->identifier() == LVProductOperation::installerDownload &&
+            _items.at(index).state == State::Downloading)
+            emit downloadStarted(index);
+    });
+    connect(operation, &LVProductOperation::downloadEnded, this,
+            [this, index](LVDownloader* downloader, bool succeeded) {
+                if (_ended || downloader->identifier() != LVProductOperation::installerDownload ||
+                    _items.at(index).state != State::Downloading)
+                    return;
+                if (!succeeded) {
+                    const bool cancelled = downloader->error().code() == LVDownloadSession::cancelledError().code();
+                    downloadFailed(index, cancelled ? QString() : downloader->error().description(), cancelled);
+                    return;
+                }
+                if (_items.at(index).joined)
+                    return;
+                if (_items.at(index).operation->packagePath().isEmpty()) {
+                    downloadFailed(index, QStringLiteral("The download gave no file."), false);
+                    return;
+                }
+                setState(index, State::Downloaded);
+                emit progressChanged();
+                // After the downloader's own callbacks have returned.
+                VMDispatch::performOnMainThread(this, [this] { downloadNext(); });
+            });
+    connect(operation, &LVProductOperation::installBegan, this, [this, index] {
+        if (_items.at(index).state == State::Downloaded || _items.at(index).state == State::Downloading)
+            setState(index, State::Installing);
+    });
+    connect(operation, &LVProductOperation::installEnded, this, [this, index](LVInstaller* installer, bool succeeded) {
+        Entry& entry = _items[index];
+        // An installer that fails before it starts (a package that does not match its
+        // checksum) never reports a start.
+        if (entry.state != State::Installing && (entry.state != State::Downloaded || entry.joined))
+            return;
+        if (!succeeded) {
+            setState(index, State::InstallFailed, installer->error().description());
+            endIfDone();
+            return;
+        }
+        // Someone else's run, and a run whose owner confirms, count it as installed now.
+        if (entry.joined || _policy.secondsBeforeAnnouncement < 0.0) {
+            setState(index, State::Installed);
+            endIfDone();
+            return;
+        }
+        const VMVersionItemPtr version = installer->representedObject().value<VMVersionItemPtr>();
+        entry.operation->confirmInstallation(version ? version : entry.item.version, _policy.secondsBeforeAnnouncement);
+    });
+    connect(operation, &LVProductOperation::installationConfirmed, this, [this, index] {
+        if (_items.at(index).state == State::Installing) {
+            setState(index, State::Installed);
+            endIfDone();
+        }
+    });
+    connect(operation, &LVProductOperation::uninstallEnded, this,
+            [this, index](LVUninstaller* uninstaller, bool succeeded) {
+                Entry& entry = _items[index];
+                if (entry.state != State::Uninstalling)
+                    return;
+                if (!succeeded && entry.detail.isEmpty())
+                    entry.detail = uninstaller->error().description();
+                // One uninstaller per script: the product has ended when its operation has.
+                if (entry.operation->isUninstalling())
+                    return;
+                setState(index, entry.detail.isEmpty() ? State::Uninstalled : State::UninstallFailed);
+                endIfDone();
+            });
+}
+
+bool LVProductBatch::start()
+{
+    if (_started)
+        return false;
+    _started = true;
+    if (_kind == Kind::Uninstall) {
+        runUninstall();
+        return true;
+    }
+    for (qsizetype index = 0; index < _items.size(); ++index) {
+        Entry& entry = _items[index];
+        LVProductOperation* operation = entry.operation;
+        if (!operation)
+            continue;
+        if (operation->isBatched() || operation->phase() == LVProductOperation::Phase::Downloading ||
+            operation->phase() == LVProductOperation::Phase::Installing ||
+            operation->phase() == LVProductOperation::Phase::Confirming) {
+            // Already on its way: one run per product, this one follows it.
+            if (operation->requestInstallation(entry.item.version)) {
+                entry.joined = true;
+                setState(index, operation->isDownloading() ? State::Downloading : State::Installing);
+            }
+            continue;
+        }
+        operation->setBatched(true);
+        operation->setJudgesByOutcome(_policy.judgesByOutcome);
+    }
+    downloadNext();
+    return !_stalled && !_ended;
+}
+
+bool LVProductBatch::startDownload(Entry& entry)
+{
+    LVProductOperation* operation = entry.operation;
+    if (!operation)
+        return false;
+    if (entry.item.installerURL.isEmpty())
+        return operation->startDownload(entry.item.version);
+    // The version as represented object, when there is one, so that the history names it.
+    return operation->startDownload(QUrl(entry.item.installerURL), {}, LVProductOperation::installerDownload,
+                                    entry.item.version ? QVariant::fromValue(entry.item.version) : QVariant());
+}
+
+void LVProductBatch::downloadNext()
+{
+    if (_stalled || _ended || _backgroundRunning)
+        return;
+    for (qsizetype index = 0; index < _items.size(); ++index) {
+        Entry& entry = _items[index];
+        if (entry.state == State::Downloading && !entry.joined)
+            return;
+        if (entry.state != State::WaitingForDownload)
+            continue;
+        if (!startDownload(entry)) {
+            VM_LOG_MESSAGE(QStringLiteral("download failed"));
+            if (_policy.downloadFailure == Policy::OnFailure::Abandon) {
+                // Nothing was fetched for it: the run ends without a word.
+                abandon(Ending::Cancelled);
+                return;
+            }
+            downloadFailed(index,
+                           QStringLiteral("The installer could not be downloaded: the version has no download URL."),
+                           false);
+            return;
+        }
+        setState(index, State::Downloading);
+        emit progressChanged();
+        return;
+    }
+    installDownloaded();
+}
+
+void LVProductBatch::downloadFailed(qsizetype index, const QString& detail, bool cancelled)
+{
+    setState(index, State::DownloadFailed, detail);
+    switch (_policy.downloadFailure) {
+    case Policy::OnFailure::Stall:
+        _stalled = true;
+        return;
+    case Policy::OnFailure::Abandon:
+        abandon(cancelled ? Ending::Cancelled : Ending::DownloadFailed);
+        return;
+    case Policy::OnFailure::GoOn:
+        VMDispatch::performOnMainThread(this, [this] { downloadNext(); });
+        return;
+    }
+}
+
+void LVProductBatch::installDownloaded()
+{
+    QList<QPointer<LVProductOperation>> operations;
+    bool needsAdministrator = !_policy.authorizesOnlyWhenNeeded;
+    for (const Entry& entry : std::as_const(_items)) {
+        if (entry.state != State::Downloaded || !entry.operation)
+            continue;
+        operations.append(entry.operation);
+        needsAdministrator =
+            needsAdministrator ||
+            entry.operation->installerSettings().value(QLatin1String(LVInstaller::requiresAuthenticationKey)).toBool();
+    }
+    if (operations.isEmpty()) {
+        endIfDone();
+        return;
+    }
+    _backgroundRunning = true;
+    QPointer<LVProductBatch> guard(this);
+    const Policy policy = _policy;
+    // The operations live as long as the application; the run only reports back through `guard`.
+    QList<LVProductOperation*> running;
+    for (const QPointer<LVProductOperation>& operation : std::as_const(operations))
+        running.append(operation.data());
+    VMDispatch::performInBackground([guard, policy, running, needsAdministrator] {
+        int status = PrivilegedExecution::Success;
+        {
+            std::shared_ptr<LVAdminAuthorization> authorization;
+            if (needsAdministrator) {
+                authorization = authorizationFor(policy, LVInstaller::defaultAuthorizationFlags());
+                status = authorization->status();
+            }
+            if (status == PrivilegedExecution::Success) {
+                const auto reference = authorization ? authorization->authorizationRef() : nullptr;
+                for (qsizetype index = 0; index < running.size(); ++index) {
+                    if (index > 0 && policy.secondsBetweenInstallations > 0.0)
+                        QThread::msleep(ulong(VMDispatch::scaledMilliseconds(policy.secondsBetweenInstallations)));
+                    running.at(index)->install(reference, LVProductOperation::Execution::Synchronous,
+                                               policy.installOptions);
+                }
+            }
+        }
+        VMDispatch::performOnMainThread([guard, status] {
+            if (!guard)
+                return;
+            guard->_backgroundRunning = false;
+            if (status != PrivilegedExecution::Success)
+                guard->refused(status);
+            else
+                guard->endIfDone();
+        });
+    });
+}
+
+void LVProductBatch::refused(int status)
+{
+    _authorizationStatus = status;
+    if (_policy.refusedAuthorization == Policy::OnFailure::Stall) {
+        _stalled = true;
+        return;
+    }
+    abandon(Ending::AuthorizationRefused, refusalText(status));
+}
+
+void LVProductBatch::runUninstall()
+{
+    QList<LVProductOperation*> running;
+    for (qsizetype index = 0; index < _items.size(); ++index) {
+        LVProductOperation* operation = _items.at(index).operation;
+        if (operation && operation->phase() == LVProductOperation::Phase::Idle && !operation->isBatched()) {
+            operation->setBatched(true);
+            running.append(operation);
+        } else {
+            running.append(nullptr);
+            setState(index, State::UninstallFailed, QStringLiteral("The product is busy."));
+        }
+    }
+    _backgroundRunning = true;
+    QPointer<LVProductBatch> guard(this);
+    const Policy policy = _policy;
+    VMDispatch::performInBackground([guard, policy, running] {
+        int status = PrivilegedExecution::Success;
+        QList<bool> started(running.size(), false);
+        {
+            const std::shared_ptr<LVAdminAuthorization> authorization =
+                authorizationFor(policy, LVUninstaller::defaultAuthorizationFlags());
+            status = authorization->status();
+            if (authorization->isGranted()) {
+                for (qsizetype index = 0; index < running.size(); ++index) {
+                    if (running.at(index))
+                        started[index] =
+                            running.at(index)->runUninstallSynchronously(authorization->authorizationRef());
+                }
+            }
+        }
+        VMDispatch::performOnMainThread([guard, status, started] {
+            if (!guard)
+                return;
+            guard->_backgroundRunning = false;
+            if (status != PrivilegedExecution::Success) {
+                guard->refused(status);
+                return;
+            }
+            for (qsizetype index = 0; index < started.size(); ++index) {
+                Entry& entry = guard->_items[index];
+                if (entry.state != State::WaitingForUninstall)
+                    continue;
+                if (!started.at(index))
+                    guard->setState(index, State::UninstallFailed,
+                                    QStringLiteral("The uninstall scripts could not be downloaded."));
+                else if (entry.operation && entry.operation->isUninstalling())
+                    guard->setState(index, State::Uninstalling);
+                else
+                    // Its uninstallers have ended already.
+                    guard->setState(index, State::Uninstalled);
+            }
+            guard->endIfDone();
+        });
+    });
+}
+
+void LVProductBatch::cancel()
+{
+    if (_ended || _backgroundRunning)
+        return;
+    abandon(Ending::Cancelled);
+}
+
+void LVProductBatch::abandon(Ending ending, const QString& detail)
+{
+    // First, so that the failures the cancelled downloads report change nothing.
+    _ended = true;
+    for (qsizetype index = 0; index < _items.size(); ++index) {
+        Entry& entry = _items[index];
+        if (isFinal(entry.state) || entry.joined)
+            continue;
+        if (entry.operation)
+            entry.operation->cleanUp();
+        if (entry.state == State::Downloading || entry.state == State::WaitingForDownload)
+            setState(index, State::DownloadFailed, detail);
+        else if (entry.state == State::WaitingForUninstall || entry.state == State::Uninstalling)
+            setState(index, State::UninstallFailed, detail);
+        else
+            setState(index, State::InstallFailed, detail);
+    }
+    emit ended(ending);
+}
+
+void LVProductBatch::endIfDone()
+{
+    if (_ended || _stalled || _backgroundRunning)
+        return;
+    for (const Entry& entry : std::as_const(_items)) {
+        if (!isFinal(entry.state))
+            return;
+    }
+    _ended = true;
+    emit ended(Ending::Completed);
+}

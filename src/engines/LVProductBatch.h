@@ -1,0 +1,150 @@
+#pragma once
+
+#include "catalogue/VMSingleProductItem.h"
+#include "engines/LVAdminAuthorization.h"
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QVariantMap>
+#include <memory>
+
+class LVProductOperation;
+
+// Several products in one run, each through its own LVProductOperation so that rows observe it and
+// a catalogue refresh does not end it. Installing: the installers download one at a time, then
+// install in order on one background thread under one administrator authorization, then are
+// confirmed. Uninstalling: the products' scripts run on one background thread under one
+// authorization. What a failure means (stall, abandon, go on) is the owner's policy.
+class LVProductBatch : public QObject
+{
+    Q_OBJECT
+public:
+    enum class Kind { Install, Uninstall };
+    // An item's state; the install states keep the update-all tool's numbers.
+    enum class State : uint {
+        WaitingForDownload = 0,
+        Downloading = 1,
+        Downloaded = 2,
+        DownloadFailed = 3,
+        Installing = 4,
+        Installed = 5,
+        InstallFailed = 6,
+        WaitingForUninstall = 7,
+        Uninstalling = 8,
+        Uninstalled = 9,
+        UninstallFailed = 10,
+    };
+    Q_ENUM(State)
+    enum class Ending {
+        Completed,            // every item ended; some may have failed
+        DownloadFailed,       // a download failed and the run was abandoned
+        Cancelled,            // cancel(), or a download that could not start in an abandoning run
+        AuthorizationRefused, // the administrator right was refused and the run was abandoned
+    };
+    Q_ENUM(Ending)
+
+    struct Item
+    {
+        VMSingleProductItemPtr product;
+        // Install: the version to install. With `installerURL` it may be null (the installer is not
+        // a version's own) and the installer is fetched without the version's settings.
+        VMVersionItemPtr version;
+        QString installerURL;
+    };
+
+    struct Policy
+    {
+        enum class OnFailure {
+            Stall,   // stop where it stands: no further step, no ending, packages kept
+            Abandon, // cancel every download, delete every package, end
+            GoOn,    // the product fails; the others go on (downloads only)
+        };
+        OnFailure downloadFailure = OnFailure::GoOn;
+        // Stall or Abandon; an abandoned item fails with the refusal as its detail.
+        OnFailure refusedAuthorization = OnFailure::Abandon;
+        // Added to each product's installer settings.
+        QVariantMap installOptions;
+        // Waited on the background thread after each installation but the last.
+        double secondsBetweenInstallations = 0.0;
+        // Confirmed after each installation with this wait before the announcement; a negative
+        // value leaves the confirmation to the owner (after the ending).
+        double secondsBeforeAnnouncement = 0.0;
+        // No administrator prompt unless a package's settings ask for one.
+        bool authorizesOnlyWhenNeeded = false;
+        // A failed installation whose version is found installed counts as a success.
+        bool judgesByOutcome = false;
+        // Held by the caller for longer than the run; none: the run acquires its own.
+        std::shared_ptr<LVAdminAuthorization> authorization;
+        LVAdminAuthorization::CreateFailureLog createFailureLog = LVAdminAuthorization::CreateFailureLog::Always;
+    };
+
+    LVProductBatch(Kind kind, const QList<Item>& items, const Policy& policy, QObject* parent = nullptr);
+    ~LVProductBatch() override;
+
+    // Install: starts the first download (an item whose product is busy with an installation
+    // already joins that one instead). Uninstall: starts the background run. False when nothing
+    // could start; under a stalling policy the run then stays as it stands.
+    bool start();
+    // Cancels the downloads and deletes every package not yet installed; the run ends Cancelled
+    // unless its installations are under way already.
+    void cancel();
+
+    Kind kind() const { return _kind; }
+    qsizetype count() const { return _items.size(); }
+    Item item(qsizetype index) const { return _items.at(index).item; }
+    State state(qsizetype index) const { return _items.at(index).state; }
+    // Why the item failed: an error's description, or empty.
+    QString detail(qsizetype index) const { return _items.at(index).detail; }
+    LVProductOperation* operation(qsizetype index) const;
+    // The item whose download runs, or -1.
+    qsizetype downloadingIndex() const;
+    // Of the whole run: every item's received and expected bytes.
+    qint64 receivedBytes() const;
+    qint64 expectedBytes() const;
+    bool hasEnded() const { return _ended; }
+    // The status of the administrator right when it was not granted; 0 otherwise.
+    int authorizationStatus() const { return _authorizationStatus; }
+
+    static bool isFinal(State state);
+
+signals:
+    void stateChanged(qsizetype index, LVProductBatch::State state);
+    // The item's installer download has begun to arrive.
+    void downloadStarted(qsizetype index);
+    void progressChanged();
+    void ended(LVProductBatch::Ending ending);
+
+private:
+    struct Entry
+    {
+        Item item;
+        QPointer<LVProductOperation> operation;
+        State state = State::WaitingForDownload;
+        QString detail;
+        // Follows an installation that someone else started; the batch neither installs nor
+        // confirms it.
+        bool joined = false;
+    };
+
+    void observe(qsizetype index);
+    void setState(qsizetype index, State state, const QString& detail = QString());
+    void downloadNext();
+    bool startDownload(Entry& entry);
+    void downloadFailed(qsizetype index, const QString& detail, bool cancelled);
+    void installDownloaded();
+    void refused(int status);
+    void runUninstall();
+    void abandon(Ending ending, const QString& detail = QString());
+    void endIfDone();
+    void release(Entry& entry);
+
+    const Kind _kind;
+    QList<Entry> _items;
+    const Policy _policy;
+    bool _started = false;
+    bool _stalled = false;
+    bool _backgroundRunning = false;
+    bool _ended = false;
+    int _authorizationStatus = 0;
+};
