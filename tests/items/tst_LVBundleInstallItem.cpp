@@ -11,19 +11,23 @@
 #include "catalogue/VMProductsCollection.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "engines/LVInstaller.h"
+#include "engines/LVProductOperations.h"
+#include "foundation/VMNotificationCenter.h"
 #include "foundation/VMPropertyList.h"
 #include "items/LVBundleInstallItem.h"
 #include "items/LVBundleProductInstallItem.h"
 #include "items/LVInstallItemTitleField.h"
 #include "manager/AppDelegate.h"
+#include "manager/LVApplicationItemFactory.h"
 #include "manager/LVInstallManager.h"
 
-#include "engines/LVProductOperations.h"
 #include <QAccessible>
 #include <QDir>
+#include <QDirIterator>
 #include <QLabel>
 #include <QMenu>
 #include <QProgressBar>
+#include <QSemaphore>
 #include <QToolButton>
 
 #include <QtTest>
@@ -45,7 +49,7 @@ private slots:
     void failureEndsTheOperation();
     void oneFailedInstallationStillInstallsTheOthers();
     void everyControlHasAnAccessibleName();
-    void demoBundleInstallsAndUninstallsWithOneConsentEach();
+    void demoBundleSurvivesRefreshes();
 
 private:
     VMSingleProductItemPtr product(const QString& id, bool discontinued = false, const QString& tags = {}) const;
@@ -349,40 +353,97 @@ void tst_LVBundleInstallItem::everyControlHasAnAccessibleName()
              QStringLiteral("Studio"));
 }
 
-void tst_LVBundleInstallItem::demoBundleInstallsAndUninstallsWithOneConsentEach()
+// The demo's own catalogue, packages and scripts, through the install list: catalogue refreshes
+// make new bundle rows while the bundle downloads, installs and uninstalls; the run goes on, the
+// new row shows it, and each step is confirmed and summed up once, under one consent each.
+void tst_LVBundleInstallItem::demoBundleSurvivesRefreshes()
 {
-    // The demo's own catalogue, packages and scripts.
     const QString site = _env->path() + QStringLiteral("/demo");
     QString error;
-    QVERIFY2(DemoPackages::writePackages(site, &error, 4096), qPrintable(error));
+    QVERIFY2(DemoPackages::writePackages(site, &error, 65536), qPrintable(error));
     QVERIFY2(DemoPackages::seedSystemRoot(site, _env->systemRoot(), &error), qPrintable(error));
     _server->serveDirectory("/", site);
+    // Slow enough for a refresh to happen mid-download.
+    QDirIterator packages(site + QStringLiteral("/VM_installers"), {QStringLiteral("LV-DRIFT-*.pkg")});
+    while (packages.hasNext()) {
+        LocalHttpServer::Response slow;
+        slow.filePath = packages.next();
+        slow.chunkSize = 8192;
+        slow.chunkIntervalMs = 40;
+        _server->setRoute("/VM_installers/" + packages.fileName().toUtf8(), slow);
+    }
     QUrl base = _server->url(QStringLiteral("/"));
     base.setPath(QString());
-    const QVariantMap catalogue = DemoCatalogue::catalogue(base, QDateTime::currentDateTime());
-    const auto collection = VMProductsCollection::initWithDict(catalogue.value("Products"));
-    VMBundleProductItemPtr record;
-    for (const VMProductItemPtr& product : collection->productItems())
-        if (product->productID() == QLatin1String("LV-TYPE"))
-            record = std::dynamic_pointer_cast<VMBundleProductItem>(product);
-    QVERIFY(record);
-    std::unique_ptr<LVBundleInstallItem> row(LVBundleInstallItem::installItemWithBundleProductItem(record, collection));
-    row->setInstallManager(LVInstallManager::sharedInstallManager());
-    QCOMPARE(row->productInstallItems().size(), 2);
-    QCOMPARE(row->installStatus(), 1u);
+    const QByteArray catalogue =
+        VMPropertyList::toXmlData(DemoCatalogue::catalogue(base, QDateTime::currentDateTime()));
+    // The consent prompt holds each administrator step until the test has refreshed.
+    std::atomic<int> asked{0};
+    QSemaphore gate;
+    _privileged->setConsentProvider([&](const QString&) {
+        ++asked;
+        gate.acquire();
+        return int(PrivilegedExecution::Success);
+    });
+    QObject observer;
+    QStringList posted;
+    for (const char* name : {"productInstallCompleted", "productUninstallCompleted"})
+        VMNotificationCenter::defaultCenter().addObserver(
+            &observer, QLatin1String(name), [&posted, name](const VMNotification&) { posted.append(name); });
+
+    LVInstallManager* manager = LVInstallManager::sharedInstallManager();
+    manager->setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());
+    LVBundleInstallItem* row = nullptr;
+    const auto refresh = [&] {
+        QPointer<LVBundleInstallItem> before(row);
+        manager->updateWithConfigData(catalogue);
+        QTRY_VERIFY_WITH_TIMEOUT(!before, 20000);
+        row = nullptr;
+        for (LVInstallItem* item : manager->installItems()) {
+            if (auto* bundle = qobject_cast<LVBundleInstallItem*>(item);
+                bundle && bundle->bundleProductItem()->productID() == QLatin1String("LV-TYPE"))
+                row = bundle;
+        }
+        QVERIFY(row);
+        row->view();
+    };
+    const auto statusAfterRefresh = [&] {
+        refresh();
+        return row ? row->installStatus() : 0u;
+    };
+    QCOMPARE(statusAfterRefresh(), 1u);
 
     row->startDownload();
+    QTRY_COMPARE(row->installStatus(), 5u);
+    QCOMPARE(statusAfterRefresh(), 5u);
+    QCOMPARE(row->statusTextField()->text(), QStringLiteral("Downloading"));
+    QTRY_COMPARE_WITH_TIMEOUT(asked.load(), 1, 20000);
+    // Every product waits for the one authorization.
+    QCOMPARE(statusAfterRefresh(), 7u);
+    QCOMPARE(row->statusTextField()->text(), QStringLiteral("Installing..."));
+    gate.release();
     QTRY_COMPARE_WITH_TIMEOUT(_alerts->alerts().size(), 1, 30000);
-    QCOMPARE(_alerts->alerts().last().messageText(), QStringLiteral("Installation Completed"));
-    QCOMPARE(row->installStatus(), 2u);
-    QCOMPARE(_privileged->prompts.load(), 1);
+    QCOMPARE(alertTexts(*_alerts).last(),
+             QStringLiteral("Installation Completed: Title Designer Pack was installed successfully"));
+    QTRY_COMPARE(row->installStatus(), 2u);
+    QCOMPARE(posted, (QStringList{"productInstallCompleted", "productInstallCompleted"}));
+    for (LVBundleProductInstallItem* product : row->productInstallItems())
+        QVERIFY(
+            !VMInstalledVersions::filePathToXPCBundleUsingPluginKit(product->singleProductItem()->productIdentifier())
+                 .isEmpty());
 
     row->startUninstalling();
+    QTRY_COMPARE_WITH_TIMEOUT(asked.load(), 2, 20000);
+    refresh();
+    gate.release();
     QTRY_COMPARE_WITH_TIMEOUT(_alerts->alerts().size(), 2, 30000);
-    QCOMPARE(_alerts->alerts().last().messageText(), QStringLiteral("Uninstallation Completed"));
+    QCOMPARE(alertTexts(*_alerts).last(),
+             QStringLiteral("Uninstallation Completed: Title Designer Pack was uninstalled successfully"));
     QTRY_COMPARE(row->installStatus(), 1u);
-    QCOMPARE(_privileged->prompts.load(), 2);
+    QCOMPARE(posted.count(QStringLiteral("productUninstallCompleted")), 2);
+    QTest::qWait(100); // nothing further comes
+    QCOMPARE(_alerts->alerts().size(), 2);
     QTRY_VERIFY(packagesOnDisk().isEmpty());
+    LVInstallManager::releaseSharedInstallManager();
 }
 
 QTEST_MAIN(tst_LVBundleInstallItem)
