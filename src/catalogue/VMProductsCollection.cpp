@@ -120,3 +120,14 @@ QList<VMNodePtr> VMProductsCollection::children() const
         nodes.append(item);
     return nodes;
 }
+
+QList<std::shared_ptr<VMSingleProductItem>> VMProductsCollection::bundleMembers(const VMBundleProductItem& bundle) const
+{
+    QList<std::shared_ptr<VMSingleProductItem>> members;
+    const QStringList ids = bundle.bundleIncludedProductIDs().split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    for (const VMProductItemPtr& item : productItemsWithProductIDs(ids)) {
+        if (auto single = std::dynamic_pointer_cast<VMSingleProductItem>(item))
+            members.append(single);
+    }
+    return members;
+}

@@ -11,6 +11,9 @@
 #include <QVariantMap>
 #include <memory>
 
+class VMBundleProductItem;
+class VMSingleProductItem;
+
 class VMProductsCollection;
 using VMProductsCollectionPtr = std::shared_ptr<VMProductsCollection>;
 
@@ -37,6 +40,9 @@ public:
     // Products whose productID equals one of `productIDs`, in the order of the IDs (an ID asked
     // twice gives its product twice; two products with one ID both appear).
     QList<VMProductItemPtr> productItemsWithProductIDs(const QStringList& productIDs) const;
+    // The single products a bundle names (its IDs separated by single blanks), in its order;
+    // unknown IDs and empty pieces drop out.
+    QList<std::shared_ptr<VMSingleProductItem>> bundleMembers(const VMBundleProductItem& bundle) const;
 
     // "productItems" (a QList<VMProductItemPtr>) posts "reloadNodeTable". Answers whether the key
     // was recognised.

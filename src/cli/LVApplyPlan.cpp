@@ -76,7 +76,7 @@ QList<LVApplyPlan::Step> LVApplyPlan::make(const QVariantMap& desired, const VMP
                     *error = QStringLiteral("A bundle has no versions to choose from: '%1' is \"%2\".").arg(key, value);
                     return {};
                 }
-                products = LVHeadlessSession::bundleMembers(*bundle, collection);
+                products = collection.bundleMembers(*bundle);
                 direct = false;
             }
         } else {

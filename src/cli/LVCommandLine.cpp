@@ -183,7 +183,7 @@ QList<ProductRow> productRows(const VMProductsCollection& collection)
             row.status = VMInstallStatus::singleProductStatus(*single, row.installed);
         } else if (auto bundle = std::dynamic_pointer_cast<VMBundleProductItem>(item)) {
             QList<uint> statuses;
-            for (const VMSingleProductItemPtr& member : LVHeadlessSession::bundleMembers(*bundle, collection)) {
+            for (const VMSingleProductItemPtr& member : collection.bundleMembers(*bundle)) {
                 row.members.append(member->productID());
                 statuses.append(VMInstallStatus::singleProductStatus(*member, member->checkInstalledPluginVersion()));
             }
@@ -509,7 +509,7 @@ int LVCommandLine::run(const QStringList& arguments)
                 err() << "A bundle has no versions to choose from: '" << argument << "'.\n";
                 return UsageError;
             }
-            products = LVHeadlessSession::bundleMembers(*bundle, collection);
+            products = collection.bundleMembers(*bundle);
         } else if (auto single = std::dynamic_pointer_cast<VMSingleProductItem>(found.first())) {
             products = {single};
         }

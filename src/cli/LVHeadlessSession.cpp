@@ -22,18 +22,6 @@ LVHeadlessSession::LVHeadlessSession(QObject* parent) : QObject(parent) {}
 
 LVHeadlessSession::~LVHeadlessSession() = default;
 
-QList<VMSingleProductItemPtr> LVHeadlessSession::bundleMembers(const VMBundleProductItem& bundle,
-                                                               const VMProductsCollection& collection)
-{
-    QList<VMSingleProductItemPtr> members;
-    const QStringList ids = bundle.bundleIncludedProductIDs().split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    for (const VMProductItemPtr& item : collection.productItemsWithProductIDs(ids)) {
-        if (auto single = std::dynamic_pointer_cast<VMSingleProductItem>(item))
-            members.append(single);
-    }
-    return members;
-}
-
 QString LVHeadlessSession::detectInstalledVersion(const VMSingleProductItem& product)
 {
     VMInstalledVersions::clearBundleIdentifierCache();

@@ -50,9 +50,6 @@ public:
     QList<Result> install(const QList<Target>& targets);
     QList<Result> uninstall(const QList<VMSingleProductItemPtr>& products);
 
-    // The products a bundle names, in its order; unknown IDs and empty pieces drop out.
-    static QList<VMSingleProductItemPtr> bundleMembers(const VMBundleProductItem& bundle,
-                                                       const VMProductsCollection& collection);
     // The installed version as detected now, after dropping what detection had cached.
     static QString detectInstalledVersion(const VMSingleProductItem& product);
 

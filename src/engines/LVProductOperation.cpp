@@ -1,7 +1,9 @@
 #include "LVProductOperation.h"
 
+#include "catalogue/VMProductEvents.h"
 #include "engines/LVActionHistory.h"
 
+#include "catalogue/VMInstallStatus.h"
 #include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMUtils.h"
 #include "catalogue/VMVersionItem.h"
@@ -20,7 +22,6 @@
 #include <cmath>
 
 namespace {
-const QString kTemporaryVersion = QStringLiteral("temporaryVersionStr");
 constexpr double kMegabyte = 1000.0 * 1000.0;
 
 QString megabytes(qint64 bytes)
@@ -145,6 +146,21 @@ bool LVProductOperation::isDownloading() const
 bool LVProductOperation::isInstalling() const
 {
     return _phase == Phase::Installing;
+}
+
+uint LVProductOperation::busyStatus() const
+{
+    if (_installerDownloader)
+        return VMInstallStatus::Downloading;
+    switch (_phase) {
+    case Phase::Downloaded:
+        return VMInstallStatus::WaitingForBundle;
+    case Phase::Installing:
+    case Phase::Confirming:
+        return VMInstallStatus::Installing;
+    default:
+        return VMInstallStatus::NotComputed;
+    }
 }
 
 bool LVProductOperation::isUninstalling() const
@@ -551,7 +567,7 @@ void LVProductOperation::confirmInstallation(const VMVersionItemPtr& version, do
 {
     if (version)
         beginConfirmation(version);
-    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("reloadLVUpdateItem"),
+    VMNotificationCenter::defaultCenter().postNotification(VMProductEvents::reloadUpdateItem,
                                                            QVariant::fromValue(static_cast<QObject*>(this)));
     if (!version || secondsBeforeAnnouncement <= 0.0) {
         // Every row of this product confirms the new version from here.
@@ -572,7 +588,7 @@ void LVProductOperation::beginConfirmation(const VMVersionItemPtr& version)
     if (!_productItem)
         return;
     if (version)
-        _productItem->setProperty(version->productVersion(), kTemporaryVersion);
+        _productItem->setProperty(version->productVersion(), VMProductEvents::temporaryVersionKey);
     const QString identifier = version && !version->productIdentifier().isEmpty() ? version->productIdentifier()
                                                                                   : _productItem->productIdentifier();
     const QString xpcPath = VMUtils::xpcPathForBundleIndentifier(identifier);
@@ -587,9 +603,9 @@ void LVProductOperation::announceInstallation()
     if (!_productItem)
         return;
     const VMSingleProductItemPtr product = _productItem;
-    VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("productInstallCompleted"),
+    VMNotificationCenter::defaultCenter().postNotification(VMProductEvents::installCompleted,
                                                            QVariant::fromValue(product));
-    product->setProperty(QVariant(), kTemporaryVersion);
+    product->setProperty(QVariant(), VMProductEvents::temporaryVersionKey);
     emit installationConfirmed();
 }
 
@@ -744,8 +760,8 @@ void LVProductOperation::endUninstallation(LVUninstaller* uninstaller, bool succ
     }
     if (confirm && succeeded && _productItem) {
         VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
-        center.postNotification(QStringLiteral("reloadLVUpdateItem"), QVariant::fromValue(static_cast<QObject*>(this)));
-        center.postNotification(QStringLiteral("productUninstallCompleted"), QVariant::fromValue(_productItem));
+        center.postNotification(VMProductEvents::reloadUpdateItem, QVariant::fromValue(static_cast<QObject*>(this)));
+        center.postNotification(VMProductEvents::uninstallCompleted, QVariant::fromValue(_productItem));
     }
     emit uninstallEnded(uninstaller, succeeded);
 }

@@ -69,6 +69,11 @@ public:
     bool isDownloading() const;
     bool isInstalling() const;
     bool isUninstalling() const;
+    // What a row of the product shows for the operation, in the rows' numbering (VMInstallStatus):
+    // Downloading while an installer downloads, WaitingForBundle while its package waits for a
+    // run's installation, Installing while it installs or is confirmed; NotComputed otherwise,
+    // when the installed version decides.
+    uint busyStatus() const;
 
     // The product's uninstall scripts: its own URL if non-empty, then each version's non-empty
     // one in catalogue order; repeats kept (callers skip them when downloading).

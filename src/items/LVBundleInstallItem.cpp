@@ -51,12 +51,7 @@ LVBundleInstallItem::LVBundleInstallItem(const VMBundleProductItemPtr& bundlePro
                                          const std::shared_ptr<VMProductsCollection>& collection)
     : _bundleProductItem(bundleProductItem)
 {
-    // Single blanks separate the IDs; doubled blanks leave empty pieces that match nothing.
-    const QStringList ids = bundleProductItem->bundleIncludedProductIDs().split(QLatin1Char(' '));
-    for (const VMProductItemPtr& product : collection->productItemsWithProductIDs(ids)) {
-        const auto single = std::dynamic_pointer_cast<VMSingleProductItem>(product);
-        if (!single)
-            continue;
+    for (const VMSingleProductItemPtr& single : collection->bundleMembers(*bundleProductItem)) {
         if (LVBundleProductInstallItem* row = LVBundleProductInstallItem::initWithProdcutItem(single, this)) {
             row->setInstallItem(this);
             _productInstallItems.append(row);

@@ -1,4 +1,5 @@
 #include "LVBundleProductInstallItem.h"
+#include "catalogue/VMProductEvents.h"
 #include "ui_LVBundleProductInstallItem.h"
 
 #include "LVBundleInstallItem.h"
@@ -19,21 +20,6 @@
 
 #include <QLabel>
 #include <QProgressBar>
-
-namespace {
-const QString kTemporaryVersionStr = QStringLiteral("temporaryVersionStr");
-
-// The product record a "productInstallCompleted" or "productUninstallCompleted" carries.
-std::shared_ptr<VMProductItem> productOf(const QVariant& object)
-{
-    if (object.canConvert<VMSingleProductItemPtr>())
-        if (auto single = object.value<VMSingleProductItemPtr>())
-            return single;
-    if (object.canConvert<VMProductItemPtr>())
-        return object.value<VMProductItemPtr>();
-    return nullptr;
-}
-} // namespace
 
 LVBundleProductInstallItem* LVBundleProductInstallItem::initWithProdcutItem(const VMSingleProductItemPtr& productItem,
                                                                             QObject* parent)
@@ -65,9 +51,9 @@ LVBundleProductInstallItem::LVBundleProductInstallItem(const VMSingleProductItem
             installFailed(installer);
     });
     VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
-    center.addObserver(this, QStringLiteral("productInstallCompleted"),
+    center.addObserver(this, VMProductEvents::installCompleted,
                        [this](const VMNotification& notification) { installCompletedNotif(notification); });
-    center.addObserver(this, QStringLiteral("productUninstallCompleted"),
+    center.addObserver(this, VMProductEvents::uninstallCompleted,
                        [this](const VMNotification& notification) { uninstallCompletedNotif(notification); });
 }
 
@@ -143,18 +129,10 @@ void LVBundleProductInstallItem::updateStatus()
         VMDispatch::performOnMainThread(this, [this] { updateStatus(); });
         return;
     }
-    uint status = StatusLatestInstalled;
-    if (waitingToInstall()) {
-        status = StatusWaitingForBundle;
-    } else if (isDownloading()) {
-        status = StatusDownloading;
-    } else if (isInstalling()) {
-        status = StatusInstalling;
-    } else if (_installedVersion.isEmpty()) {
-        status = StatusNotInstalled;
-    } else {
-        status = VMInstallStatus::singleProductStatus(*_productItem, _installedVersion);
-    }
+    uint status = _operation->busyStatus();
+    if (status == StatusNotComputed)
+        status = _installedVersion.isEmpty() ? uint(StatusNotInstalled)
+                                             : VMInstallStatus::singleProductStatus(*_productItem, _installedVersion);
     setInstallStatus(status);
     updateView(status);
     if (_installItem)
@@ -234,8 +212,8 @@ bool LVBundleProductInstallItem::canUninstall()
 
 void LVBundleProductInstallItem::checkInstalledVersion(int)
 {
-    const QVariant version = _productItem->propertyForKey(kTemporaryVersionStr);
-    VM_LOG_MESSAGE(QStringLiteral("%1: %2").arg(kTemporaryVersionStr, version.toString()));
+    const QVariant version = _productItem->propertyForKey(VMProductEvents::temporaryVersionKey);
+    VM_LOG_MESSAGE(QStringLiteral("%1: %2").arg(VMProductEvents::temporaryVersionKey, version.toString()));
     if (version.toString().isEmpty())
         return;
     _installedVersion = version.toString();
@@ -244,7 +222,7 @@ void LVBundleProductInstallItem::checkInstalledVersion(int)
 
 bool LVBundleProductInstallItem::concernsThisProduct(const VMNotification& notification) const
 {
-    const auto product = productOf(notification.object);
+    const auto product = VMProductEvents::productOf(notification.object);
     return product && product->productID() == _productItem->productID();
 }
 

@@ -1,4 +1,5 @@
 #include "LVSingleInstallItem.h"
+#include "catalogue/VMProductEvents.h"
 #include "ui_LVSingleInstallItem.h"
 
 #include "LVInstallItemTitleField.h"
@@ -33,9 +34,6 @@ static void initImageResources()
 }
 
 namespace {
-const QString kProductInstallCompleted = QStringLiteral("productInstallCompleted");
-const QString kProductUninstallCompleted = QStringLiteral("productUninstallCompleted");
-const QString kTemporaryVersion = QStringLiteral("temporaryVersionStr");
 const QString kFxPlug3 = QStringLiteral("FxPlug3");
 
 LVSingleInstallItem::SavePathProvider& savePathProvider()
@@ -77,19 +75,6 @@ QString htmlSpan(const QString& text, const QColor& color)
         .arg(color.name(), text.toHtmlEscaped().replace(QLatin1Char('\n'), QLatin1String("<br>")));
 }
 
-// The product record a notification carries, whichever record type it was posted as.
-std::shared_ptr<VMProductItem> productOf(const QVariant& object)
-{
-    if (object.canConvert<VMSingleProductItemPtr>())
-        if (auto single = object.value<VMSingleProductItemPtr>())
-            return single;
-    if (object.canConvert<VMProductItemPtr>())
-        if (auto product = object.value<VMProductItemPtr>())
-            return product;
-    if (object.canConvert<VMNodePtr>())
-        return std::dynamic_pointer_cast<VMProductItem>(object.value<VMNodePtr>());
-    return nullptr;
-}
 } // namespace
 
 void LVSingleInstallItem::setSavePathProvider(SavePathProvider provider)
@@ -129,9 +114,9 @@ LVSingleInstallItem::LVSingleInstallItem(const VMSingleProductItemPtr& productIt
     });
     setInstalledVersion(productItem->checkInstalledPluginVersion());
     VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
-    center.addObserver(this, kProductInstallCompleted,
+    center.addObserver(this, VMProductEvents::installCompleted,
                        [this](const VMNotification& notification) { installCompletedNotif(notification); });
-    center.addObserver(this, kProductUninstallCompleted,
+    center.addObserver(this, VMProductEvents::uninstallCompleted,
                        [this](const VMNotification& notification) { uninstallCompletedNotif(notification); });
 }
 
@@ -328,17 +313,14 @@ void LVSingleInstallItem::showIcon(const QImage& image)
 
 void LVSingleInstallItem::updateStatus()
 {
-    LVDownloader* downloader = _operation->downloader();
     const QString installed = installedVersion();
-    uint status;
-    if (downloader && downloader->identifier() != LVProductOperation::uninstallScriptDownload)
-        status = StatusDownloading;
-    else if (_operation->phase() == LVProductOperation::Phase::Installing)
+    uint status = _operation->busyStatus();
+    // A package that waits for a run's installation is as good as installing.
+    if (status == StatusWaitingForBundle)
         status = StatusInstalling;
-    else if (installed.isNull())
-        status = StatusNotInstalled;
-    else
-        status = VMInstallStatus::singleProductStatus(*_productItem, installed);
+    else if (status == StatusNotComputed)
+        status = installed.isNull() ? uint(StatusNotInstalled)
+                                    : VMInstallStatus::singleProductStatus(*_productItem, installed);
     setInstallStatus(status);
 
     if (!_ui)
@@ -655,7 +637,7 @@ void LVSingleInstallItem::installCompletedNotif(const VMNotification& notificati
 
 bool LVSingleInstallItem::concernsProduct(const VMNotification& notification, const VMSingleProductItem& product)
 {
-    const std::shared_ptr<VMProductItem> other = productOf(notification.object);
+    const std::shared_ptr<VMProductItem> other = VMProductEvents::productOf(notification.object);
     if (!other)
         return false;
     if (other->productID() == product.productID())
@@ -665,7 +647,7 @@ bool LVSingleInstallItem::concernsProduct(const VMNotification& notification, co
 
 void LVSingleInstallItem::checkInstalledVersion(const QVariant&)
 {
-    const QVariant temporary = _productItem->propertyForKey(kTemporaryVersion);
+    const QVariant temporary = _productItem->propertyForKey(VMProductEvents::temporaryVersionKey);
     if (!temporary.isValid() || temporary.isNull())
         return;
     setInstalledVersion(temporary.toString());

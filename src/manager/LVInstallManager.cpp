@@ -1,4 +1,5 @@
 #include "LVInstallManager.h"
+#include "catalogue/VMProductEvents.h"
 #include "ui_LVInstallManager.h"
 
 #include "LVInstallManagerDelegate.h"
@@ -56,7 +57,7 @@ LVInstallManager::LVInstallManager(QObject* parent)
     selectInstallsTabViewAtIndex(InstallsTab::BundlesTab);
 
     auto& center = VMNotificationCenter::defaultCenter();
-    center.addObserver(this, QStringLiteral("reloadLVUpdateItem"),
+    center.addObserver(this, VMProductEvents::reloadUpdateItem,
                        [this](const VMNotification& note) { reloadItem(note); });
     center.addObserver(this, QStringLiteral("expandLVUpdateItem"),
                        [this](const VMNotification& note) { expandInstallItem(note); });

@@ -1,5 +1,7 @@
 #include "LVInstallsTab.h"
 
+#include "catalogue/VMInstallStatus.h"
+
 #include "catalogue/VMBundleProductItem.h"
 #include "catalogue/VMProductsCollection.h"
 #include "catalogue/VMSingleProductItem.h"
@@ -154,8 +156,7 @@ qint64 LVInstallsTab::attentionCount() const
 {
     qint64 count = 0;
     for (LVInstallItem* row : std::as_const(_bundleProductInstallItems) + _singleProductInstallItems) {
-        const uint status = row->installStatus();
-        if (status != LVInstallItem::StatusNotInstalled && status != LVInstallItem::StatusLatestInstalled)
+        if (VMInstallStatus::needsUpdate(row->installStatus()))
             ++count;
     }
     return count;

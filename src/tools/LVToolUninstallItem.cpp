@@ -1,4 +1,5 @@
 #include "LVToolUninstallItem.h"
+#include "catalogue/VMProductEvents.h"
 #include "ui_LVToolUninstallItem.h"
 
 #include "LVToolUninstallItemDelegate.h"
@@ -250,7 +251,7 @@ void LVToolUninstallItem::checkInstallComplete(bool success)
 
     VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
     for (LVInstallItem* row : manager->singleProductInstallItems()) {
-        center.postNotification(QStringLiteral("reloadLVUpdateItem"), QVariant::fromValue<QObject*>(row));
-        center.postNotification(QStringLiteral("productUninstallCompleted"), QVariant::fromValue(row->productItem()));
+        center.postNotification(VMProductEvents::reloadUpdateItem, QVariant::fromValue<QObject*>(row));
+        center.postNotification(VMProductEvents::uninstallCompleted, QVariant::fromValue(row->productItem()));
     }
 }

@@ -1,4 +1,5 @@
 #include "LVUpdateAllInstalledInstallItem.h"
+#include "catalogue/VMProductEvents.h"
 #include "ui_LVUpdateAllInstalledInstallItem.h"
 
 #include "LVToolUpdateAllInstalledItem.h"
@@ -22,9 +23,9 @@ LVUpdateAllInstalledInstallItem::LVUpdateAllInstalledInstallItem()
 {
     // Detection needs a moment to settle after a change: the summary is estimated a little later.
     VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
-    center.addObserver(this, QStringLiteral("productInstallCompleted"),
+    center.addObserver(this, VMProductEvents::installCompleted,
                        [this](const VMNotification&) { estimateAfterDelay(2.0); });
-    center.addObserver(this, QStringLiteral("productUninstallCompleted"),
+    center.addObserver(this, VMProductEvents::uninstallCompleted,
                        [this](const VMNotification&) { estimateAfterDelay(1.0); });
     center.addObserver(this, QStringLiteral("productsChanged"),
                        [this](const VMNotification&) { estimateAfterDelay(1.0); });
