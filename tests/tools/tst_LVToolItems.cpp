@@ -1,6 +1,6 @@
+#include "RecordingWorkspace.h"
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
-#include "ToolTestWorkspace.h"
 
 #include "catalogue/LVServers.h"
 #include "foundation/VMNotificationCenter.h"
@@ -46,7 +46,7 @@ private slots:
 private:
     std::unique_ptr<TestEnvironment> _env;
     std::unique_ptr<LocalHttpServer> _server;
-    std::shared_ptr<ToolTestWorkspace> _workspace;
+    std::shared_ptr<RecordingWorkspace> _workspace;
     std::shared_ptr<TestAlertPresenter> _alerts;
 };
 
@@ -54,7 +54,7 @@ void tst_LVToolItems::init()
 {
     _env = std::make_unique<TestEnvironment>();
     _env->systemInfo->osVersion = QVersionNumber(13, 4);
-    _workspace = std::make_shared<ToolTestWorkspace>();
+    _workspace = std::make_shared<RecordingWorkspace>();
     Platform::setWorkspace(_workspace);
     _server = std::make_unique<LocalHttpServer>();
     QUrl base = _server->url();
@@ -184,7 +184,7 @@ void tst_LVToolItems::knowledgeBaseSearch()
     QTest::keyClicks(field, typed);
     QTest::keyClick(field, Qt::Key_Return);
     QStringList urls;
-    for (const QUrl& url : std::as_const(_workspace->openedUrls))
+    for (const QUrl& url : std::as_const(_workspace->opened))
         urls.append(url.toString());
     QCOMPARE(urls, opened.isNull() ? QStringList() : QStringList{_server->url().toString().chopped(1) + opened});
 }
@@ -241,7 +241,7 @@ void tst_LVToolItems::diagnosticDownload()
                                                      "Please unzip, launch it, and follow the instructions."));
     QCOMPARE(alert.buttonTitles(), (QStringList{"Ok", "Show in Finder"}));
     alert.buttons().at(1).action();
-    QCOMPARE(_workspace->revealedFiles, QStringList{target});
+    QCOMPARE(_workspace->revealed, QStringList{target});
 }
 
 QTEST_MAIN(tst_LVToolItems)
