@@ -9,8 +9,8 @@
 #include "engines/LVProductOperation.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMNotificationCenter.h"
+#include "items/LVRowHost.h"
 #include "items/LVSingleInstallItem.h"
-#include "outline/LVRowHost.h"
 #include "widgets/LVSpinner.h"
 
 LVToolUpdateAllInstalledItem* LVToolUpdateAllInstalledItem::tool()
