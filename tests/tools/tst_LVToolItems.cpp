@@ -1,6 +1,6 @@
 #include "RecordingWorkspace.h"
-#include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
+#include "TestRowHost.h"
 
 #include "catalogue/LVServers.h"
 #include "foundation/VMNotificationCenter.h"
@@ -31,7 +31,6 @@ class tst_LVToolItems : public QObject
 private slots:
     void init();
     void cleanup();
-    void cleanupTestCase();
 
     void toolOrder_data();
     void toolOrder();
@@ -47,6 +46,7 @@ private:
     std::unique_ptr<TestEnvironment> _env;
     std::unique_ptr<LocalHttpServer> _server;
     std::shared_ptr<RecordingWorkspace> _workspace;
+    std::unique_ptr<TestRowHost> _host;
     std::shared_ptr<TestAlertPresenter> _alerts;
 };
 
@@ -60,22 +60,18 @@ void tst_LVToolItems::init()
     QUrl base = _server->url();
     base.setPath(QString());
     LVServers::setOverrideURL(base);
-    _alerts = std::make_shared<TestAlertPresenter>();
-    LVInstallManager::sharedInstallManager()->setAlertPresenter(_alerts);
+    _host = std::make_unique<TestRowHost>();
+    _alerts = _host->alerts;
     for (LVToolItem* tool : LVToolItem::makeToolItems())
-        tool->setInstallManager(LVInstallManager::sharedInstallManager());
+        tool->setInstallManager(_host.get());
 }
 
 void tst_LVToolItems::cleanup()
 {
     LVServers::setOverrideURL(QUrl());
+    _host.reset();
     _server.reset();
     _env.reset();
-}
-
-void tst_LVToolItems::cleanupTestCase()
-{
-    LVInstallManager::releaseSharedInstallManager();
 }
 
 void tst_LVToolItems::toolOrder_data()
