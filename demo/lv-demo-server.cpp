@@ -49,10 +49,11 @@ int main(int argc, char* argv[])
     QCommandLineOption productsOption(QStringLiteral("generated-products"),
                                       QStringLiteral("Extra generated products in the catalogue."),
                                       QStringLiteral("count"), QStringLiteral("0"));
-    // Tests want full speed, except for the one download they catch half-way.
+    // Tests want full speed, except for a download they catch half-way.
     QCommandLineOption slowOption(
         QStringLiteral("slow-only"),
-        QStringLiteral("Serve only this product's packages slowly (repeatable; default: all)."), QStringLiteral("id"));
+        QStringLiteral("Serve only this product's packages slowly (repeatable; an empty ID: none; default: all)."),
+        QStringLiteral("id"));
     parser.addOption(portOption);
     parser.addOption(productsOption);
     parser.addOption(slowOption);
@@ -91,7 +92,7 @@ int main(int argc, char* argv[])
     for (const auto& [path, file] : DemoPackages::packageFiles(site.path())) {
         const QString productID =
             QString::fromUtf8(path).section(QLatin1Char('/'), -1).section(QLatin1Char('-'), 0, -2);
-        if (!slowOnly.isEmpty() && !slowOnly.contains(productID))
+        if (parser.isSet(slowOption) && !slowOnly.contains(productID))
             continue; // served at full speed from the site folder
         LocalHttpServer::Response response;
         response.filePath = file;

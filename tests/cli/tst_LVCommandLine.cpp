@@ -1,5 +1,6 @@
 #include "engines/LVOperationLock.h"
 #include "foundation/LVApplicationIdentity.h"
+#include "support/DemoServerProcess.h"
 #include "support/TestEnvironment.h"
 
 #include <QDirIterator>
@@ -48,8 +49,7 @@ private:
     // The server's site and the root it seeded, for the whole class; then each case's own.
     std::unique_ptr<TestEnvironment> _serverEnv;
     std::unique_ptr<TestEnvironment> _env;
-    QProcess _server;
-    QString _serverURL;
+    DemoServerProcess _server;
 };
 
 // The only product whose packages the server sends slowly, so that its download can be caught.
@@ -79,28 +79,14 @@ void tst_LVCommandLine::initTestCase()
 {
     LVApplicationIdentity::apply();
     _serverEnv = std::make_unique<TestEnvironment>();
-    _server.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/demo/lv-demo-server"));
-    _server.setArguments({QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--slow-only"), kSlowProduct});
-    _server.start();
-    QVERIFY(_server.waitForStarted());
-    // The server prints its lines once it listens; the address comes last.
-    QByteArray line;
-    QElapsedTimer clock;
-    clock.start();
-    while (!line.startsWith("LV_SERVER_URL=") && clock.elapsed() < 120000 && _server.state() == QProcess::Running) {
-        if (_server.canReadLine())
-            line = _server.readLine().trimmed();
-        else
-            _server.waitForReadyRead(1000);
-    }
-    QVERIFY2(line.startsWith("LV_SERVER_URL="), line.constData());
-    _serverURL = QString::fromUtf8(line.mid(int(strlen("LV_SERVER_URL="))));
+    QVERIFY2(
+        _server.start({QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--slow-only"), kSlowProduct}),
+        _server.lastLine().constData());
 }
 
 void tst_LVCommandLine::cleanupTestCase()
 {
-    _server.kill();
-    _server.waitForFinished();
+    _server.stop();
     _serverEnv.reset();
 }
 
@@ -108,7 +94,7 @@ void tst_LVCommandLine::init()
 {
     _env = std::make_unique<TestEnvironment>();
     qunsetenv("LV_AUTO_CONSENT");
-    qputenv("LV_SERVER_URL", _serverURL.toUtf8());
+    qputenv("LV_SERVER_URL", _server.url().toUtf8());
     QCOMPARE(
         QProcess::execute(QStringLiteral("cp"),
                           {QStringLiteral("-a"), _serverEnv->systemRoot() + QStringLiteral("/."), _env->systemRoot()}),
