@@ -91,10 +91,7 @@ public:
         _helpTab->setHelpItemsCollection(collection);
     }
 
-    std::shared_ptr<VMProductsCollection> productsCollection() const override
-    {
-        return _installsTab->productsCollection();
-    }
+    std::shared_ptr<VMProductsCollection> productsCollection() const { return _installsTab->productsCollection(); }
     std::shared_ptr<VMNewsCollection> newsCollection() const { return _newsTab->newsCollection(); }
     QDateTime lastUpdateDate() const { return _catalogueLoader->lastUpdateDate(); }
     void setLastUpdateDate(const QDateTime& date) { _catalogueLoader->setLastUpdateDate(date); }
@@ -105,7 +102,7 @@ public:
     void setDelegate(LVInstallManagerDelegate* delegate) { _delegate = delegate; }
 
     // Row lists (the tabs).
-    QList<LVInstallItem*> installItems() const override { return _installsTab->installItems(); }
+    QList<LVInstallItem*> installItems() const { return _installsTab->installItems(); }
     QList<LVInstallItem*> singleProductInstallItems() const override
     {
         return _installsTab->singleProductInstallItems();
@@ -114,7 +111,7 @@ public:
     QList<LVNewsItem*> newsItems() const { return _newsTab->newsItems(); }
     QList<LVHelpItem*> helpItems() const { return _helpTab->helpItems(); }
     void setToolItems(const QList<LVOutlineItem*>& toolItems) { _toolsTab->setToolItems(toolItems); }
-    LVInstallItem* installItemWithProductID(const QString& productID) const override
+    LVInstallItem* installItemWithProductID(const QString& productID) const
     {
         return _installsTab->installItemWithProductID(productID);
     }

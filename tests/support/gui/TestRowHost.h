@@ -1,7 +1,6 @@
 #pragma once
 
 #include "TestAlertPresenter.h"
-#include "catalogue/VMProductItem.h"
 #include "items/LVInstallItem.h"
 #include "items/LVRowHost.h"
 
@@ -27,21 +26,10 @@ public:
     }
     void updateStatusChanged(uint, LVInstallItem*) override {}
     void selectInstallItem(LVInstallItem*) override {}
-    LVInstallItem* installItemWithProductID(const QString& productID) const override
-    {
-        for (LVInstallItem* row : rows) {
-            if (row->productItem() && row->productItem()->productID() == productID)
-                return row;
-        }
-        return nullptr;
-    }
-    QList<LVInstallItem*> installItems() const override { return rows; }
     QList<LVInstallItem*> singleProductInstallItems() const override { return rows; }
-    std::shared_ptr<VMProductsCollection> productsCollection() const override { return collection; }
     qint64 indicateAsNewProductPeriod() const override { return 14; }
     QWidget* window() const override { return nullptr; }
 
     std::shared_ptr<TestAlertPresenter> alerts = std::make_shared<TestAlertPresenter>();
     QList<LVInstallItem*> rows;
-    std::shared_ptr<VMProductsCollection> collection;
 };
