@@ -49,8 +49,14 @@ int main(int argc, char* argv[])
     QCommandLineOption productsOption(QStringLiteral("generated-products"),
                                       QStringLiteral("Extra generated products in the catalogue."),
                                       QStringLiteral("count"), QStringLiteral("0"));
+    // Tests want full speed, except for a download they catch half-way.
+    QCommandLineOption slowOption(
+        QStringLiteral("slow-only"),
+        QStringLiteral("Serve only this product's packages slowly (repeatable; an empty ID: none; default: all)."),
+        QStringLiteral("id"));
     parser.addOption(portOption);
     parser.addOption(productsOption);
+    parser.addOption(slowOption);
     parser.process(application);
 
     // The server must listen first: the catalogue's URLs carry its port.
@@ -82,7 +88,12 @@ int main(int argc, char* argv[])
         return 1;
     }
     // Served at about 300 KB/s, as from a distant server, so that a download can be watched and cancelled.
+    const QStringList slowOnly = parser.values(slowOption);
     for (const auto& [path, file] : DemoPackages::packageFiles(site.path())) {
+        const QString productID =
+            QString::fromUtf8(path).section(QLatin1Char('/'), -1).section(QLatin1Char('-'), 0, -2);
+        if (parser.isSet(slowOption) && !slowOnly.contains(productID))
+            continue; // served at full speed from the site folder
         LocalHttpServer::Response response;
         response.filePath = file;
         response.chunkSize = 32 * 1024;

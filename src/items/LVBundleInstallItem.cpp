@@ -14,7 +14,7 @@
 #include "foundation/LVPreferences.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
-#include "outline/LVRowHost.h"
+#include "items/LVRowHost.h"
 #include "widgets/LVIconCache.h"
 
 #include <QEvent>

@@ -15,7 +15,7 @@
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
-#include "outline/LVRowHost.h"
+#include "items/LVRowHost.h"
 #include "widgets/LVIconCache.h"
 
 #include <QLabel>

@@ -1,7 +1,7 @@
 #include "LVInstallItem.h"
 
 #include "catalogue/LVServers.h"
-#include "outline/LVRowHost.h"
+#include "items/LVRowHost.h"
 #include "platform/Platform.h"
 
 #include <QMenu>

@@ -14,7 +14,7 @@
 #include "foundation/LVPreferences.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
-#include "outline/LVRowHost.h"
+#include "items/LVRowHost.h"
 #include "platform/Platform.h"
 #include "widgets/LVBadgeImage.h"
 #include "widgets/LVIconCache.h"

@@ -4,10 +4,8 @@
 #include "LVInstallsTab.h"
 #include "LVNewsTab.h"
 #include "LVWindowPlacement.h"
-#include "catalogue/VMInstalledVersions.h"
 #include "engines/LVCatalogueLoader.h"
-#include "engines/LVDownloaderDelegate.h"
-#include "outline/LVRowHost.h"
+#include "items/LVRowHost.h"
 #include "tools/LVToolsTab.h"
 #include "widgets/LVAlertPresenter.h"
 #include "widgets/LVBadgeImage.h"
@@ -24,7 +22,6 @@
 #include <QUrl>
 #include <QVariantMap>
 #include <memory>
-#include <optional>
 
 namespace Ui {
 class LVInstallManager;
@@ -52,7 +49,7 @@ struct VMNotification;
 // The controller of the main window, kept a shell: the catalogue loader fetches and parses, the
 // four tabs keep their rows, the window placement shows and hides the window; the manager wires
 // them together, keeps the badges and the busy overlay, and shows the alerts the rows raise.
-class LVInstallManager : public QObject, public LVRowHost, public LVDownloaderDelegate
+class LVInstallManager : public QObject, public LVRowHost
 {
     Q_OBJECT
 public:
@@ -76,10 +73,6 @@ public:
 
     // Catalogue loading (LVCatalogueLoader).
     static QString localVersionsFilePath() { return LVCatalogueLoader::localVersionsFilePath(); }
-    static QByteArray getLocalUpdatesConfigData(QString* error = nullptr)
-    {
-        return LVCatalogueLoader::getLocalUpdatesConfigData(error);
-    }
     static bool showDiscontinuedProducts() { return LVInstallsTab::showDiscontinuedProducts(); }
     void update() { _catalogueLoader->update(); }
     void updateAction() { update(); }
@@ -93,21 +86,13 @@ public:
     {
         _newsTab->setNewsCollection(collection);
     }
-    void setNewsItems(const QList<LVNewsItem*>& newsItems) { _newsTab->setNewsItems(newsItems); }
     void setHelpItemsCollection(const std::shared_ptr<VMHelpItemsCollection>& collection)
     {
         _helpTab->setHelpItemsCollection(collection);
     }
-    void saveRemoteConfigData(const QByteArray& data) { LVCatalogueLoader::saveRemoteConfigData(data); }
-    void downloadCompleted(LVDownloader* downloader) override { _catalogueLoader->downloadCompleted(downloader); }
-    void downloadFailed(LVDownloader* downloader) override { _catalogueLoader->downloadFailed(downloader); }
 
-    std::shared_ptr<VMProductsCollection> productsCollection() const override
-    {
-        return _installsTab->productsCollection();
-    }
+    std::shared_ptr<VMProductsCollection> productsCollection() const { return _installsTab->productsCollection(); }
     std::shared_ptr<VMNewsCollection> newsCollection() const { return _newsTab->newsCollection(); }
-    std::shared_ptr<VMHelpItemsCollection> helpItemsCollection() const { return _helpTab->helpItemsCollection(); }
     QDateTime lastUpdateDate() const { return _catalogueLoader->lastUpdateDate(); }
     void setLastUpdateDate(const QDateTime& date) { _catalogueLoader->setLastUpdateDate(date); }
     QString licenseAgreementURL() const { return _catalogueLoader->licenseAgreementURL(); }
@@ -117,7 +102,7 @@ public:
     void setDelegate(LVInstallManagerDelegate* delegate) { _delegate = delegate; }
 
     // Row lists (the tabs).
-    QList<LVInstallItem*> installItems() const override { return _installsTab->installItems(); }
+    QList<LVInstallItem*> installItems() const { return _installsTab->installItems(); }
     QList<LVInstallItem*> singleProductInstallItems() const override
     {
         return _installsTab->singleProductInstallItems();
@@ -125,9 +110,8 @@ public:
     QList<LVInstallItem*> bundleProductInstallItems() const { return _installsTab->bundleProductInstallItems(); }
     QList<LVNewsItem*> newsItems() const { return _newsTab->newsItems(); }
     QList<LVHelpItem*> helpItems() const { return _helpTab->helpItems(); }
-    QList<LVOutlineItem*> toolItems() const { return _toolsTab->toolItems(); }
     void setToolItems(const QList<LVOutlineItem*>& toolItems) { _toolsTab->setToolItems(toolItems); }
-    LVInstallItem* installItemWithProductID(const QString& productID) const override
+    LVInstallItem* installItemWithProductID(const QString& productID) const
     {
         return _installsTab->installItemWithProductID(productID);
     }
@@ -163,29 +147,6 @@ public:
         return LVBadgeImage::imageWithNumber(number, color);
     }
 
-    // Installed-version detection, kept in core; these are the names the rows know it by.
-    static std::optional<QVariantMap> checkProductVersionsInBundle(const QString& bundleIdentifier)
-    {
-        return VMInstalledVersions::checkProductVersionsInBundle(bundleIdentifier);
-    }
-    static QString filePathToBundle(const QString& bundleIdentifier)
-    {
-        return VMInstalledVersions::filePathToBundle(bundleIdentifier);
-    }
-    static QString findXPCBunde(const QString& bundleIdentifier, const QString& folder)
-    {
-        return VMInstalledVersions::findXPCBunde(bundleIdentifier, folder);
-    }
-    static QString filePathToXPCBundleUsingPluginKit(const QString& bundleIdentifier)
-    {
-        return VMInstalledVersions::filePathToXPCBundleUsingPluginKit(bundleIdentifier);
-    }
-    static bool registerPluginkitBundle(const QString& path)
-    {
-        return VMInstalledVersions::registerPluginkitBundle(path);
-    }
-    static void clearBundleIdentifierCache() { VMInstalledVersions::clearBundleIdentifierCache(); }
-
     // Icon cache shared by all rows; safe from any thread.
     static QImage cachedIconForURL(const QUrl& url) { return LVIconCache::cachedIconForURL(url); }
     static void setCachedIcon(const QImage& image, const QUrl& url) { LVIconCache::setCachedIcon(image, url); }
@@ -199,9 +160,7 @@ public:
     bool attachedToStatusItem() const { return _windowPlacement->attachedToStatusItem(); }
     void setAttachedToStatusItem(bool attached) { _windowPlacement->setAttachedToStatusItem(attached); }
     bool suspendWindowMoveNotifications() const { return _windowPlacement->suspendWindowMoveNotifications(); }
-    void setSuspendWindowMoveNotifications(bool flag) { _windowPlacement->setSuspendWindowMoveNotifications(flag); }
     QWidget* viewForStatusMenu() { return _windowPlacement->viewForStatusMenu(); }
-    void windowDidMove() { _windowPlacement->windowDidMove(); }
     void windowWillClose();
     QWidget* window() const override { return _windowPlacement->window(); }
     // The root view of the window's content.

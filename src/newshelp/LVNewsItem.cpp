@@ -8,7 +8,7 @@
 #include "engines/LVDownloader.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
-#include "outline/LVRowHost.h"
+#include "items/LVRowHost.h"
 #include "platform/Platform.h"
 
 #include <QBoxLayout>

@@ -3,7 +3,7 @@
 
 #include "catalogue/LVServers.h"
 #include "engines/LVDownloader.h"
-#include "outline/LVRowHost.h"
+#include "items/LVRowHost.h"
 #include "platform/Platform.h"
 
 #include <QDir>

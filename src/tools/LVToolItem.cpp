@@ -7,7 +7,7 @@
 #include "LVToolUninstallItem.h"
 #include "LVToolUpdateAllInstalledItem.h"
 #include "foundation/VMLog.h"
-#include "outline/LVRowHost.h"
+#include "items/LVRowHost.h"
 
 #include <QWidget>
 

@@ -11,7 +11,7 @@
 #include "foundation/VMDispatch.h"
 #include "foundation/VMNotificationCenter.h"
 #include "items/LVInstallItem.h"
-#include "outline/LVRowHost.h"
+#include "items/LVRowHost.h"
 #include "widgets/LVSpinner.h"
 
 LVToolUninstallItem* LVToolUninstallItem::tool()

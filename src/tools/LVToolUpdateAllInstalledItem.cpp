@@ -5,8 +5,8 @@
 #include "catalogue/VMInstallStatus.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVProductOperation.h"
+#include "items/LVRowHost.h"
 #include "items/LVSingleInstallItem.h"
-#include "outline/LVRowHost.h"
 #include "widgets/LVSpinner.h"
 
 LVToolUpdateAllInstalledItem* LVToolUpdateAllInstalledItem::tool()

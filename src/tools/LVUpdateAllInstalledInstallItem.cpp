@@ -6,8 +6,8 @@
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
+#include "items/LVRowHost.h"
 #include "items/LVStatusImages.h"
-#include "outline/LVRowHost.h"
 #include "widgets/LVIcons.h"
 
 #include <QFile>

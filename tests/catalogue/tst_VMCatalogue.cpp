@@ -1,14 +1,13 @@
+#include "LogCapture.h"
 #include "TestEnvironment.h"
 #include "catalogue/VMBundleProductItem.h"
 #include "catalogue/VMCatalogue.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "foundation/LVPreferences.h"
-#include "foundation/VMLogger.h"
 #include "foundation/VMNotificationCenter.h"
 #include "foundation/VMPropertyList.h"
 
 #include <QFile>
-#include <QSignalSpy>
 #include <QTest>
 
 namespace {
@@ -40,14 +39,6 @@ QStringList productIDs(const QList<VMProductItemPtr>& items)
     for (const VMProductItemPtr& item : items)
         result.append(item->productID());
     return result;
-}
-
-QStringList loggedLines(const QSignalSpy& spy)
-{
-    QStringList lines;
-    for (const QList<QVariant>& arguments : spy)
-        lines.append(arguments.at(0).toString());
-    return lines;
 }
 
 bool anyLineContains(const QStringList& lines, const QString& text)
@@ -113,11 +104,11 @@ void tst_VMCatalogue::loadsWholeCatalogue_data()
 void tst_VMCatalogue::loadsWholeCatalogue()
 {
     QFETCH(QString, file);
-    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    LogCapture log;
     const VMCatalogue catalogue = VMCatalogue::initWithData(readData(file));
     QVERIFY(catalogue.isValid());
     QVERIFY(catalogue.errorDescription().isNull());
-    QCOMPARE(log.count(), 0);
+    QCOMPARE(log.lines.size(), 0);
     QCOMPARE(catalogue.versionNumber(), 42);
     QCOMPARE(catalogue.licenseAgreementURL(), QStringLiteral("https://www.lumivane.example/eula/Lumivane-EULA.rtf"));
     QCOMPARE(catalogue.indicateProductAsNewPeriod().toLongLong(), 30);
@@ -326,15 +317,14 @@ void tst_VMCatalogue::bundleFlagChoosesClass()
 
 void tst_VMCatalogue::versionNumberLoggedOnlyWithExtendedLogging()
 {
-    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    LogCapture log;
     const QVariantMap root{{QStringLiteral("Version Number"), 42}};
     VMCatalogue::initWithDict(root);
-    QVERIFY(!anyLineContains(loggedLines(log), QStringLiteral("Loading Version")));
+    QVERIFY(!anyLineContains(log.lines, QStringLiteral("Loading Version")));
     LVPreferences::sharedPreferences()->useExtendedLogging(true);
-    log.clear();
+    log.lines.clear();
     VMCatalogue::initWithDict(root);
-    QVERIFY2(anyLineContains(loggedLines(log), QStringLiteral("'Loading Version: 42' in ")),
-             qPrintable(loggedLines(log).join('|')));
+    QVERIFY2(anyLineContains(log.lines, QStringLiteral("'Loading Version: 42' in ")), qPrintable(log.lines.join('|')));
 }
 
 void tst_VMCatalogue::malformedData_data()
@@ -358,25 +348,25 @@ void tst_VMCatalogue::malformedData()
     QFETCH(QByteArray, data);
     QFETCH(bool, valid);
     QFETCH(QString, expectedLog);
-    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    LogCapture log;
     const VMCatalogue catalogue = VMCatalogue::initWithData(data);
     QCOMPARE(catalogue.isValid(), valid);
     QVERIFY(!catalogue.errorDescription().isEmpty());
     QVERIFY(!catalogue.productsCollection());
     QVERIFY(!catalogue.newsCollection());
     QVERIFY(!catalogue.helpItemsCollection());
-    QCOMPARE(log.count(), 1);
-    QVERIFY(loggedLines(log).first().contains(QStringLiteral("'%1' in ").arg(catalogue.errorDescription())));
+    QCOMPARE(log.lines.size(), 1);
+    QVERIFY(log.lines.first().contains(QStringLiteral("'%1' in ").arg(catalogue.errorDescription())));
     if (!expectedLog.isEmpty())
         QCOMPARE(catalogue.errorDescription(), expectedLog);
 }
 
 void tst_VMCatalogue::wrongTypesKeepWhatWasRead()
 {
-    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    LogCapture log;
     const VMCatalogue catalogue = VMCatalogue::initWithData(readData(QStringLiteral("malformed-wrong-types.plist")));
     QVERIFY(catalogue.isValid());
-    const QStringList lines = loggedLines(log);
+    const QStringList lines = log.lines;
 
     // Product A keeps the version before its bad entry; B loses only its numeric title; C only
     // its versions dictionary; the number entry ends the list, so D is never read.
@@ -472,19 +462,19 @@ void tst_VMCatalogue::productItemsWithProductIDs()
 void tst_VMCatalogue::propertyTable()
 {
     VMProductsCollection collection;
-    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    LogCapture log;
     collection.setProperty(5, QStringLiteral("k"));
     QCOMPARE(collection.propertyForKey(QStringLiteral("k")).toInt(), 5);
     collection.setProperty(QVariant(), QStringLiteral("k"));
     QVERIFY(!collection.propertyForKey(QStringLiteral("k")).isValid());
     QVERIFY(collection.properties().isEmpty());
-    QCOMPARE(log.count(), 0);
+    QCOMPARE(log.lines.size(), 0);
 
     collection.setProperty(5, QString());
     QVERIFY(collection.properties().isEmpty());
     QVERIFY(!collection.propertyForKey(QString()).isValid());
-    QCOMPARE(log.count(), 2);
-    for (const QString& line : loggedLines(log)) {
+    QCOMPARE(log.lines.size(), 2);
+    for (const QString& line : log.lines) {
         QVERIFY2(line.contains(QStringLiteral("'key = nil' in ")), qPrintable(line));
         QVERIFY2(line.contains(QStringLiteral("VMProductsCollection::")), qPrintable(line));
     }

@@ -1,3 +1,4 @@
+#include "LogCapture.h"
 #include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "foundation/LVPreferences.h"
@@ -31,22 +32,6 @@ QString makePlugin(const QString& root, const QString& app, const QString& plugi
     file.write(VMPropertyList::toXmlData(info));
     return QFileInfo(contents).absolutePath();
 }
-
-// The messages the log wrote, without the date: "M: text", "W: text" or "E: text".
-class LogCapture : public QObject
-{
-public:
-    LogCapture()
-    {
-        connect(VMLogger::sharedLogger(), &VMLogger::lineLogged, this,
-                [this](const QString& line, VMLogger::Severity s) {
-                    const QString text = line.section(QStringLiteral(": "), 1).chopped(1);
-                    const char* tag = s == VMLogger::Error ? "E" : s == VMLogger::Warning ? "W" : "M";
-                    lines.append(QStringLiteral("%1: %2").arg(QLatin1String(tag), text));
-                });
-    }
-    QStringList lines;
-};
 
 } // namespace
 

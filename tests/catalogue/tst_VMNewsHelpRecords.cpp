@@ -1,13 +1,12 @@
+#include "LogCapture.h"
 #include "TestEnvironment.h"
 #include "catalogue/VMHelpItemsCollection.h"
 #include "catalogue/VMNewsCollection.h"
 #include "catalogue/VMReleaseDate.h"
 #include "catalogue/VMUtils.h"
 #include "foundation/LVPreferences.h"
-#include "foundation/VMLogger.h"
 #include "foundation/VMNotificationCenter.h"
 
-#include <QSignalSpy>
 #include <QTest>
 
 namespace {
@@ -205,16 +204,16 @@ void tst_VMNewsHelpRecords::newsWrongTypes()
     QFETCH(QString, title);
     QFETCH(qint64, showDays);
     QFETCH(QString, logged);
-    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    LogCapture log;
     const VMNewsItemPtr item = VMNewsItem::initWithDict(dict);
     QVERIFY(item);
     QCOMPARE(item->title(), title);
     QCOMPARE(item->showDays(), showDays);
     if (logged.isNull()) {
-        QCOMPARE(log.count(), 0);
+        QCOMPARE(log.lines.size(), 0);
     } else {
-        QCOMPARE(log.count(), 1);
-        QVERIFY2(log.first().at(0).toString().contains(logged), qPrintable(log.first().at(0).toString()));
+        QCOMPARE(log.lines.size(), 1);
+        QVERIFY2(log.lines.first().contains(logged), qPrintable(log.lines.first()));
         QCOMPARE(item->headlineText(), dict.value(QStringLiteral("Headline")).toString());
     }
 }
@@ -225,7 +224,7 @@ void tst_VMNewsHelpRecords::helpItems()
     QCOMPARE(fresh.title(), QStringLiteral("Untitled Help"));
     QVERIFY(fresh.helpURL().isNull());
 
-    QSignalSpy log(VMLogger::sharedLogger(), &VMLogger::lineLogged);
+    LogCapture log;
     const auto collection = VMHelpItemsCollection::initWithDict(QVariantMap{
         {QStringLiteral("Help Items"),
          QVariantList{
@@ -234,7 +233,7 @@ void tst_VMNewsHelpRecords::helpItems()
                          {QStringLiteral("Properties"), QStringLiteral("not even a dictionary")}},
              QVariantMap{{QStringLiteral("Help URL"), QStringLiteral("https://support.lumivane.example/faq")}}}}});
     // "Properties" of a help entry is not read at all, so its wrong type goes unnoticed.
-    QCOMPARE(log.count(), 0);
+    QCOMPARE(log.lines.size(), 0);
     QCOMPARE(collection->helpItems().size(), 2);
     QCOMPARE(collection->helpItems().at(0)->title(), QStringLiteral("Install"));
     QCOMPARE(collection->helpItems().at(0)->helpURL(), QStringLiteral("https://support.lumivane.example/install"));

@@ -1,5 +1,6 @@
 #include "engines/LVOperationLock.h"
 #include "foundation/LVApplicationIdentity.h"
+#include "support/DemoServerProcess.h"
 #include "support/TestEnvironment.h"
 
 #include <QDirIterator>
@@ -10,13 +11,15 @@
 #include <QtTest>
 
 // The real executable without a display, against the real demo server and its seeded system root
-// (one product, LV-HALFTONE, installed at an older version).
+// (one product, LV-HALFTONE, installed at an older version). One server serves the whole class at
+// full speed; each case gets a fresh copy of the seeded root.
 class tst_LVCommandLine : public QObject
 {
     Q_OBJECT
 
 private slots:
     void initTestCase();
+    void cleanupTestCase();
     void init();
     void cleanup();
     void listAndCheck();
@@ -40,13 +43,17 @@ private:
     // `display`: run with a (virtual) display, as a window start would have one.
     Run run(const QStringList& arguments, int timeout = 120000, bool display = false);
 
-    // Packages left in the temporary folder, leaving out the demo server's own site.
+    // Packages left in the case's temporary folder.
     QStringList leftPackages() const;
 
+    // The server's site and the root it seeded, for the whole class; then each case's own.
+    std::unique_ptr<TestEnvironment> _serverEnv;
     std::unique_ptr<TestEnvironment> _env;
-    QProcess _server;
-    QString _serverURL;
+    DemoServerProcess _server;
 };
+
+// The only product whose packages the server sends slowly, so that its download can be caught.
+static const QString kSlowProduct = QStringLiteral("LV-DRIFT");
 
 QList<QJsonObject> tst_LVCommandLine::Run::objects() const
 {
@@ -65,48 +72,37 @@ QList<QJsonObject> tst_LVCommandLine::Run::objects() const
 
 QStringList tst_LVCommandLine::leftPackages() const
 {
-    QStringList packages;
-    for (const QString& file : _env->temporaryFiles()) {
-        if (file.endsWith(QLatin1String(".pkg")) && !file.contains(QLatin1String("/lv-demo-server-")))
-            packages.append(file);
-    }
-    return packages;
+    return _env->temporaryFiles().filter(QRegularExpression(QStringLiteral("\\.pkg$")));
 }
 
 void tst_LVCommandLine::initTestCase()
 {
     LVApplicationIdentity::apply();
+    _serverEnv = std::make_unique<TestEnvironment>();
+    QVERIFY2(
+        _server.start({QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--slow-only"), kSlowProduct}),
+        _server.lastLine().constData());
+}
+
+void tst_LVCommandLine::cleanupTestCase()
+{
+    _server.stop();
+    _serverEnv.reset();
 }
 
 void tst_LVCommandLine::init()
 {
     _env = std::make_unique<TestEnvironment>();
-    qputenv("LV_SYSTEM_ROOT", QFile::encodeName(_env->systemRoot()));
     qunsetenv("LV_AUTO_CONSENT");
-    _server.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/demo/lv-demo-server"));
-    _server.start();
-    QVERIFY(_server.waitForStarted());
-    // The server prints its lines once it listens; the address comes last.
-    QByteArray line;
-    QElapsedTimer clock;
-    clock.start();
-    while (!line.startsWith("LV_SERVER_URL=") && clock.elapsed() < 120000 && _server.state() == QProcess::Running) {
-        if (_server.canReadLine())
-            line = _server.readLine().trimmed();
-        else
-            _server.waitForReadyRead(1000);
-    }
-    QVERIFY2(line.startsWith("LV_SERVER_URL="), line.constData());
-    _serverURL = QString::fromUtf8(line.mid(int(strlen("LV_SERVER_URL="))));
-    qputenv("LV_SERVER_URL", _serverURL.toUtf8());
+    qputenv("LV_SERVER_URL", _server.url().toUtf8());
+    QCOMPARE(
+        QProcess::execute(QStringLiteral("cp"),
+                          {QStringLiteral("-a"), _serverEnv->systemRoot() + QStringLiteral("/."), _env->systemRoot()}),
+        0);
 }
 
 void tst_LVCommandLine::cleanup()
 {
-    _server.kill();
-    _server.waitForFinished();
-    qunsetenv("LV_SERVER_URL");
-    qunsetenv("LV_SYSTEM_ROOT");
     _env.reset();
 }
 
@@ -284,10 +280,10 @@ void tst_LVCommandLine::killedDownloadIsClearedAtNextStart()
     other.close();
     QProcess install;
     install.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/src/lumivane-manager"));
-    install.setArguments({QStringLiteral("--install"), QStringLiteral("LV-PRISM"), QStringLiteral("--yes")});
+    install.setArguments({QStringLiteral("--install"), kSlowProduct, QStringLiteral("--yes")});
     install.start();
     QVERIFY(install.waitForStarted());
-    // The demo server sends packages slowly: kill the copy while its package is half there.
+    // The server sends this product's packages slowly: kill the copy while its package is half there.
     QTRY_VERIFY_WITH_TIMEOUT(!leftPackages().isEmpty() && QFileInfo(leftPackages().constFirst()).size() > 0, 30000);
     install.kill();
     QVERIFY(install.waitForFinished());
@@ -302,17 +298,26 @@ void tst_LVCommandLine::killedDownloadIsClearedAtNextStart()
 
 void tst_LVCommandLine::swappedPackageIsRefused()
 {
-    // The demo server's own copies of the product's packages, replaced by another body.
-    QDirIterator served(_env->temporaryDirectory(), {QStringLiteral("LV-PRISM-*.pkg")}, QDir::Files,
+    // The demo server's own copies of the product's packages, replaced by another body until the
+    // case ends (the server serves the later cases too).
+    QDirIterator served(_serverEnv->temporaryDirectory(), {QStringLiteral("LV-PRISM-*.pkg")}, QDir::Files,
                         QDirIterator::Subdirectories);
-    int swapped = 0;
+    QHash<QString, QByteArray> originals;
+    const auto restore = qScopeGuard([&originals] {
+        for (auto it = originals.cbegin(); it != originals.cend(); ++it) {
+            QFile package(it.key());
+            if (!package.open(QIODevice::WriteOnly | QIODevice::Truncate) || package.write(it.value()) != it->size())
+                qFatal("can't restore %s", qPrintable(it.key()));
+        }
+    });
     while (served.hasNext()) {
         QFile package(served.next());
-        QVERIFY(package.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        QVERIFY(package.open(QIODevice::ReadWrite));
+        originals.insert(package.fileName(), package.readAll());
+        QVERIFY(package.resize(0));
         package.write("not the package");
-        ++swapped;
     }
-    QVERIFY(swapped > 0);
+    QVERIFY(!originals.isEmpty());
     const Run result = run(
         {QStringLiteral("--install"), QStringLiteral("LV-PRISM"), QStringLiteral("--yes"), QStringLiteral("--json")});
     QCOMPARE(result.status, 1);

@@ -1,6 +1,7 @@
 #include "catalogue/VMUtils.h"
 #include "foundation/LVApplicationIdentity.h"
 #include "foundation/VMPropertyList.h"
+#include "support/DemoServerProcess.h"
 #include "support/TestEnvironment.h"
 
 #include <QCryptographicHash>
@@ -97,24 +98,14 @@ void tst_StudioMirror::mirrorServeAndApply()
     // 1. The mirror, made from the demo server; a second run finds nothing to fetch.
     QString demoURL;
     {
-        QProcess server;
+        // Every package at full speed: nothing here watches a download.
+        DemoServerProcess server;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("LV_SYSTEM_ROOT"), demoRoot);
-        server.setProcessEnvironment(environment);
-        server.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/demo/lv-demo-server"));
-        server.start();
-        QVERIFY(server.waitForStarted());
-        QByteArray line;
-        QElapsedTimer clock;
-        clock.start();
-        while (!line.startsWith("LV_SERVER_URL=") && clock.elapsed() < 120000 && server.state() == QProcess::Running) {
-            if (server.canReadLine())
-                line = server.readLine().trimmed();
-            else
-                server.waitForReadyRead(1000);
-        }
-        QVERIFY2(line.startsWith("LV_SERVER_URL="), line.constData());
-        demoURL = QString::fromUtf8(line.mid(int(strlen("LV_SERVER_URL="))));
+        QVERIFY2(server.start({QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--slow-only"), QString()},
+                              environment),
+                 server.lastLine().constData());
+        demoURL = server.url();
 
         const Run first = run({"--mirror", mirror, "--all-versions", "--json"}, demoURL, demoRoot);
         QVERIFY2(first.status == 0, first.out + first.err);
@@ -132,8 +123,6 @@ void tst_StudioMirror::mirrorServeAndApply()
         QCOMPARE(second.byKey(QStringLiteral("path")).size(), files.size());
         for (const QJsonObject& file : second.byKey(QStringLiteral("path")))
             QCOMPARE(file.value("outcome").toString(), QStringLiteral("unchanged"));
-        server.terminate();
-        QVERIFY(server.waitForFinished());
     }
 
     // The catalogue names the mirror's own files, each package with its hash; nothing half-written is left.

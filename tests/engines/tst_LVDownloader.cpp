@@ -116,18 +116,6 @@ private:
     QElapsedTimer _clock;
 };
 
-// Waits for the final callback, then a little longer so that a stray late or duplicate callback
-// would be caught by orderProblem().
-bool awaitEnd(const RecordingDelegate& delegate, int timeoutMs = 15000)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!delegate.ended() && timer.elapsed() < timeoutMs)
-        QTest::qWait(10);
-    QTest::qWait(50);
-    return delegate.ended();
-}
-
 quint16 closedPort()
 {
     QTcpServer probe;
@@ -135,6 +123,26 @@ quint16 closedPort()
     const quint16 port = probe.serverPort();
     probe.close();
     return port;
+}
+
+// The session handles its tasks one after another on one thread and posts what it has to say in
+// order: once a later download, refused at once, has ended, everything it posted before (a stray or
+// duplicate callback, a log line) has reached the main thread.
+bool settleSession()
+{
+    QUrl url(QStringLiteral("http://127.0.0.1/settle"));
+    url.setPort(closedPort());
+    std::unique_ptr<LVDownloader> probe(LVDownloader::downloaderWithURL(url));
+    RecordingDelegate delegate;
+    delegate.watch(probe.get());
+    return probe->start() && QTest::qWaitFor([&] { return delegate.ended(); }, 15000);
+}
+
+// Waits for the final callback and for anything the session posted before it, so that a stray
+// late or duplicate callback would be caught by orderProblem().
+bool awaitEnd(const RecordingDelegate& delegate, int timeoutMs = 15000)
+{
+    return QTest::qWaitFor([&] { return delegate.ended(); }, timeoutMs) && settleSession();
 }
 
 bool logContains(const TestEnvironment& env, const QString& text)
@@ -550,7 +558,7 @@ void tst_LVDownloader::destroyedDownloaderGetsNoCallback()
     QTRY_VERIFY(!downloader);
     // The transfer is cancelled: the server sees the connection go.
     QTRY_COMPARE_WITH_TIMEOUT(server.openConnections(), 0, 10000);
-    QTest::qWait(100);
+    QVERIFY(settleSession());
     QCOMPARE(delegate.names(), expectedEvents);
     QVERIFY(delegate.problems.isEmpty());
     QVERIFY(!QFileInfo::exists(path));
@@ -765,19 +773,17 @@ void tst_LVDownloader::extendedLogging()
     QVERIFY(toMemory->start());
     QVERIFY(toFile->startWithDownloadFilePath(path));
     QVERIFY(refused->start());
-    QVERIFY(awaitEnd(memoryDelegate));
-    QVERIFY(awaitEnd(fileDelegate));
-    QVERIFY(awaitEnd(refusedDelegate));
-    QTest::qWait(50);
+    QTRY_VERIFY(memoryDelegate.ended() && fileDelegate.ended() && refusedDelegate.ended());
+    // Failures are logged whatever the setting.
+    QTRY_VERIFY(logContains(
+        env, QStringLiteral("'Error Domain=NSURLErrorDomain Code=-1004 \"Could not connect to the server.\"")));
+    QVERIFY(settleSession()); // every line the session posted is in
 
     const QString urlText = url.toString();
     QCOMPARE(logContains(env, QStringLiteral("'Start download from: %1' in ").arg(urlText)), extended);
     QCOMPARE(logContains(env, QStringLiteral("'Start download from: %1 to file: %2' in ").arg(urlText, path)),
              extended);
     QCOMPARE(logContains(env, QStringLiteral("'Download completed: %1' in ").arg(urlText)), extended);
-    // Failures are logged whatever the setting.
-    QTRY_VERIFY(logContains(
-        env, QStringLiteral("'Error Domain=NSURLErrorDomain Code=-1004 \"Could not connect to the server.\"")));
 }
 
 void tst_LVDownloader::slowMainThreadPausesTheTransfer()
@@ -833,16 +839,14 @@ void tst_LVDownloader::sessionInvalidation()
     QTRY_VERIFY(runningDelegate.names().contains(QStringLiteral("started")));
 
     LVDownloader::sharedSession()->invalidateAndCancel();
-    QVERIFY(awaitEnd(runningDelegate));
-    QVERIFY(awaitEnd(waitingDelegate));
-    QTest::qWait(100);
+    // The session's last word is the invalidation, delivered to every downloader, ended or not:
+    // once each has had it, nothing more can come.
+    QTRY_VERIFY(finished->deleteDownloadFile() && running->deleteDownloadFile() && waiting->deleteDownloadFile());
     for (RecordingDelegate* delegate : {&finishedDelegate, &runningDelegate, &waitingDelegate})
         QVERIFY2(delegate->orderProblem().isEmpty(), qPrintable(delegate->orderProblem()));
     QCOMPARE(finishedDelegate.finalEvent(), QStringLiteral("completed"));
     QCOMPARE(runningDelegate.finalEvent(), QStringLiteral("failed"));
     QCOMPARE(waitingDelegate.names(), QStringList{QStringLiteral("failed")});
-    for (LVDownloader* downloader : {finished.get(), running.get(), waiting.get()})
-        QVERIFY(downloader->deleteDownloadFile());
     QVERIFY(!LVDownloader::sharedSession()->isValid());
 
     QVERIFY(!LVDownloader::downloaderWithURL(server.url(QStringLiteral("/done"))));

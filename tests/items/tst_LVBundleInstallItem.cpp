@@ -2,7 +2,7 @@
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
 #include "TestPrivilegedExecution.h"
-#include "engines/ProductShelf.h"
+#include "support/ProductShelf.h"
 
 #include "DemoCatalogue.h"
 #include "DemoPackages.h"

@@ -2,7 +2,6 @@
 #include "TestInstallItem.h"
 #include "items/LVInstallItemTitleField.h"
 #include "manager/AppDelegate.h"
-#include "manager/LVInstallManager.h"
 
 #include <QAccessible>
 #include <QApplication>

@@ -1,6 +1,6 @@
 #include "LocalHttpServer.h"
-#include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
+#include "TestRowHost.h"
 
 #include "catalogue/VMUtils.h"
 #include "engines/LVDownloader.h"
@@ -9,7 +9,6 @@
 #include "items/LVInstallItemTitleField.h"
 #include "items/LVSingleInstallItem.h"
 #include "manager/AppDelegate.h"
-#include "manager/LVInstallManager.h"
 
 #include "engines/LVProductOperations.h"
 #include <QLabel>
@@ -49,6 +48,7 @@ private:
 
     std::unique_ptr<TestEnvironment> _env;
     std::unique_ptr<LocalHttpServer> _server;
+    std::unique_ptr<TestRowHost> _host;
     std::shared_ptr<TestAlertPresenter> _alerts;
 };
 
@@ -89,8 +89,8 @@ void tst_LVSingleInstallItem::init()
     stalled.body = LocalHttpServer::generatedBody(0, 10000);
     stalled.stallAfterBytes = 4000;
     _server->setRoute("/stalled.pkg", stalled);
-    _alerts = std::make_shared<TestAlertPresenter>();
-    LVInstallManager::sharedInstallManager()->setAlertPresenter(_alerts);
+    _host = std::make_unique<TestRowHost>();
+    _alerts = _host->alerts;
     VMUtils::setCurrentDateProvider([] { return QDateTime(QDate(2024, 6, 1), QTime(12, 0), QTimeZone::utc()); });
 }
 
@@ -99,8 +99,8 @@ void tst_LVSingleInstallItem::cleanup()
     // Operations outlive rows: the next case starts when they have wound down.
     QTRY_VERIFY(LVProductOperations::shared().isIdle());
     VMUtils::setCurrentDateProvider({});
-    LVInstallManager::sharedInstallManager()->setAlertPresenter(nullptr);
     _alerts.reset();
+    _host.reset();
     _server.reset();
     _env.reset();
 }
@@ -121,7 +121,7 @@ std::unique_ptr<LVSingleInstallItem> tst_LVSingleInstallItem::row(const VMSingle
                                                                   const QString& installed)
 {
     std::unique_ptr<LVSingleInstallItem> item(LVSingleInstallItem::installItemWithSingleProductItem(product));
-    item->setInstallManager(LVInstallManager::sharedInstallManager());
+    item->setInstallManager(_host.get());
     item->view();
     item->setInstalledVersion(installed);
     item->updateStatus();

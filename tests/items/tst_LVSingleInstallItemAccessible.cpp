@@ -1,9 +1,9 @@
+#include "EngineRecorder.h"
 #include "LocalHttpServer.h"
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
 #include "TestInstallItem.h"
 #include "TestPrivilegedExecution.h"
-#include "engines/EngineRecorder.h"
 
 #include "PackageBuilder.h"
 #include "catalogue/LVServers.h"

@@ -1,6 +1,7 @@
+#include "LogCapture.h"
+#include "RecordingWorkspace.h"
 #include "TestAlertPresenter.h"
 #include "catalogue/LVServers.h"
-#include "engines/LogCapture.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMPropertyList.h"
 #include "manager/AppDelegate.h"
@@ -52,17 +53,6 @@ public:
     bool logVisibleWhenConfigured = false;
     bool launchAgentPresentWhenConfigured = true;
     bool managerVisibleWhenConfigured = false;
-};
-
-class RecordingWorkspace : public Workspace
-{
-public:
-    bool openUrl(const QUrl& url) override
-    {
-        opened.append(url);
-        return true;
-    }
-    QList<QUrl> opened;
 };
 
 QVariantMap catalogue(const QString& agreementURL, bool withOlderVersion = false)

@@ -1,3 +1,4 @@
+#include "RecordingWorkspace.h"
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
 #include "catalogue/LVServers.h"
@@ -30,17 +31,6 @@ public:
     int preferences = 0;
 };
 
-// Opened URLs, instead of a browser.
-class RecordingWorkspace : public Workspace
-{
-public:
-    bool openUrl(const QUrl& url) override
-    {
-        opened.append(url);
-        return true;
-    }
-    QList<QUrl> opened;
-};
 } // namespace
 
 class tst_LVInstallManagerWindow : public QObject

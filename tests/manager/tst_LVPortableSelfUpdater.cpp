@@ -1,3 +1,4 @@
+#include "RecordingWorkspace.h"
 #include "catalogue/LVServers.h"
 #include "engines/LVUpdateSignature.h"
 #include "manager/AppDelegate.h"
@@ -14,17 +15,6 @@
 #include <QtTest>
 
 namespace {
-
-class RecordingWorkspace : public Workspace
-{
-public:
-    bool revealFile(const QString& path) override
-    {
-        revealed.append(path);
-        return true;
-    }
-    QStringList revealed;
-};
 
 QByteArray feed(const QUrl& archiveURL, const QByteArray& signature, const QString& newestVersion)
 {

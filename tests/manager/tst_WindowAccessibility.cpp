@@ -1,4 +1,5 @@
 #include "AccessibleTree.h"
+#include "RecordingWorkspace.h"
 #include "TestEnvironment.h"
 #include "foundation/VMPropertyList.h"
 #include "manager/AppDelegate.h"
@@ -12,17 +13,6 @@
 // The main window as a screen reader meets it: everything below is found and used through
 // QAccessible alone, from the window's interface down.
 namespace {
-class RecordingWorkspace : public Workspace
-{
-public:
-    bool openUrl(const QUrl& url) override
-    {
-        opened.append(url);
-        return true;
-    }
-    QList<QUrl> opened;
-};
-
 QStringList childNames(QAccessibleInterface* parent)
 {
     QStringList names;

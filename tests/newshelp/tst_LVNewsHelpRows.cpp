@@ -1,4 +1,5 @@
 #include "LocalHttpServer.h"
+#include "RecordingWorkspace.h"
 #include "TestEnvironment.h"
 #include "catalogue/VMHelpItem.h"
 #include "catalogue/VMNewsItem.h"
@@ -18,17 +19,6 @@
 #include <QtTest>
 
 namespace {
-class RecordingWorkspace : public Workspace
-{
-public:
-    bool openUrl(const QUrl& url) override
-    {
-        opened.append(url);
-        return true;
-    }
-    QList<QUrl> opened;
-};
-
 QByteArray pngBytes(const QSize& size)
 {
     QImage image(size, QImage::Format_RGB32);

@@ -1,6 +1,6 @@
-#include "TestAlertPresenter.h"
+#include "RecordingWorkspace.h"
 #include "TestEnvironment.h"
-#include "ToolTestWorkspace.h"
+#include "TestRowHost.h"
 
 #include "catalogue/LVServers.h"
 #include "foundation/VMNotificationCenter.h"
@@ -31,7 +31,6 @@ class tst_LVToolItems : public QObject
 private slots:
     void init();
     void cleanup();
-    void cleanupTestCase();
 
     void toolOrder_data();
     void toolOrder();
@@ -46,7 +45,8 @@ private slots:
 private:
     std::unique_ptr<TestEnvironment> _env;
     std::unique_ptr<LocalHttpServer> _server;
-    std::shared_ptr<ToolTestWorkspace> _workspace;
+    std::shared_ptr<RecordingWorkspace> _workspace;
+    std::unique_ptr<TestRowHost> _host;
     std::shared_ptr<TestAlertPresenter> _alerts;
 };
 
@@ -54,28 +54,24 @@ void tst_LVToolItems::init()
 {
     _env = std::make_unique<TestEnvironment>();
     _env->systemInfo->osVersion = QVersionNumber(13, 4);
-    _workspace = std::make_shared<ToolTestWorkspace>();
+    _workspace = std::make_shared<RecordingWorkspace>();
     Platform::setWorkspace(_workspace);
     _server = std::make_unique<LocalHttpServer>();
     QUrl base = _server->url();
     base.setPath(QString());
     LVServers::setOverrideURL(base);
-    _alerts = std::make_shared<TestAlertPresenter>();
-    LVInstallManager::sharedInstallManager()->setAlertPresenter(_alerts);
+    _host = std::make_unique<TestRowHost>();
+    _alerts = _host->alerts;
     for (LVToolItem* tool : LVToolItem::makeToolItems())
-        tool->setInstallManager(LVInstallManager::sharedInstallManager());
+        tool->setInstallManager(_host.get());
 }
 
 void tst_LVToolItems::cleanup()
 {
     LVServers::setOverrideURL(QUrl());
+    _host.reset();
     _server.reset();
     _env.reset();
-}
-
-void tst_LVToolItems::cleanupTestCase()
-{
-    LVInstallManager::releaseSharedInstallManager();
 }
 
 void tst_LVToolItems::toolOrder_data()
@@ -184,7 +180,7 @@ void tst_LVToolItems::knowledgeBaseSearch()
     QTest::keyClicks(field, typed);
     QTest::keyClick(field, Qt::Key_Return);
     QStringList urls;
-    for (const QUrl& url : std::as_const(_workspace->openedUrls))
+    for (const QUrl& url : std::as_const(_workspace->opened))
         urls.append(url.toString());
     QCOMPARE(urls, opened.isNull() ? QStringList() : QStringList{_server->url().toString().chopped(1) + opened});
 }
@@ -241,7 +237,7 @@ void tst_LVToolItems::diagnosticDownload()
                                                      "Please unzip, launch it, and follow the instructions."));
     QCOMPARE(alert.buttonTitles(), (QStringList{"Ok", "Show in Finder"}));
     alert.buttons().at(1).action();
-    QCOMPARE(_workspace->revealedFiles, QStringList{target});
+    QCOMPARE(_workspace->revealed, QStringList{target});
 }
 
 QTEST_MAIN(tst_LVToolItems)

@@ -1,7 +1,7 @@
+#include "RecordingWorkspace.h"
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
 #include "TestPrivilegedExecution.h"
-#include "ToolTestWorkspace.h"
 
 #include "foundation/VMPropertyList.h"
 #include "tools/LVToolSearchAndDelete.h"
@@ -40,7 +40,7 @@ private:
     QString trash() const { return Platform::systemInfo().trashDirectory(); }
 
     std::unique_ptr<TestEnvironment> _env;
-    std::shared_ptr<ToolTestWorkspace> _workspace;
+    std::shared_ptr<RecordingWorkspace> _workspace;
     std::shared_ptr<TestPrivilegedExecution> _privileged;
     std::shared_ptr<TestAlertPresenter> _alerts;
     LVToolSearchAndDelete* _tool = nullptr;
@@ -61,7 +61,7 @@ QString tst_LVToolSearchAndDelete::makeApp(const QString& relativePath, const QS
 void tst_LVToolSearchAndDelete::init()
 {
     _env = std::make_unique<TestEnvironment>();
-    _workspace = std::make_shared<ToolTestWorkspace>();
+    _workspace = std::make_shared<RecordingWorkspace>();
     Platform::setWorkspace(_workspace);
     _privileged = std::make_shared<TestPrivilegedExecution>();
     Platform::setPrivilegedExecution(_privileged);
@@ -138,7 +138,7 @@ void tst_LVToolSearchAndDelete::checkBoxesEnableDelete()
     _tool->tableView()->selectRow(2);
     QVERIFY(_tool->showInFinderButton()->isEnabled());
     _tool->showInFinderButton()->click();
-    QCOMPARE(_workspace->revealedFiles, QStringList{model->index(2, 2).data().toString()});
+    QCOMPARE(_workspace->revealed, QStringList{model->index(2, 2).data().toString()});
 }
 
 void tst_LVToolSearchAndDelete::deleteMovesCheckedFiles()

@@ -1,13 +1,11 @@
-#include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
 #include "TestInstallItem.h"
 #include "TestPrivilegedExecution.h"
+#include "TestRowHost.h"
 
 #include "catalogue/LVServers.h"
-#include "catalogue/VMProductsCollection.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "foundation/VMNotificationCenter.h"
-#include "manager/LVInstallManager.h"
 #include "support/LocalHttpServer.h"
 #include "tools/LVToolItem.h"
 #include "tools/LVToolUninstallItem.h"
@@ -36,7 +34,6 @@ class tst_LVToolUninstallItem : public QObject
 private slots:
     void init();
     void cleanup();
-    void cleanupTestCase();
 
     void totalUninstall_data();
     void totalUninstall();
@@ -47,6 +44,7 @@ private:
     std::unique_ptr<TestEnvironment> _env;
     std::unique_ptr<LocalHttpServer> _server;
     std::shared_ptr<TestPrivilegedExecution> _privileged;
+    std::unique_ptr<TestRowHost> _host;
     std::shared_ptr<TestAlertPresenter> _alerts;
 };
 
@@ -64,23 +62,18 @@ void tst_LVToolUninstallItem::init()
     QUrl base = _server->url();
     base.setPath(QString());
     LVServers::setOverrideURL(base);
-    _alerts = std::make_shared<TestAlertPresenter>();
-    LVInstallManager::sharedInstallManager()->setAlertPresenter(_alerts);
-    LVToolUninstallItem::tool()->setInstallManager(LVInstallManager::sharedInstallManager());
+    _host = std::make_unique<TestRowHost>();
+    _alerts = _host->alerts;
+    LVToolUninstallItem::tool()->setInstallManager(_host.get());
     QVERIFY(QDir().mkpath(wrapperPath() + QStringLiteral("/Contents")));
 }
 
 void tst_LVToolUninstallItem::cleanup()
 {
-    LVInstallManager::sharedInstallManager()->setProductsCollection(VMProductsCollection::initWithDict(QVariantMap()));
     LVServers::setOverrideURL(QUrl());
+    _host.reset();
     _server.reset();
     _env.reset();
-}
-
-void tst_LVToolUninstallItem::cleanupTestCase()
-{
-    LVInstallManager::releaseSharedInstallManager();
 }
 
 void tst_LVToolUninstallItem::totalUninstall_data()
@@ -134,21 +127,14 @@ void tst_LVToolUninstallItem::totalUninstall()
     QFETCH(bool, staysBusy);
 
     // The product rows, each with the status the test gives.
-    QVariantList products;
-    for (int i = 0; i < rowStatuses.size(); ++i)
-        products.append(
-            QVariantMap{{"Product ID", QStringLiteral("P%1").arg(i)}, {"Title", QStringLiteral("P%1").arg(i)}});
-    LVInstallManager* manager = LVInstallManager::sharedInstallManager();
-    manager->setInstallItemFactory(
-        std::make_shared<TestSingleItemFactory>([&rowStatuses](const VMSingleProductItemPtr& product) {
-            auto* row =
-                new TestInstallItem(product->productID(), rowStatuses.value(product->productID().mid(1).toInt()));
-            row->product = product;
-            return row;
-        }));
-    manager->setProductsCollection(VMProductsCollection::initWithDict(QVariantMap{{"Products", products}}));
-    const QList<LVInstallItem*> rows = manager->singleProductInstallItems();
-    QCOMPARE(rows.size(), rowStatuses.size());
+    std::vector<std::unique_ptr<TestInstallItem>> rows;
+    for (const uint status : rowStatuses) {
+        const QString id = QStringLiteral("P%1").arg(rows.size());
+        auto& row = rows.emplace_back(std::make_unique<TestInstallItem>(id, status));
+        row->product = VMSingleProductItem::initWithDict({{"Product ID", id}, {"Title", id}});
+        row->updateStatus();
+        _host->rows.append(row.get());
+    }
 
     const QByteArray script = "#!/bin/sh\nrm -rf '" + wrapperPath().toUtf8() + "'\necho " + printed + "\n";
     _server->setRoute(requested.isEmpty() ? QByteArray("/VM_installers/uninstallers/TotalRemoveAllFxPlug3.bash")
@@ -202,10 +188,10 @@ void tst_LVToolUninstallItem::totalUninstall()
     QCOMPARE(tool->uninstallButton()->isEnabled(), !staysBusy);
     QCOMPARE(tool->progressIndicator()->isAnimating(), staysBusy);
     const bool finished = states.contains(5) || states.contains(6);
-    QCOMPARE(reloaded, finished ? QList<QObject*>(rows.begin(), rows.end()) : QList<QObject*>());
+    QCOMPARE(reloaded, finished ? QList<QObject*>(_host->rows.begin(), _host->rows.end()) : QList<QObject*>());
     QCOMPARE(uninstalled.size(), finished ? rows.size() : 0);
     if (finished)
-        QCOMPARE(uninstalled.first(), rows.first()->productItem());
+        QCOMPARE(uninstalled.first(), rows.front()->productItem());
 }
 
 QTEST_MAIN(tst_LVToolUninstallItem)

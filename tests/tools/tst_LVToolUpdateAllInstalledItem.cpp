@@ -1,7 +1,7 @@
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
 #include "TestPrivilegedExecution.h"
-#include "engines/ProductShelf.h"
+#include "support/ProductShelf.h"
 
 #include "catalogue/VMProductsCollection.h"
 #include "items/LVSingleInstallItem.h"

@@ -4,24 +4,25 @@
 
 #include <QHash>
 #include <QList>
+#include <QStringList>
 #include <QUrl>
 
 // This machine's workspace, except that opening and revealing are only noted (no browser or file
 // manager starts in a test) and that chosen paths can't be moved to the Trash, failing with the
 // code the test gives: the tests run as root, where no permission stops a move.
-class ToolTestWorkspace : public Workspace
+class RecordingWorkspace : public Workspace
 {
 public:
-    ToolTestWorkspace() : _native(NativePlatform::createWorkspace()) {}
+    RecordingWorkspace() : _native(NativePlatform::createWorkspace()) {}
 
     bool openUrl(const QUrl& url) override
     {
-        openedUrls.append(url);
+        opened.append(url);
         return true;
     }
     bool revealFile(const QString& path) override
     {
-        revealedFiles.append(path);
+        revealed.append(path);
         return true;
     }
     QList<QUrl> URLsForApplicationsWithBundleIdentifier(const QString& identifier) const override
@@ -40,8 +41,8 @@ public:
         return _native->moveToTrash(path, trashedPath, error, errorCode);
     }
 
-    QList<QUrl> openedUrls;
-    QStringList revealedFiles;
+    QList<QUrl> opened;
+    QStringList revealed;
     QHash<QString, int> refusedMoves;
 
 private:

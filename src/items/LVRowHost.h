@@ -4,12 +4,10 @@
 
 #include <QList>
 #include <QString>
-#include <memory>
 
 class LVInstallItem;
 class QWidget;
 class VMError;
-class VMProductsCollection;
 
 // What a row may ask of the list controller that shows it: in the application the install
 // manager, in tests a stand-in. Rows hold it as their `installManager`, so they reach the window
@@ -27,13 +25,8 @@ public:
     // Install rows report every real change of their status here.
     virtual void updateStatusChanged(uint status, LVInstallItem* installItem) = 0;
     virtual void selectInstallItem(LVInstallItem* item) = 0;
-    // A single-product row; never a bundle row.
-    virtual LVInstallItem* installItemWithProductID(const QString& productID) const = 0;
-    // The rows the installs tab shows now.
-    virtual QList<LVInstallItem*> installItems() const = 0;
     // Every single-product row, shown or not (the tools work on these).
     virtual QList<LVInstallItem*> singleProductInstallItems() const = 0;
-    virtual std::shared_ptr<VMProductsCollection> productsCollection() const = 0;
     virtual qint64 indicateAsNewProductPeriod() const = 0;
     // A row's view changed its height: the list lays its rows out again.
     virtual void noteRowHeightsChanged() {}
