@@ -100,15 +100,29 @@ void LVProductBatch::setState(qsizetype index, State state, const QString& detai
     entry.state = state;
     if (!detail.isEmpty())
         entry.detail = detail;
-    if (isFinal(state)) {
-        // Once every observer has heard the step that ended it.
-        QPointer<LVProductOperation> operation = entry.joined ? nullptr : entry.operation;
-        VMDispatch::performOnMainThread(this, [operation] {
-            if (operation)
-                operation->setBatched(false);
-        });
-    }
+    if (isFinal(state))
+        releaseLater(entry);
     emit stateChanged(index, state);
+}
+
+void LVProductBatch::releaseLater(const Entry& entry)
+{
+    // Once every observer has heard the step that ended the product's part.
+    QPointer<LVProductOperation> operation = entry.joined ? nullptr : entry.operation;
+    VMDispatch::performOnMainThread(this, [operation] {
+        if (operation)
+            operation->setBatched(false);
+    });
+}
+
+void LVProductBatch::stall()
+{
+    _stalled = true;
+    // The run stays as it stands; its products are free for other work again.
+    for (const Entry& entry : std::as_const(_items)) {
+        if (!isFinal(entry.state))
+            releaseLater(entry);
+    }
 }
 
 void LVProductBatch::release(Entry& entry)
@@ -274,7 +288,7 @@ void LVProductBatch::downloadFailed(qsizetype index, const QString& detail, bool
     setState(index, State::DownloadFailed, detail);
     switch (_policy.downloadFailure) {
     case Policy::OnFailure::Stall:
-        _stalled = true;
+        stall();
         return;
     case Policy::OnFailure::Abandon:
         abandon(cancelled ? Ending::Cancelled : Ending::DownloadFailed);
@@ -342,7 +356,7 @@ void LVProductBatch::refused(int status)
 {
     _authorizationStatus = status;
     if (_policy.refusedAuthorization == Policy::OnFailure::Stall) {
-        _stalled = true;
+        stall();
         return;
     }
     abandon(Ending::AuthorizationRefused, refusalText(status));

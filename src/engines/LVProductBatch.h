@@ -137,6 +137,8 @@ private:
     void runUninstall();
     void abandon(Ending ending, const QString& detail = QString());
     void endIfDone();
+    void stall();
+    void releaseLater(const Entry& entry);
     void release(Entry& entry);
 
     const Kind _kind;

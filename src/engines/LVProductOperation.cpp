@@ -113,9 +113,10 @@ bool LVProductOperation::requestInstallation(const VMVersionItemPtr& version)
 {
     if (_phase == Phase::Uninstalling)
         return false;
-    if (_batched && _phase != Phase::Idle)
+    // The run this product is part of, or the confirmation under way, covers the request.
+    if (_batched || _phase == Phase::Confirming)
         return true;
-    if (_phase == Phase::Downloading || _phase == Phase::Installing || _phase == Phase::Confirming) {
+    if (_phase == Phase::Downloading || _phase == Phase::Installing) {
         // Joins the run under way; a manual download is no installation to join.
         if (_installerDownloader && _installerDownloader->identifier() != installerDownload)
             return false;
@@ -395,7 +396,8 @@ void LVProductOperation::downloadCompleted(LVDownloader* downloader)
     emit downloadEnded(downloader, true);
     if (!self)
         return;
-    if (_installRequested && downloader->identifier() == installerDownload && _phase == Phase::Downloaded && !install())
+    if (_installRequested && !_batched && downloader->identifier() == installerDownload &&
+        _phase == Phase::Downloaded && !install())
         _installRequested = false;
 }
 

@@ -382,6 +382,9 @@ void LVBundleInstallItem::startDownload()
         if (row->installStatus() != StatusLatestInstalled)
             items.append({row->singleProductItem(), row->singleProductItem()->latestVersionItem(), QString()});
     }
+    // Every product at its latest version: a reinstall does nothing.
+    if (items.isEmpty())
+        return;
     LVProductBatch::Policy policy;
     // One failed download ends the whole operation; so does a refused password.
     policy.downloadFailure = LVProductBatch::Policy::OnFailure::Abandon;
@@ -425,13 +428,6 @@ void LVBundleInstallItem::cancelDownload()
     _downloadCancelled = true;
     if (_run)
         _run->cancel();
-    updateStatus();
-}
-
-void LVBundleInstallItem::cleanUp()
-{
-    for (LVBundleProductInstallItem* row : std::as_const(_productInstallItems))
-        row->operation()->cleanUp();
     updateStatus();
 }
 

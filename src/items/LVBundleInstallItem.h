@@ -76,8 +76,6 @@ public:
     // downloads, cancels it instead.
     void startDownload();
     void cancelDownload();
-    // Deletes every downloaded package that waits for an installation.
-    void cleanUp();
     void startUninstalling();
 
     bool isDownloading() const;

@@ -192,16 +192,16 @@ void tst_LVBundleInstallItem::productRowsAndStatus()
     QCOMPARE(menu.actions().at(1)->text(), installEntry);
 
     // A reinstall skips every product at its latest version: nothing is asked of the server.
-    _server->clearRequests();
-    menu.actions().at(1)->trigger();
     if (status == 2) {
+        _server->clearRequests();
+        menu.actions().at(1)->trigger();
         QVERIFY(!row->isDownloading());
         QVERIFY(row->busyItems().isEmpty());
         QTest::qWait(50);
         QVERIFY(_server->requests().isEmpty());
+        QVERIFY(_alerts->alerts().isEmpty());
         QCOMPARE(row->installStatus(), 2u);
     }
-    row->cancelDownload();
 }
 
 void tst_LVBundleInstallItem::installsEveryProductUnderOneAuthorizationThenUninstalls()
