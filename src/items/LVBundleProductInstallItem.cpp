@@ -265,6 +265,10 @@ void LVBundleProductInstallItem::downloadCompleted(LVDownloader* downloader)
         downloader->deleteLater();
         return;
     }
+    if (downloader->identifier() != LVProductOperation::installerDownload)
+        return;
+    if (_containerView)
+        _ui->_downloadProgressBar->hide();
     updateStatus();
 }
 
@@ -275,6 +279,10 @@ void LVBundleProductInstallItem::downloadFailed(LVDownloader* downloader)
         downloader->deleteLater();
         return;
     }
+    if (downloader->identifier() != LVProductOperation::installerDownload)
+        return;
+    if (_containerView)
+        _ui->_downloadProgressBar->hide();
     updateStatus();
 }
 
