@@ -37,19 +37,7 @@ LVBundleProductInstallItem::LVBundleProductInstallItem(const VMSingleProductItem
       _installedVersion(productItem->checkInstalledPluginVersion())
 {
     // The operation outlives this row: a row made by a refresh shows the step it has reached.
-    LVProductOperation* operation = _operation;
-    connect(operation, &LVProductOperation::phaseChanged, this, [this] { updateStatus(); });
-    connect(operation, &LVProductOperation::downloadAdvanced, this, &LVBundleProductInstallItem::downloadProgress);
-    connect(operation, &LVProductOperation::downloadEnded, this, [this](LVDownloader* downloader, bool succeeded) {
-        if (succeeded)
-            downloadCompleted(downloader);
-        else
-            downloadFailed(downloader);
-    });
-    connect(operation, &LVProductOperation::installEnded, this, [this](LVInstaller* installer, bool succeeded) {
-        if (!succeeded)
-            installFailed(installer);
-    });
+    followOperation(_operation);
     VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
     center.addObserver(this, VMProductEvents::installCompleted,
                        [this](const VMNotification& notification) { installCompletedNotif(notification); });

@@ -1,6 +1,10 @@
 #include "LVInstallItem.h"
 
 #include "catalogue/LVServers.h"
+#include "engines/LVDownloader.h"
+#include "engines/LVInstaller.h"
+#include "engines/LVProductOperation.h"
+#include "engines/LVUninstaller.h"
 #include "items/LVRowHost.h"
 #include "platform/Platform.h"
 
@@ -91,3 +95,25 @@ void LVInstallItem::installFailed(LVInstaller*) {}
 void LVInstallItem::uninstallStarted(LVUninstaller*) {}
 void LVInstallItem::uninstallCompleted(LVUninstaller*) {}
 void LVInstallItem::uninstallFailed(LVUninstaller*) {}
+
+void LVInstallItem::followOperation(LVProductOperation* operation)
+{
+    connect(operation, &LVProductOperation::phaseChanged, this, [this] { updateStatus(); });
+    connect(operation, &LVProductOperation::downloadBegan, this,
+            [this](LVDownloader* downloader) { downloadStarted(downloader); });
+    connect(operation, &LVProductOperation::downloadAdvanced, this,
+            [this](double progress, LVDownloader* downloader) { downloadProgress(progress, downloader); });
+    connect(operation, &LVProductOperation::downloadEnded, this, [this](LVDownloader* downloader, bool succeeded) {
+        succeeded ? downloadCompleted(downloader) : downloadFailed(downloader);
+    });
+    connect(operation, &LVProductOperation::installBegan, this,
+            [this](LVInstaller* installer) { installStarted(installer); });
+    connect(operation, &LVProductOperation::installEnded, this, [this](LVInstaller* installer, bool succeeded) {
+        succeeded ? installCompleted(installer) : installFailed(installer);
+    });
+    connect(operation, &LVProductOperation::uninstallBegan, this,
+            [this](LVUninstaller* uninstaller) { uninstallStarted(uninstaller); });
+    connect(operation, &LVProductOperation::uninstallEnded, this, [this](LVUninstaller* uninstaller, bool succeeded) {
+        succeeded ? uninstallCompleted(uninstaller) : uninstallFailed(uninstaller);
+    });
+}

@@ -13,6 +13,7 @@ class LVDownloader;
 class LVInstaller;
 class LVUninstaller;
 class LVInstallItemTitleField;
+class LVProductOperation;
 class LVRowHost;
 class VMProductItem;
 class VMVersionItem;
@@ -88,6 +89,9 @@ public:
     void uninstallFailed(LVUninstaller* uninstaller) override;
 
 protected:
+    // Hears the product's operation: its phase changes call updateStatus(), its steps the engine
+    // callbacks above. The operation goes on when the row goes.
+    void followOperation(LVProductOperation* operation);
     // An alert over the install manager's window; nothing without a manager.
     void showAlert(const QString& message, const QString& informative) const;
     // Opens a product page in the browser; nothing for an empty address.

@@ -89,29 +89,7 @@ LVSingleInstallItem::LVSingleInstallItem(const VMSingleProductItemPtr& productIt
     _operation = LVProductOperations::shared().operationForProduct(productItem);
     LVProductOperation* operation = _operation;
     connect(operation, &LVProductOperation::progressChanged, this, &LVSingleInstallItem::updateProgressDescription);
-    connect(operation, &LVProductOperation::phaseChanged, this, [this] { updateStatus(); });
-    connect(operation, &LVProductOperation::downloadBegan, this, &LVSingleInstallItem::downloadStarted);
-    connect(operation, &LVProductOperation::downloadAdvanced, this, &LVSingleInstallItem::downloadProgress);
-    connect(operation, &LVProductOperation::downloadEnded, this, [this](LVDownloader* downloader, bool succeeded) {
-        if (succeeded)
-            downloadCompleted(downloader);
-        else
-            downloadFailed(downloader);
-    });
-    connect(operation, &LVProductOperation::installBegan, this, &LVSingleInstallItem::installStarted);
-    connect(operation, &LVProductOperation::installEnded, this, [this](LVInstaller* installer, bool succeeded) {
-        if (succeeded)
-            installCompleted(installer);
-        else
-            installFailed(installer);
-    });
-    connect(operation, &LVProductOperation::uninstallBegan, this, &LVSingleInstallItem::uninstallStarted);
-    connect(operation, &LVProductOperation::uninstallEnded, this, [this](LVUninstaller* uninstaller, bool succeeded) {
-        if (succeeded)
-            uninstallCompleted(uninstaller);
-        else
-            uninstallFailed(uninstaller);
-    });
+    followOperation(operation);
     setInstalledVersion(productItem->checkInstalledPluginVersion());
     VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
     center.addObserver(this, VMProductEvents::installCompleted,
