@@ -201,12 +201,14 @@ void LVProductBatch::observe(qsizetype index)
                 Entry& entry = _items[index];
                 if (entry.state != State::Uninstalling)
                     return;
-                if (!succeeded && entry.detail.isEmpty())
+                if (!succeeded && !entry.failed) {
+                    entry.failed = true;
                     entry.detail = uninstaller->error().description();
+                }
                 // One uninstaller per script: the product has ended when its operation has.
                 if (entry.operation->isUninstalling())
                     return;
-                setState(index, entry.detail.isEmpty() ? State::Uninstalled : State::UninstallFailed);
+                setState(index, entry.failed ? State::UninstallFailed : State::Uninstalled);
                 endIfDone();
             });
 }

@@ -122,6 +122,8 @@ private:
         QPointer<LVProductOperation> operation;
         State state = State::WaitingForDownload;
         QString detail;
+        // One of its uninstall scripts failed.
+        bool failed = false;
         // Follows an installation that someone else started; the batch neither installs nor
         // confirms it.
         bool joined = false;
