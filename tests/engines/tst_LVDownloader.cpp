@@ -378,10 +378,11 @@ void tst_LVDownloader::progressIsThrottled()
     QCOMPARE(delegate.names().at(1), QStringLiteral("progress"));
     QVERIFY2(qFuzzyCompare(reports.first().progress, 1000 * 100.0 / 26000),
              qPrintable(QString::number(reports.first().progress)));
-    // Then at most one a second: about one per elapsed second of the transfer.
+    // Then at most one a second: about one per elapsed second of the transfer. The gaps are seen
+    // where the reports arrive, on the main thread, a few milliseconds after they were sent.
     for (qsizetype i = 1; i < reports.size(); ++i) {
         const qint64 gap = reports.at(i).milliseconds - reports.at(i - 1).milliseconds;
-        QVERIFY2(gap >= 1000, qPrintable(QStringLiteral("gap of %1 ms").arg(gap)));
+        QVERIFY2(gap >= 950, qPrintable(QStringLiteral("gap of %1 ms").arg(gap)));
     }
     const double seconds = (delegate.events.last().milliseconds - delegate.events.first().milliseconds) / 1000.0;
     QVERIFY2(reports.size() >= 3 && reports.size() <= int(seconds) + 1,
