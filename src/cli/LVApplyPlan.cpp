@@ -2,7 +2,6 @@
 
 #include "catalogue/VMBundleProductItem.h"
 #include "catalogue/VMUtils.h"
-#include "cli/LVHeadlessSession.h"
 #include "foundation/VMPropertyList.h"
 
 #include <QFile>

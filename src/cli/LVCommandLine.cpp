@@ -1,8 +1,10 @@
 #include "cli/LVCommandLine.h"
 
 #include "catalogue/LVServers.h"
+#include "catalogue/VMBundleProductItem.h"
 #include "catalogue/VMCatalogue.h"
 #include "catalogue/VMInstallStatus.h"
+#include "catalogue/VMProductsCollection.h"
 #include "cli/LVApplyPlan.h"
 #include "cli/LVConsole.h"
 #include "cli/LVHeadlessSession.h"

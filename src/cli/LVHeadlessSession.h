@@ -1,7 +1,5 @@
 #pragma once
 
-#include "catalogue/VMBundleProductItem.h"
-#include "catalogue/VMProductsCollection.h"
 #include "catalogue/VMSingleProductItem.h"
 
 #include <QList>

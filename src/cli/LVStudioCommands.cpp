@@ -1,5 +1,7 @@
 #include "cli/LVStudioCommands.h"
 
+#include "catalogue/VMBundleProductItem.h"
+#include "catalogue/VMProductsCollection.h"
 #include "catalogue/VMUtils.h"
 #include "cli/LVCatalogueMirror.h"
 #include "cli/LVCommandLine.h"
