@@ -1,5 +1,6 @@
 #include "LogCapture.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "catalogue/VMBundleProductItem.h"
 #include "catalogue/VMCatalogue.h"
 #include "catalogue/VMSingleProductItem.h"
@@ -575,5 +576,5 @@ void tst_VMCatalogue::collectionSetValuePostsReload()
     }
 }
 
-QTEST_GUILESS_MAIN(tst_VMCatalogue)
+LV_TEST_GUILESS_MAIN(tst_VMCatalogue)
 #include "tst_VMCatalogue.moc"

@@ -1,4 +1,5 @@
 #include "LogCapture.h"
+#include "TestMain.h"
 #include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "foundation/LVPreferences.h"
@@ -588,5 +589,5 @@ void tst_VMInstalledVersions::versionRecordWithoutProduct()
     QVERIFY(VMVersionItem::initWithDict({{"Product Version", "4.2"}})->checkInstalledPluginVersion().isNull());
 }
 
-QTEST_GUILESS_MAIN(tst_VMInstalledVersions)
+LV_TEST_GUILESS_MAIN(tst_VMInstalledVersions)
 #include "tst_VMInstalledVersions.moc"

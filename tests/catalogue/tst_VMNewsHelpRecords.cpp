@@ -1,5 +1,6 @@
 #include "LogCapture.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "catalogue/VMHelpItemsCollection.h"
 #include "catalogue/VMNewsCollection.h"
 #include "catalogue/VMReleaseDate.h"
@@ -323,5 +324,5 @@ void tst_VMNewsHelpRecords::releaseDateDescription()
     QCOMPARE(VMReleaseDate::description(QDateTime()), QStringLiteral("(null)"));
 }
 
-QTEST_GUILESS_MAIN(tst_VMNewsHelpRecords)
+LV_TEST_GUILESS_MAIN(tst_VMNewsHelpRecords)
 #include "tst_VMNewsHelpRecords.moc"

@@ -1,5 +1,6 @@
 #include "LogCapture.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "catalogue/VMBundleProductItem.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "catalogue/VMUtils.h"
@@ -602,5 +603,5 @@ void tst_VMProductRecords::productPropertyTable()
     QVERIFY(product->properties().isEmpty());
 }
 
-QTEST_GUILESS_MAIN(tst_VMProductRecords)
+LV_TEST_GUILESS_MAIN(tst_VMProductRecords)
 #include "tst_VMProductRecords.moc"

@@ -1,4 +1,5 @@
 #include "TestEnvironment.h"
+#include "TestMain.h"
 
 #include "catalogue/VMUtils.h"
 #include "foundation/LVPreferences.h"
@@ -303,5 +304,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_VMUtils)
+LV_TEST_GUILESS_MAIN(tst_VMUtils)
 #include "tst_VMUtils.moc"

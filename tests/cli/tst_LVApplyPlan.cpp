@@ -1,3 +1,4 @@
+#include "TestMain.h"
 #include "catalogue/VMCatalogue.h"
 #include "cli/LVApplyPlan.h"
 #include "foundation/VMPropertyList.h"
@@ -129,5 +130,5 @@ void tst_LVApplyPlan::readsJsonAndPropertyLists()
     }
 }
 
-QTEST_GUILESS_MAIN(tst_LVApplyPlan)
+LV_TEST_GUILESS_MAIN(tst_LVApplyPlan)
 #include "tst_LVApplyPlan.moc"

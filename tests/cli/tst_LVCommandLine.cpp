@@ -1,3 +1,4 @@
+#include "TestMain.h"
 #include "engines/LVOperationLock.h"
 #include "foundation/LVApplicationIdentity.h"
 #include "support/DemoServerProcess.h"
@@ -340,5 +341,5 @@ void tst_LVCommandLine::administratorStepNeverGrantedSilently()
     QVERIFY2(leftPackages().isEmpty(), qPrintable(leftPackages().join(',')));
 }
 
-QTEST_GUILESS_MAIN(tst_LVCommandLine)
+LV_TEST_GUILESS_MAIN(tst_LVCommandLine)
 #include "tst_LVCommandLine.moc"

@@ -1,3 +1,4 @@
+#include "TestMain.h"
 #include "catalogue/VMUtils.h"
 #include "foundation/LVApplicationIdentity.h"
 #include "foundation/VMPropertyList.h"
@@ -234,5 +235,5 @@ void tst_StudioMirror::mirrorServeAndApply()
         QVERIFY2(log.contains(QByteArray("GET ") + path + " HTTP/1.1\" 200"), path);
 }
 
-QTEST_GUILESS_MAIN(tst_StudioMirror)
+LV_TEST_GUILESS_MAIN(tst_StudioMirror)
 #include "tst_StudioMirror.moc"

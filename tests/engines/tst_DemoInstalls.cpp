@@ -1,3 +1,4 @@
+#include "TestMain.h"
 #include "TestPrivilegedExecution.h"
 
 #include "DemoCatalogue.h"
@@ -215,5 +216,5 @@ void tst_DemoInstalls::packagesAreCheckedAgainstTheCatalogue()
     // Refused or installed, no package is left behind (cleanup() checks the temporary folder).
 }
 
-QTEST_GUILESS_MAIN(tst_DemoInstalls)
+LV_TEST_GUILESS_MAIN(tst_DemoInstalls)
 #include "tst_DemoInstalls.moc"

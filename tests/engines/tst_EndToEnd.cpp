@@ -1,4 +1,5 @@
 #include "EngineRecorder.h"
+#include "TestMain.h"
 #include "TestPrivilegedExecution.h"
 
 #include "PackageBuilder.h"
@@ -166,5 +167,5 @@ void tst_EndToEnd::installDetectRegisterUninstall()
     QVERIFY(_env->temporaryFiles().isEmpty());
 }
 
-QTEST_GUILESS_MAIN(tst_EndToEnd)
+LV_TEST_GUILESS_MAIN(tst_EndToEnd)
 #include "tst_EndToEnd.moc"

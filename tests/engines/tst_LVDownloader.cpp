@@ -1,5 +1,6 @@
 #include "LocalHttpServer.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "engines/LVDownloadFolder.h"
 #include "engines/LVDownloadSession.h"
 #include "engines/LVDownloader.h"
@@ -856,5 +857,5 @@ void tst_LVDownloader::sessionInvalidation()
     QVERIFY(!QFileInfo::exists(env.temporaryDirectory() + QStringLiteral("/slow.bin")));
 }
 
-QTEST_MAIN(tst_LVDownloader)
+LV_TEST_MAIN(tst_LVDownloader)
 #include "tst_LVDownloader.moc"

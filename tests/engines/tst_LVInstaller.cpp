@@ -1,5 +1,6 @@
 #include "EngineRecorder.h"
 #include "LogCapture.h"
+#include "TestMain.h"
 #include "TestPrivilegedExecution.h"
 
 #include "catalogue/VMInstalledVersions.h"
@@ -474,5 +475,5 @@ void tst_LVInstaller::destroyedDelegateIsNotCalled()
     QVERIFY(heard.isEmpty());
 }
 
-QTEST_GUILESS_MAIN(tst_LVInstaller)
+LV_TEST_GUILESS_MAIN(tst_LVInstaller)
 #include "tst_LVInstaller.moc"

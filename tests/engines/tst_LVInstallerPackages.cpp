@@ -1,4 +1,5 @@
 #include "EngineRecorder.h"
+#include "TestMain.h"
 #include "TestPrivilegedExecution.h"
 
 #include "PackageBuilder.h"
@@ -174,5 +175,5 @@ void tst_LVInstallerPackages::damagedPackageFails()
     QVERIFY(!QDir(_env->systemRoot() + QStringLiteral("/Applications")).exists());
 }
 
-QTEST_GUILESS_MAIN(tst_LVInstallerPackages)
+LV_TEST_GUILESS_MAIN(tst_LVInstallerPackages)
 #include "tst_LVInstallerPackages.moc"

@@ -1,3 +1,4 @@
+#include "TestMain.h"
 #include "TestPrivilegedExecution.h"
 
 #include "LocalHttpServer.h"
@@ -494,5 +495,5 @@ void tst_LVProductOperation::progressDescription()
     QTRY_COMPARE(owner.operation->phase(), Phase::Idle);
 }
 
-QTEST_GUILESS_MAIN(tst_LVProductOperation)
+LV_TEST_GUILESS_MAIN(tst_LVProductOperation)
 #include "tst_LVProductOperation.moc"

@@ -1,5 +1,6 @@
 #include "EngineRecorder.h"
 #include "LogCapture.h"
+#include "TestMain.h"
 #include "TestPrivilegedExecution.h"
 
 #include "catalogue/VMInstalledVersions.h"
@@ -293,5 +294,5 @@ void tst_LVUninstaller::destroyedDelegateIsNotCalled()
     QVERIFY(!heard);
 }
 
-QTEST_GUILESS_MAIN(tst_LVUninstaller)
+LV_TEST_GUILESS_MAIN(tst_LVUninstaller)
 #include "tst_LVUninstaller.moc"

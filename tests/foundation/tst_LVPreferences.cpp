@@ -1,4 +1,5 @@
 #include "TestEnvironment.h"
+#include "TestMain.h"
 
 #include "foundation/LVPreferences.h"
 #include "foundation/VMNotificationCenter.h"
@@ -81,5 +82,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_LVPreferences)
+LV_TEST_GUILESS_MAIN(tst_LVPreferences)
 #include "tst_LVPreferences.moc"

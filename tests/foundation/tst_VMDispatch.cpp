@@ -1,3 +1,4 @@
+#include "TestMain.h"
 #include "foundation/VMDispatch.h"
 
 #include <QElapsedTimer>
@@ -73,5 +74,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_VMDispatch)
+LV_TEST_GUILESS_MAIN(tst_VMDispatch)
 #include "tst_VMDispatch.moc"

@@ -1,3 +1,4 @@
+#include "TestMain.h"
 #include "foundation/VMKeyedArchive.h"
 
 #include <QDir>
@@ -99,5 +100,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_VMKeyedArchive)
+LV_TEST_GUILESS_MAIN(tst_VMKeyedArchive)
 #include "tst_VMKeyedArchive.moc"

@@ -1,4 +1,5 @@
 #include "TestEnvironment.h"
+#include "TestMain.h"
 
 #include "foundation/VMClock.h"
 #include "foundation/VMLog.h"
@@ -123,5 +124,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(tst_VMLogger)
+LV_TEST_MAIN(tst_VMLogger)
 #include "tst_VMLogger.moc"

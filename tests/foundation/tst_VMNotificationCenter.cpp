@@ -1,3 +1,4 @@
+#include "TestMain.h"
 #include "foundation/VMNotificationCenter.h"
 
 #include <QTest>
@@ -79,5 +80,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_VMNotificationCenter)
+LV_TEST_GUILESS_MAIN(tst_VMNotificationCenter)
 #include "tst_VMNotificationCenter.moc"

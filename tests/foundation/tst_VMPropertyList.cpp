@@ -1,3 +1,4 @@
+#include "TestMain.h"
 #include "foundation/VMPropertyList.h"
 
 #include <QDateTime>
@@ -110,5 +111,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_VMPropertyList)
+LV_TEST_GUILESS_MAIN(tst_VMPropertyList)
 #include "tst_VMPropertyList.moc"

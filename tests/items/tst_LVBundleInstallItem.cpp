@@ -1,6 +1,7 @@
 #include "LocalHttpServer.h"
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "TestPrivilegedExecution.h"
 #include "support/ProductShelf.h"
 
@@ -446,5 +447,5 @@ void tst_LVBundleInstallItem::demoBundleSurvivesRefreshes()
     LVInstallManager::releaseSharedInstallManager();
 }
 
-QTEST_MAIN(tst_LVBundleInstallItem)
+LV_TEST_MAIN(tst_LVBundleInstallItem)
 #include "tst_LVBundleInstallItem.moc"

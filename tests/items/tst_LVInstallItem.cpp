@@ -1,5 +1,6 @@
 #include "TestEnvironment.h"
 #include "TestInstallItem.h"
+#include "TestMain.h"
 #include "items/LVInstallItemTitleField.h"
 #include "manager/AppDelegate.h"
 
@@ -166,5 +167,5 @@ void tst_LVInstallItem::titleFieldRoutesClicksByClickCount()
     QCOMPARE(row.doubleClicks, 1);
 }
 
-QTEST_MAIN(tst_LVInstallItem)
+LV_TEST_MAIN(tst_LVInstallItem)
 #include "tst_LVInstallItem.moc"

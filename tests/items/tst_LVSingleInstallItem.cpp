@@ -1,5 +1,6 @@
 #include "LocalHttpServer.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "TestRowHost.h"
 
 #include "catalogue/VMUtils.h"
@@ -381,5 +382,5 @@ void tst_LVSingleInstallItem::installCompletionConcernsRowsSharingAnIdentifier()
     QCOMPARE(_alerts->alerts().size(), 0);
 }
 
-QTEST_MAIN(tst_LVSingleInstallItem)
+LV_TEST_MAIN(tst_LVSingleInstallItem)
 #include "tst_LVSingleInstallItem.moc"

@@ -3,6 +3,7 @@
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
 #include "TestInstallItem.h"
+#include "TestMain.h"
 #include "TestPrivilegedExecution.h"
 
 #include "PackageBuilder.h"
@@ -351,5 +352,5 @@ void tst_LVSingleInstallItemAccessible::refreshesDuringTheWorkKeepItAndItsConfir
     QTRY_VERIFY(env.temporaryFiles().isEmpty());
 }
 
-QTEST_MAIN(tst_LVSingleInstallItemAccessible)
+LV_TEST_MAIN(tst_LVSingleInstallItemAccessible)
 #include "tst_LVSingleInstallItemAccessible.moc"

@@ -1,6 +1,7 @@
 #include "LogCapture.h"
 #include "RecordingWorkspace.h"
 #include "TestAlertPresenter.h"
+#include "TestMain.h"
 #include "catalogue/LVServers.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMPropertyList.h"
@@ -435,7 +436,9 @@ void tst_AppDelegate::olderVersionsOffer()
     QCOMPARE(_uninstallOptions, QList<int>{2});
 }
 
-int main(int argc, char* argv[])
+namespace {
+
+int runAppDelegateTest(int argc, char* argv[])
 {
     // Before the application exists: Qt keeps the first session-bus connection it makes.
     TestSessionBus bus;
@@ -446,4 +449,7 @@ int main(int argc, char* argv[])
     return QTest::qExec(&test, argc, argv);
 }
 
+} // namespace
+
+LV_TEST_CUSTOM_MAIN(tst_AppDelegate, runAppDelegateTest)
 #include "tst_AppDelegate.moc"

@@ -1,4 +1,5 @@
 #include "TestEnvironment.h"
+#include "TestMain.h"
 
 #include "foundation/VMDispatch.h"
 #include "manager/LVConsentPrompt.h"
@@ -84,5 +85,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(tst_LVConsentPrompt)
+LV_TEST_MAIN(tst_LVConsentPrompt)
 #include "tst_LVConsentPrompt.moc"

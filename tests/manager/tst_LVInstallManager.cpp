@@ -2,6 +2,7 @@
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
 #include "TestInstallItem.h"
+#include "TestMain.h"
 #include "catalogue/LVServers.h"
 #include "catalogue/VMBundleProductItem.h"
 #include "catalogue/VMHelpItemsCollection.h"
@@ -789,5 +790,5 @@ void tst_LVInstallManager::expandNotificationsToggleRows()
     QVERIFY(part<LVOutlineView>(*manager, "_newsItemsTable")->isItemExpanded(row));
 }
 
-QTEST_MAIN(tst_LVInstallManager)
+LV_TEST_MAIN(tst_LVInstallManager)
 #include "tst_LVInstallManager.moc"

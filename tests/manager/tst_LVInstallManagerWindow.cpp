@@ -1,6 +1,7 @@
 #include "RecordingWorkspace.h"
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "catalogue/LVServers.h"
 #include "foundation/VMDispatch.h"
 #include "manager/AppDelegate.h"
@@ -305,5 +306,5 @@ void tst_LVInstallManagerWindow::viewForStatusMenuReleasesTheWindow()
     QCOMPARE(container->window(), manager.window());
 }
 
-QTEST_MAIN(tst_LVInstallManagerWindow)
+LV_TEST_MAIN(tst_LVInstallManagerWindow)
 #include "tst_LVInstallManagerWindow.moc"

@@ -1,4 +1,5 @@
 #include "RecordingWorkspace.h"
+#include "TestMain.h"
 #include "catalogue/LVServers.h"
 #include "engines/LVUpdateSignature.h"
 #include "manager/AppDelegate.h"
@@ -244,5 +245,5 @@ void tst_LVPortableSelfUpdater::secureAddressesStaySecure()
     QCOMPARE(_env->temporaryFiles(), QStringList());
 }
 
-QTEST_MAIN(tst_LVPortableSelfUpdater)
+LV_TEST_MAIN(tst_LVPortableSelfUpdater)
 #include "tst_LVPortableSelfUpdater.moc"

@@ -1,4 +1,5 @@
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "catalogue/LVServers.h"
 #include "foundation/LVPreferences.h"
 
@@ -50,5 +51,5 @@ void tst_LVServers::catalogueURLKeepsItsPlus()
     LVServers::setOverrideURL(QUrl());
 }
 
-QTEST_GUILESS_MAIN(tst_LVServers)
+LV_TEST_GUILESS_MAIN(tst_LVServers)
 #include "tst_LVServers.moc"

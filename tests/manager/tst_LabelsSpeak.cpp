@@ -1,5 +1,6 @@
 #include "AccessibleTree.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 
 #include "DemoCatalogue.h"
 #include "foundation/VMPropertyList.h"
@@ -151,5 +152,5 @@ void tst_LabelsSpeak::everyWindowAndRow()
     manager.hide();
 }
 
-QTEST_MAIN(tst_LabelsSpeak)
+LV_TEST_MAIN(tst_LabelsSpeak)
 #include "tst_LabelsSpeak.moc"

@@ -1,4 +1,5 @@
 #include "TestEnvironment.h"
+#include "TestMain.h"
 
 #include "catalogue/VMUtils.h"
 #include "foundation/LVPreferences.h"
@@ -131,5 +132,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(tst_LogAndPreferencesWindows)
+LV_TEST_MAIN(tst_LogAndPreferencesWindows)
 #include "tst_LogAndPreferencesWindows.moc"

@@ -1,6 +1,7 @@
 #include "AccessibleTree.h"
 #include "RecordingWorkspace.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "foundation/VMPropertyList.h"
 #include "manager/AppDelegate.h"
 #include "manager/LVInstallManager.h"
@@ -173,5 +174,5 @@ void tst_WindowAccessibility::walkTheWindow()
     Platform::reset();
 }
 
-QTEST_MAIN(tst_WindowAccessibility)
+LV_TEST_MAIN(tst_WindowAccessibility)
 #include "tst_WindowAccessibility.moc"

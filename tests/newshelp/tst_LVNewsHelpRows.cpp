@@ -1,6 +1,7 @@
 #include "LocalHttpServer.h"
 #include "RecordingWorkspace.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "catalogue/VMHelpItem.h"
 #include "catalogue/VMNewsItem.h"
 #include "foundation/VMLogger.h"
@@ -300,5 +301,5 @@ void tst_LVNewsHelpRows::helpTitleClickTracking()
         QCOMPARE(_workspace->opened.first(), QUrl(QStringLiteral("http://127.0.0.1/support/start.html")));
 }
 
-QTEST_MAIN(tst_LVNewsHelpRows)
+LV_TEST_MAIN(tst_LVNewsHelpRows)
 #include "tst_LVNewsHelpRows.moc"

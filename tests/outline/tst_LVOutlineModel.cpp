@@ -1,4 +1,5 @@
 #include "TestInstallItem.h"
+#include "TestMain.h"
 #include "manager/AppDelegate.h"
 #include "outline/LVOutlineModel.h"
 #include "outline/LVOutlineView.h"
@@ -236,5 +237,5 @@ void tst_LVOutlineModel::viewsAreMadeForRowsInSight()
     QCOMPARE(made, 200);
 }
 
-QTEST_MAIN(tst_LVOutlineModel)
+LV_TEST_MAIN(tst_LVOutlineModel)
 #include "tst_LVOutlineModel.moc"

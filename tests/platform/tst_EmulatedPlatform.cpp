@@ -1,4 +1,5 @@
 #include "TestEnvironment.h"
+#include "TestMain.h"
 
 #include "platform/emulated/EmulatedPlatform.h"
 
@@ -84,5 +85,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_EmulatedPlatform)
+LV_TEST_GUILESS_MAIN(tst_EmulatedPlatform)
 #include "tst_EmulatedPlatform.moc"

@@ -1,4 +1,5 @@
 #include "TestEnvironment.h"
+#include "TestMain.h"
 
 #include "platform/linux/LinuxPrivilegedExecution.h"
 
@@ -81,5 +82,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_LinuxPrivilegedExecution)
+LV_TEST_GUILESS_MAIN(tst_LinuxPrivilegedExecution)
 #include "tst_LinuxPrivilegedExecution.moc"

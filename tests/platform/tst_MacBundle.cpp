@@ -1,3 +1,4 @@
+#include "TestMain.h"
 #include "platform/emulated/EmulatedPlist.h"
 #include "platform/macos/MacUserDefaults.h"
 
@@ -76,5 +77,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_MacBundle)
+LV_TEST_GUILESS_MAIN(tst_MacBundle)
 #include "tst_MacBundle.moc"

@@ -1,5 +1,6 @@
 #include "MacStandIns.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 
 #include "platform/macos/MacBundleUpdater.h"
 
@@ -176,5 +177,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_MacBundleUpdater)
+LV_TEST_GUILESS_MAIN(tst_MacBundleUpdater)
 #include "tst_MacBundleUpdater.moc"

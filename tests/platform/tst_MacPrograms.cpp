@@ -1,5 +1,6 @@
 #include "MacStandIns.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 
 #include "platform/macos/MacRichTextConverter.h"
 #include "platform/macos/MacWorkspace.h"
@@ -146,5 +147,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_MacPrograms)
+LV_TEST_GUILESS_MAIN(tst_MacPrograms)
 #include "tst_MacPrograms.moc"

@@ -1,4 +1,5 @@
 #include "TestEnvironment.h"
+#include "TestMain.h"
 
 #include "PackageBuilder.h"
 #include "PlistFile.h"
@@ -475,5 +476,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_PackageInstaller)
+LV_TEST_GUILESS_MAIN(tst_PackageInstaller)
 #include "tst_PackageInstaller.moc"

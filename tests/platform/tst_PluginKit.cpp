@@ -1,4 +1,5 @@
 #include "TestEnvironment.h"
+#include "TestMain.h"
 
 #include "platform/Platform.h"
 
@@ -153,5 +154,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_PluginKit)
+LV_TEST_GUILESS_MAIN(tst_PluginKit)
 #include "tst_PluginKit.moc"

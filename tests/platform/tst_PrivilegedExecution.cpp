@@ -1,4 +1,5 @@
 #include "TestEnvironment.h"
+#include "TestMain.h"
 
 #include "platform/emulated/EmulatedPrivilegedExecution.h"
 
@@ -170,5 +171,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_PrivilegedExecution)
+LV_TEST_GUILESS_MAIN(tst_PrivilegedExecution)
 #include "tst_PrivilegedExecution.moc"

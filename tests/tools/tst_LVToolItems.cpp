@@ -1,5 +1,6 @@
 #include "RecordingWorkspace.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "TestRowHost.h"
 
 #include "catalogue/LVServers.h"
@@ -240,5 +241,5 @@ void tst_LVToolItems::diagnosticDownload()
     QCOMPARE(_workspace->revealed, QStringList{target});
 }
 
-QTEST_MAIN(tst_LVToolItems)
+LV_TEST_MAIN(tst_LVToolItems)
 #include "tst_LVToolItems.moc"

@@ -1,6 +1,7 @@
 #include "RecordingWorkspace.h"
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "TestPrivilegedExecution.h"
 
 #include "foundation/VMPropertyList.h"
@@ -268,5 +269,5 @@ void tst_LVToolSearchAndDelete::craftedNamesRunNothing()
         QCOMPARE(_alerts->alerts().first().messageText(), QStringLiteral("Failure moving Files to the Trash"));
 }
 
-QTEST_MAIN(tst_LVToolSearchAndDelete)
+LV_TEST_MAIN(tst_LVToolSearchAndDelete)
 #include "tst_LVToolSearchAndDelete.moc"

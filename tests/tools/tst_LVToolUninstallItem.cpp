@@ -1,5 +1,6 @@
 #include "TestEnvironment.h"
 #include "TestInstallItem.h"
+#include "TestMain.h"
 #include "TestPrivilegedExecution.h"
 #include "TestRowHost.h"
 
@@ -194,5 +195,5 @@ void tst_LVToolUninstallItem::totalUninstall()
         QCOMPARE(uninstalled.first(), rows.front()->productItem());
 }
 
-QTEST_MAIN(tst_LVToolUninstallItem)
+LV_TEST_MAIN(tst_LVToolUninstallItem)
 #include "tst_LVToolUninstallItem.moc"

@@ -1,5 +1,6 @@
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "TestPrivilegedExecution.h"
 #include "support/ProductShelf.h"
 
@@ -260,5 +261,5 @@ void tst_LVToolUpdateAllInstalledItem::updateRun()
     QTRY_COMPARE(updateAll->statusTextField()->text(), summaryAfter);
 }
 
-QTEST_MAIN(tst_LVToolUpdateAllInstalledItem)
+LV_TEST_MAIN(tst_LVToolUpdateAllInstalledItem)
 #include "tst_LVToolUpdateAllInstalledItem.moc"
