@@ -2,6 +2,7 @@
 
 #include "LVAboutWindow.h"
 #include "LVApplicationItemFactory.h"
+#include "LVApplicationMenu.h"
 #include "LVConsentPrompt.h"
 #include "LVInstallManager.h"
 #include "LVLicenseAgreementWindow.h"
@@ -135,6 +136,10 @@ void AppDelegate::applicationDidFinishLaunching()
     installManager->setDelegate(this);
     installManager->setAttachedToStatusItem(false);
     installManager->show();
+    _applicationMenu = std::make_unique<LVApplicationMenu>(installManager->window());
+    connect(_applicationMenu.get(), &LVApplicationMenu::aboutRequested, this, &AppDelegate::openAbout);
+    connect(_applicationMenu.get(), &LVApplicationMenu::preferencesRequested, this, &AppDelegate::openPreferences);
+    connect(_applicationMenu.get(), &LVApplicationMenu::quitRequested, this, &AppDelegate::quitApplication);
 
     // 3. The application never runs as a launch agent.
     QFile::remove(launchAgentSettingsFilePath());

@@ -12,6 +12,7 @@
 #include <memory>
 
 class LVAboutWindow;
+class LVApplicationMenu;
 class LVLicenseAgreementWindow;
 class LVPreferencesWindow;
 class VMLoggerWindow;
@@ -85,6 +86,7 @@ public:
     VMLoggerWindow* loggerWindow() const { return _loggerWindow.get(); }
     LVPreferencesWindow* preferencesWindow() const { return _preferencesWindow.get(); }
     LVAboutWindow* aboutWindow() const { return _aboutWindow.get(); }
+    LVApplicationMenu* applicationMenu() const { return _applicationMenu.get(); }
     LVLicenseAgreementWindow* licenseAgreementWindow() const { return _licenseAgreementWindow.get(); }
 
 private:
@@ -93,6 +95,7 @@ private:
     std::unique_ptr<VMLoggerWindow> _loggerWindow;
     std::unique_ptr<LVPreferencesWindow> _preferencesWindow;
     std::unique_ptr<LVAboutWindow> _aboutWindow;
+    std::unique_ptr<LVApplicationMenu> _applicationMenu;
     std::unique_ptr<LVLicenseAgreementWindow> _licenseAgreementWindow;
     QString _shownLicenseAgreementURL;
 };

@@ -7,8 +7,10 @@
 #include "foundation/VMPropertyList.h"
 #include "manager/AppDelegate.h"
 #include "manager/LVAboutWindow.h"
+#include "manager/LVApplicationMenu.h"
 #include "manager/LVInstallManager.h"
 #include "manager/LVLicenseAgreementWindow.h"
+#include "manager/LVPreferencesWindow.h"
 #include "manager/VMLoggerWindow.h"
 #include "support/LocalHttpServer.h"
 #include "support/TestEnvironment.h"
@@ -104,6 +106,7 @@ private slots:
     void agreementNotShown_data();
     void agreementNotShown();
     void dontAgreeEndsWithStatusOne();
+    void applicationMenuDoesWhatTheButtonsDo();
     void agreementDownloadFailure_data();
     void agreementDownloadFailure();
     void olderVersionsOffer_data();
@@ -355,6 +358,34 @@ void tst_AppDelegate::dontAgreeEndsWithStatusOne()
     QTest::mouseClick(_delegate->licenseAgreementWindow()->dontAgreeButton(), Qt::LeftButton);
     QCOMPARE(_exitStatuses, QList<int>{1});
     QVERIFY(LVPreferences::sharedPreferences()->propertyForKey("LVLicenseAgreementURL").isNull());
+}
+
+// About, Preferences… and Quit, by their roles (a Mac moves them into its application menu) and on
+// the window (their shortcuts elsewhere), doing what the window's buttons do.
+void tst_AppDelegate::applicationMenuDoesWhatTheButtonsDo()
+{
+    serveCatalogue(catalogue(QString()));
+    launch();
+    LVApplicationMenu* menu = _delegate->applicationMenu();
+    QVERIFY(menu);
+    QCOMPARE(menu->aboutAction()->menuRole(), QAction::AboutRole);
+    QCOMPARE(menu->preferencesAction()->menuRole(), QAction::PreferencesRole);
+    QCOMPARE(menu->quitAction()->menuRole(), QAction::QuitRole);
+    QCOMPARE(menu->preferencesAction()->shortcut(), QKeySequence(QKeySequence::Preferences));
+    QCOMPARE(menu->quitAction()->shortcut(), QKeySequence(QKeySequence::Quit));
+    const QList<QAction*> windowActions = LVInstallManager::sharedInstallManager()->window()->actions();
+    for (QAction* action : {menu->aboutAction(), menu->preferencesAction(), menu->quitAction()})
+        QVERIFY2(windowActions.contains(action), qPrintable(action->text()));
+
+    _delegate->aboutWindow()->hide();
+    menu->aboutAction()->trigger();
+    QVERIFY(_delegate->aboutWindow()->isVisible());
+    QVERIFY(!_delegate->preferencesWindow()->isVisible());
+    menu->preferencesAction()->trigger();
+    QVERIFY(_delegate->preferencesWindow()->isVisible());
+    QVERIFY(_exitStatuses.isEmpty());
+    menu->quitAction()->trigger();
+    QCOMPARE(_exitStatuses, QList<int>{1});
 }
 
 void tst_AppDelegate::agreementDownloadFailure_data()

@@ -3,6 +3,8 @@
 #include "platform/macos/MacUserDefaults.h"
 
 #include <QFile>
+#include <QHash>
+#include <QSet>
 #include <QSettings>
 #include <QStringList>
 #include <QTest>
@@ -47,16 +49,32 @@ private slots:
         QCOMPARE(info.value(key).toString(), expected);
     }
 
-    void iconIsAnIcnsFile()
+    // Every size the Dock, the Finder and a Retina screen ask for, 16 to 1024 px.
+    void iconHoldsEverySize()
     {
         QFile icon(QStringLiteral(LV_APP_ICNS));
         QVERIFY(icon.open(QIODevice::ReadOnly));
         const QByteArray data = icon.readAll();
+        const auto bigEndian = [&data](qsizetype at) {
+            return (quint32(quint8(data[at])) << 24) | (quint32(quint8(data[at + 1])) << 16) |
+                   (quint32(quint8(data[at + 2])) << 8) | quint32(quint8(data[at + 3]));
+        };
+        QVERIFY(data.size() >= 8);
         QCOMPARE(data.left(4), QByteArray("icns"));
-        // The header's length is the file's.
-        const quint32 length = (quint32(quint8(data[4])) << 24) | (quint32(quint8(data[5])) << 16) |
-                               (quint32(quint8(data[6])) << 8) | quint32(quint8(data[7]));
-        QCOMPARE(qsizetype(length), data.size());
+        QCOMPARE(qsizetype(bigEndian(4)), data.size());
+        const QHash<QByteArray, int> pixels{{"is32", 16},   {"il32", 32}, {"ih32", 48},  {"it32", 128}, {"icp4", 16},
+                                            {"icp5", 32},   {"icp6", 64}, {"ic07", 128}, {"ic08", 256}, {"ic09", 512},
+                                            {"ic10", 1024}, {"ic11", 32}, {"ic12", 64},  {"ic13", 256}, {"ic14", 512}};
+        QSet<int> sizes;
+        for (qsizetype at = 8; at + 8 <= data.size();) {
+            const quint32 length = bigEndian(at + 4);
+            QVERIFY2(length >= 8 && at + qsizetype(length) <= data.size(), "an icon element runs past the file");
+            if (pixels.contains(data.mid(at, 4)))
+                sizes.insert(pixels.value(data.mid(at, 4)));
+            at += length;
+        }
+        for (const int size : {16, 32, 128, 256, 512, 1024})
+            QVERIFY2(sizes.contains(size), qPrintable(QStringLiteral("no %1 px image").arg(size)));
     }
 
     // QSettings keeps a Mac's native settings in the domain "<reversed organization domain>.<application>"
