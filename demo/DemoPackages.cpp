@@ -19,6 +19,15 @@ namespace {
 // The product that the first run finds installed at its older version.
 const QString kSeededProduct = QStringLiteral("LV-HALFTONE");
 const QString kSeedMarker = QStringLiteral("/var/db/lumivane-demo-seeded");
+// The product whose installer is a product archive (a Distribution and a component with a
+// postinstall script), as most makers ship theirs; the others are component packages.
+const QString kProductArchiveProduct = QStringLiteral("LV-PRISM");
+
+// Where the product archive's postinstall script leaves the version it installed.
+QString supportFolder(const DemoCatalogue::ProductFiles& product)
+{
+    return QStringLiteral("/Library/Application Support/Lumivane/%1").arg(product.name);
+}
 
 bool writeFile(const QString& path, const QByteArray& data)
 {
@@ -63,6 +72,23 @@ bool buildPackage(const DemoCatalogue::ProductFiles& product, const QString& ver
     builder.root = payload.path();
     builder.identifier = DemoCatalogue::packageIdentifier();
     builder.version = version;
+    QTemporaryDir scripts;
+    if (product.id == kProductArchiveProduct) {
+        builder.product = true;
+        builder.title = product.title;
+        builder.scripts = scripts.path();
+        // $3 is the volume installed onto: the system root.
+        const QString postinstall = QStringLiteral("#!/bin/sh\n"
+                                                   "mkdir -p \"$3%1\" && echo %2 > \"$3%1/Installed Version\"\n")
+                                        .arg(supportFolder(product), version);
+        if (!scripts.isValid() || !writeFile(scripts.filePath(QStringLiteral("postinstall")), postinstall.toUtf8()) ||
+            !QFile::setPermissions(scripts.filePath(QStringLiteral("postinstall")),
+                                   QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup |
+                                       QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther)) {
+            *error = QStringLiteral("can't write the postinstall script of %1 %2").arg(product.id, version);
+            return false;
+        }
+    }
     return builder.build(output, error);
 }
 
@@ -73,9 +99,10 @@ QByteArray uninstallScript(const DemoCatalogue::ProductFiles& product)
                           "# Removes %1 from this Mac.\n"
                           "root=\"${LV_SYSTEM_ROOT:-}\"\n"
                           "[ \"$root\" = / ] && root=\n"
+                          "rm -rf \"$root%3\"\n"
                           "rm -rf \"$root%2\"\n"
                           "echo $?\n")
-        .arg(product.title, DemoCatalogue::wrapperPath(product.name))
+        .arg(product.title, DemoCatalogue::wrapperPath(product.name), supportFolder(product))
         .toUtf8();
 }
 

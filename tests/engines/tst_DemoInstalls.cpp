@@ -112,14 +112,16 @@ void tst_DemoInstalls::installUpdateUninstall_data()
     QTest::addColumn<QString>("before");
     QTest::addColumn<QString>("after");
     QTest::addColumn<QString>("outcome");
+    QTest::addColumn<QString>("postinstalled"); // the version a product archive's postinstall script noted
 
     // The first run finds one product at an older version.
     QTest::newRow("update") << "LV-HALFTONE" << false << "3.1.0"
                             << "3.2.4"
-                            << "installCompleted";
-    QTest::newRow("first install") << "LV-PRISM" << false << QString() << "2.0.1"
-                                   << "installCompleted";
-    QTest::newRow("uninstall") << "LV-HALFTONE" << true << "3.1.0" << QString() << "uninstallCompleted";
+                            << "installCompleted" << QString();
+    QTest::newRow("first install, from a product archive") << "LV-PRISM" << false << QString() << "2.0.1"
+                                                           << "installCompleted"
+                                                           << "2.0.1";
+    QTest::newRow("uninstall") << "LV-HALFTONE" << true << "3.1.0" << QString() << "uninstallCompleted" << QString();
 }
 
 void tst_DemoInstalls::installUpdateUninstall()
@@ -129,6 +131,7 @@ void tst_DemoInstalls::installUpdateUninstall()
     QFETCH(QString, before);
     QFETCH(QString, after);
     QFETCH(QString, outcome);
+    QFETCH(QString, postinstalled);
 
     DemoOwner owner(product(id));
     const VMSingleProductItemPtr record = owner.operation->productItem();
@@ -144,6 +147,9 @@ void tst_DemoInstalls::installUpdateUninstall()
     QCOMPARE(record->checkInstalledPluginVersion(), after);
     if (!after.isNull()) // found where the row looks for it after an installation
         QVERIFY(!VMUtils::xpcPathForBundleIndentifier(record->productIdentifier()).isEmpty());
+    QFile noted(_env->systemRoot() +
+                QStringLiteral("/Library/Application Support/Lumivane/PrismaticGlow/Installed Version"));
+    QCOMPARE(noted.open(QIODevice::ReadOnly) ? QString::fromUtf8(noted.readAll()).trimmed() : QString(), postinstalled);
 
     // Later runs of the demo leave the system root as the user left it.
     QString error;

@@ -125,6 +125,25 @@ QByteArray packageInfo(const QString& identifier = kIdentifier, const QString& l
     return builder.packageInfo(1, 1);
 }
 
+// A Distribution with the Looks choice, then the Glow choice (whose attributes are `glowChoice`);
+// the Glow package's path is `glowPath`.
+QByteArray distribution(const QByteArray& glowChoice, const QByteArray& glowPath = "#Glow%20Effect.pkg")
+{
+    return "<?xml version=\"1.0\"?>\n<installer-gui-script minSpecVersion=\"2\">\n"
+           "  <title>Glow Suite</title>\n"
+           "  <options customize=\"never\"/>\n"
+           "  <choices-outline><line choice=\"default\"><line choice=\"looks\"/><line choice=\"glow\"/></line>"
+           "</choices-outline>\n"
+           "  <choice id=\"default\"/>\n"
+           "  <choice id=\"looks\" visible=\"false\"><pkg-ref id=\"com.quarnet.pkg.Looks\"/></choice>\n"
+           "  <choice id=\"glow\" " +
+           glowChoice +
+           "><pkg-ref id=\"com.quarnet.pkg.Glow\"/></choice>\n"
+           "  <pkg-ref id=\"com.quarnet.pkg.Looks\" version=\"1.0\">#Looks.pkg</pkg-ref>\n"
+           "  <pkg-ref id=\"com.quarnet.pkg.Glow\" version=\"1.0\" onConclusion=\"none\">" +
+           glowPath + "</pkg-ref>\n</installer-gui-script>\n";
+}
+
 } // namespace
 
 class tst_PackageInstaller : public QObject
@@ -435,6 +454,89 @@ private slots:
         QVERIFY(!QFileInfo::exists(destination + QStringLiteral("/good.txt")));
         QVERIFY(!QFileInfo::exists(environment.systemRoot() + QStringLiteral("/var/db/receipts")));
         QVERIFY(!QFileInfo::exists(environment.path() + QStringLiteral("/evil")));
+    }
+
+    // A product archive as productbuild makes them: the components its choices select, in the
+    // outline's order, each with its receipt and with its scripts run around its payload.
+    void productArchives_data()
+    {
+        QTest::addColumn<QByteArray>("distributionScript");
+        QTest::addColumn<bool>("glowPreinstallFails");
+        QTest::addColumn<QStringList>("installed");
+        QTest::addColumn<QString>("lastLine");
+
+        const QString success = QStringLiteral("installer: The install was successful.");
+        const QString failure = QStringLiteral("installer: The install failed.");
+        QTest::newRow("both, in the outline's order")
+            << distribution("visible=\"false\"") << false << QStringList{"Looks", "Glow"} << success;
+        QTest::newRow("a choice off by default")
+            << distribution("start_selected=\"false\"") << false << QStringList{"Looks"} << success;
+        QTest::newRow("a choice a script decides")
+            << distribution("selected=\"my.choice.packageUpgradeAction != 'installed'\"") << false
+            << QStringList{"Looks", "Glow"} << success;
+        QTest::newRow("a failing preinstall")
+            << distribution("visible=\"false\"") << true << QStringList{"Looks"} << failure;
+        QTest::newRow("a package outside the archive")
+            << distribution("visible=\"false\"", "file:///tmp/Glow.pkg") << false << QStringList{}
+            << QStringLiteral("installer: Error - the package 'Suite.pkg' could not be read: its package "
+                              "'com.quarnet.pkg.Glow' is not inside the archive (file:///tmp/Glow.pkg).");
+    }
+    void productArchives()
+    {
+        QFETCH(QByteArray, distributionScript);
+        QFETCH(bool, glowPreinstallFails);
+        QFETCH(QStringList, installed);
+        QFETCH(QString, lastLine);
+        TestEnvironment environment;
+        const QString work = environment.path();
+        QList<std::pair<QString, QByteArray>> members{{QStringLiteral("Distribution"), distributionScript}};
+        for (const QString& name : {QStringLiteral("Looks"), QStringLiteral("Glow")}) {
+            const QString content = work + QStringLiteral("/content-") + name;
+            const QString scripts = work + QStringLiteral("/scripts-") + name;
+            QVERIFY(writeFile(content + QLatin1Char('/') + name + QStringLiteral(".txt"), name.toUtf8()));
+            // Each script leaves its name and its arguments in the target volume.
+            QByteArray postinstall = "#!/bin/sh\necho \"" + name.toUtf8() + " $*\" >> \"$3/scripts.log\"\n";
+            QVERIFY(writeFile(scripts + QStringLiteral("/postinstall"), postinstall));
+            if (name == QLatin1String("Glow") && glowPreinstallFails)
+                QVERIFY(writeFile(scripts + QStringLiteral("/preinstall"), "#!/bin/sh\nexit 3\n"));
+            for (const QString& script : QDir(scripts).entryList(QDir::Files))
+                QFile::setPermissions(scripts + QLatin1Char('/') + script,
+                                      QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+            PackageBuilder builder;
+            builder.root = content;
+            builder.identifier = QStringLiteral("com.quarnet.pkg.") + name;
+            builder.installLocation = kLocation;
+            builder.scripts = scripts;
+            QString error;
+            const QString component =
+                name == QLatin1String("Glow") ? QStringLiteral("Glow Effect.pkg/") : QStringLiteral("Looks.pkg/");
+            QVERIFY2(builder.componentMembers(component, &members, &error), qPrintable(error));
+        }
+        const QString package = work + QStringLiteral("/Suite.pkg");
+        QString error;
+        QVERIFY2(PackageBuilder::writeXar(package, members, &error), qPrintable(error));
+
+        const Run run = install(package);
+        const QString root = environment.systemRoot();
+        QCOMPARE(run.output.trimmed().split(QLatin1Char('\n')).constLast(), lastLine);
+        QCOMPARE(run.exitCode, lastLine.endsWith(QLatin1String("successful.")) ? 0 : 1);
+        QStringList logged;
+        for (const QString& name : installed) {
+            logged << QStringLiteral("%1 %2 %3 %4 %4").arg(name, package, root + kLocation, root);
+            QVERIFY2(QFileInfo::exists(root + QStringLiteral("/var/db/receipts/com.quarnet.pkg.%1.plist").arg(name)),
+                     qPrintable(name));
+        }
+        QCOMPARE(QString::fromUtf8(readFile(root + QStringLiteral("/scripts.log")))
+                     .split(QLatin1Char('\n'), Qt::SkipEmptyParts),
+                 logged);
+        QCOMPARE(
+            contents(root + kLocation), installed.isEmpty() ? QStringList{} : [&] {
+                QStringList files;
+                for (const QString& name : installed)
+                    files << name + QStringLiteral(".txt");
+                files.sort();
+                return files;
+            }());
     }
 
     void installLocationThroughALinkIsRefused()

@@ -53,7 +53,10 @@ la_ssize_t readFromXar(archive*, void* client, const void** buffer)
 } // namespace
 
 // Absolute, because extraction changes the current folder.
-FlatPackage::FlatPackage(const QString& path) : _path(QFileInfo(path).absoluteFilePath()) {}
+FlatPackage::FlatPackage(const QString& path, const QString& component)
+    : _path(QFileInfo(path).absoluteFilePath()),
+      _component(component.isEmpty() || component.endsWith(QLatin1Char('/')) ? component : component + QLatin1Char('/'))
+{}
 
 bool FlatPackage::open(QString* error)
 {
@@ -73,8 +76,10 @@ bool FlatPackage::open(QString* error)
                 *error = QStringLiteral("it is damaged (%1)").arg(archiveError(xar.get()));
             return false;
         }
-        const QByteArray name = archive_entry_pathname(entry);
-        if (name == "PackageInfo" && archive_entry_filetype(entry) == AE_IFREG) {
+        const QString name = QString::fromUtf8(archive_entry_pathname(entry));
+        if (archive_entry_filetype(entry) != AE_IFREG)
+            continue;
+        if (name == member("PackageInfo")) {
             hasInfo = true;
             char block[16 * 1024];
             la_ssize_t read = 0;
@@ -85,8 +90,10 @@ bool FlatPackage::open(QString* error)
                     *error = QStringLiteral("its PackageInfo is damaged (%1)").arg(archiveError(xar.get()));
                 return false;
             }
-        } else if (name == "Payload" && archive_entry_filetype(entry) == AE_IFREG) {
+        } else if (name == member("Payload")) {
             hasPayload = true;
+        } else if (name == member("Scripts")) {
+            _hasScripts = true;
         }
     }
     if (!hasInfo) {
@@ -100,6 +107,49 @@ bool FlatPackage::open(QString* error)
         return false;
     }
     return parsePackageInfo(info, error);
+}
+
+QStringList FlatPackage::memberNames(const QString& path, QString* error)
+{
+    ReadArchive xar = openXar(path, error);
+    QStringList names;
+    archive_entry* entry = nullptr;
+    while (xar) {
+        const int result = archive_read_next_header(xar.get(), &entry);
+        if (result == ARCHIVE_EOF)
+            break;
+        if (result < ARCHIVE_WARN) {
+            if (error)
+                *error = QStringLiteral("it is damaged (%1)").arg(archiveError(xar.get()));
+            return QStringList();
+        }
+        names << QString::fromUtf8(archive_entry_pathname(entry));
+    }
+    return names;
+}
+
+QByteArray FlatPackage::readMember(const QString& path, const QString& name, QString* error)
+{
+    ReadArchive xar = openXar(path, error);
+    archive_entry* entry = nullptr;
+    while (xar && archive_read_next_header(xar.get(), &entry) == ARCHIVE_OK) {
+        if (QString::fromUtf8(archive_entry_pathname(entry)) != name || archive_entry_filetype(entry) != AE_IFREG)
+            continue;
+        QByteArray data(0, Qt::Uninitialized);
+        char block[16 * 1024];
+        la_ssize_t read = 0;
+        while ((read = archive_read_data(xar.get(), block, sizeof block)) > 0 && data.size() <= kMaxPackageInfo)
+            data.append(block, qsizetype(read));
+        if (read < 0 || data.size() > kMaxPackageInfo) {
+            if (error)
+                *error = QStringLiteral("its %1 is damaged or too large").arg(name);
+            return QByteArray();
+        }
+        return data;
+    }
+    if (error && xar)
+        *error = QStringLiteral("it has no %1").arg(name);
+    return QByteArray();
 }
 
 bool FlatPackage::parsePackageInfo(const QByteArray& xml, QString* error)
@@ -126,6 +176,44 @@ bool FlatPackage::parsePackageInfo(const QByteArray& xml, QString* error)
 
 bool FlatPackage::readPayload(const Visitor& visit, QString* error) const
 {
+    return readArchiveMember(member("Payload"), visit, error);
+}
+
+bool FlatPackage::extractScripts(const QString& folder, QString* error) const
+{
+    if (!_hasScripts)
+        return true;
+    using WriteDisk = std::unique_ptr<archive, decltype(&archive_write_free)>;
+    WriteDisk disk(archive_write_disk_new(), &archive_write_free);
+    // The names are checked below and then made absolute, inside `folder`.
+    archive_write_disk_set_options(disk.get(), ARCHIVE_EXTRACT_PERM | ARCHIVE_EXTRACT_SECURE_NODOTDOT |
+                                                   ARCHIVE_EXTRACT_SECURE_SYMLINKS);
+    const QByteArray top = QFile::encodeName(folder) + '/';
+    QString problem;
+    const bool read = readArchiveMember(
+        member("Scripts"),
+        [&](archive* scripts, archive_entry* entry) {
+            const QByteArray name = archive_entry_pathname(entry);
+            const mode_t type = archive_entry_filetype(entry);
+            if (name.startsWith('/') || name.split('/').contains("..") || (type != AE_IFREG && type != AE_IFDIR)) {
+                problem = QStringLiteral("its Scripts hold the unusable entry '%1'").arg(QString::fromUtf8(name));
+                return false;
+            }
+            archive_entry_set_pathname(entry, (top + name).constData());
+            if (archive_read_extract2(scripts, entry, disk.get()) < ARCHIVE_WARN) {
+                problem = QStringLiteral("its Scripts could not be unpacked (%1)").arg(archiveError(disk.get()));
+                return false;
+            }
+            return true;
+        },
+        error);
+    if (!problem.isNull() && error)
+        *error = problem;
+    return read && problem.isNull();
+}
+
+bool FlatPackage::readArchiveMember(const QString& name, const Visitor& visit, QString* error) const
+{
     ReadArchive xar = openXar(_path, error);
     if (!xar)
         return false;
@@ -134,7 +222,7 @@ bool FlatPackage::readPayload(const Visitor& visit, QString* error) const
         const int result = archive_read_next_header(xar.get(), &entry);
         if (result == ARCHIVE_EOF) {
             if (error)
-                *error = QStringLiteral("it has no Payload");
+                *error = QStringLiteral("it has no %1").arg(name.mid(_component.size()));
             return false;
         }
         if (result < ARCHIVE_WARN) {
@@ -142,32 +230,33 @@ bool FlatPackage::readPayload(const Visitor& visit, QString* error) const
                 *error = QStringLiteral("it is damaged (%1)").arg(archiveError(xar.get()));
             return false;
         }
-        if (QByteArray(archive_entry_pathname(entry)) == "Payload" && archive_entry_filetype(entry) == AE_IFREG)
+        if (QString::fromUtf8(archive_entry_pathname(entry)) == name && archive_entry_filetype(entry) == AE_IFREG)
             break;
     }
 
+    const QString what = name.mid(_component.size());
     auto source = std::make_unique<PayloadSource>();
     source->xar = xar.get();
-    ReadArchive payload(archive_read_new());
-    archive_read_support_filter_gzip(payload.get());
-    archive_read_support_filter_bzip2(payload.get());
-    archive_read_support_filter_xz(payload.get());
-    archive_read_support_format_cpio(payload.get());
-    if (archive_read_open(payload.get(), source.get(), nullptr, &readFromXar, nullptr) != ARCHIVE_OK) {
+    ReadArchive contents(archive_read_new());
+    archive_read_support_filter_gzip(contents.get());
+    archive_read_support_filter_bzip2(contents.get());
+    archive_read_support_filter_xz(contents.get());
+    archive_read_support_format_cpio(contents.get());
+    if (archive_read_open(contents.get(), source.get(), nullptr, &readFromXar, nullptr) != ARCHIVE_OK) {
         if (error)
-            *error = QStringLiteral("its Payload is not a cpio archive (%1)").arg(archiveError(payload.get()));
+            *error = QStringLiteral("its %1 is not a cpio archive (%2)").arg(what, archiveError(contents.get()));
         return false;
     }
     for (;;) {
-        const int result = archive_read_next_header(payload.get(), &entry);
+        const int result = archive_read_next_header(contents.get(), &entry);
         if (result == ARCHIVE_EOF)
             return true;
         if (result < ARCHIVE_WARN) {
             if (error)
-                *error = QStringLiteral("its Payload is damaged (%1)").arg(archiveError(payload.get()));
+                *error = QStringLiteral("its %1 is damaged (%2)").arg(what, archiveError(contents.get()));
             return false;
         }
-        if (!visit(payload.get(), entry))
+        if (!visit(contents.get(), entry))
             return false;
     }
 }

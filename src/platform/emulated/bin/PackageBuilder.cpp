@@ -4,6 +4,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QUrl>
 #include <QXmlStreamWriter>
 
 #include <archive.h>
@@ -41,6 +42,11 @@ QString archiveError(archive* a)
 } // namespace
 
 QByteArray PackageBuilder::payload(int* fileCount, qint64* byteCount, QString* error) const
+{
+    return archiveFolder(root, fileCount, byteCount, error);
+}
+
+QByteArray PackageBuilder::archiveFolder(const QString& root, int* fileCount, qint64* byteCount, QString* error)
 {
     int files = 0;
     qint64 bytes = 0;
@@ -197,12 +203,64 @@ bool PackageBuilder::build(const QString& outputPath, QString* error) const
             *error = QStringLiteral("the install location must be an absolute path");
         return false;
     }
+    QList<std::pair<QString, QByteArray>> members;
+    if (!product)
+        return componentMembers(QString(), &members, error) && writeXar(outputPath, members, error);
+    const QString component = identifier + QStringLiteral(".pkg");
+    members.append({QStringLiteral("Distribution"),
+                    distribution(title.isEmpty() ? identifier : title, {identifier}, {component})});
+    return componentMembers(component + QLatin1Char('/'), &members, error) && writeXar(outputPath, members, error);
+}
+
+bool PackageBuilder::componentMembers(const QString& prefix, QList<std::pair<QString, QByteArray>>* members,
+                                      QString* error) const
+{
     int files = 0;
     qint64 bytes = 0;
     const QByteArray data = payload(&files, &bytes, error);
     if (data.isEmpty())
         return false;
-    return writeXar(outputPath,
-                    {{QStringLiteral("PackageInfo"), packageInfo(files, bytes)}, {QStringLiteral("Payload"), data}},
-                    error);
+    members->append({prefix + QStringLiteral("PackageInfo"), packageInfo(files, bytes)});
+    members->append({prefix + QStringLiteral("Payload"), data});
+    if (!scripts.isEmpty()) {
+        const QByteArray scriptData = archiveFolder(scripts, nullptr, nullptr, error);
+        if (scriptData.isEmpty())
+            return false;
+        members->append({prefix + QStringLiteral("Scripts"), scriptData});
+    }
+    return true;
+}
+
+QByteArray PackageBuilder::distribution(const QString& title, const QStringList& identifiers,
+                                        const QStringList& components)
+{
+    QByteArray xml;
+    QXmlStreamWriter writer(&xml);
+    writer.setAutoFormatting(true);
+    writer.writeStartDocument();
+    writer.writeStartElement(QStringLiteral("installer-gui-script"));
+    writer.writeAttribute(QStringLiteral("minSpecVersion"), QStringLiteral("2"));
+    writer.writeTextElement(QStringLiteral("title"), title);
+    writer.writeStartElement(QStringLiteral("choices-outline"));
+    for (const QString& id : identifiers) {
+        writer.writeEmptyElement(QStringLiteral("line"));
+        writer.writeAttribute(QStringLiteral("choice"), id);
+    }
+    writer.writeEndElement();
+    for (qsizetype i = 0; i < identifiers.size(); ++i) {
+        writer.writeStartElement(QStringLiteral("choice"));
+        writer.writeAttribute(QStringLiteral("id"), identifiers.at(i));
+        writer.writeAttribute(QStringLiteral("visible"), QStringLiteral("false"));
+        writer.writeEmptyElement(QStringLiteral("pkg-ref"));
+        writer.writeAttribute(QStringLiteral("id"), identifiers.at(i));
+        writer.writeEndElement();
+        writer.writeStartElement(QStringLiteral("pkg-ref"));
+        writer.writeAttribute(QStringLiteral("id"), identifiers.at(i));
+        writer.writeAttribute(QStringLiteral("onConclusion"), QStringLiteral("none"));
+        writer.writeCharacters(QLatin1Char('#') + QString::fromUtf8(QUrl::toPercentEncoding(components.value(i))));
+        writer.writeEndElement();
+    }
+    writer.writeEndElement();
+    writer.writeEndDocument();
+    return xml;
 }

@@ -1,12 +1,17 @@
 #include "PackageInstaller.h"
 #include "FlatPackage.h"
 #include "PlistFile.h"
+#include "ProductArchive.h"
 #include "ToolPaths.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <algorithm>
 
 #include <archive.h>
 #include <archive_entry.h>
@@ -19,6 +24,8 @@ struct ArchiveWriteFree
 {
     void operator()(archive* a) const { archive_write_free(a); }
 };
+
+constexpr int kScriptTimeoutMs = 10 * 60 * 1000;
 
 // Seconds between the Unix epoch and the Mac's reference date (2001-01-01).
 constexpr qint64 kMacEpochOffset = 978307200;
@@ -123,6 +130,13 @@ QString PackageInstaller::targetDirectory(const QString& target, QString* basePa
     return QFileInfo(directory).isDir() ? directory : QString();
 }
 
+QString PackageInstaller::receiptPath(const FlatPackage& package, const QString& target, const QString& targetDir) const
+{
+    return (target == QLatin1String("CurrentUserHomeDirectory") ? targetDir + QStringLiteral("/Library/Receipts/")
+                                                                : targetDir + QStringLiteral("/var/db/receipts/")) +
+           package.identifier() + QStringLiteral(".plist");
+}
+
 int PackageInstaller::install(const QString& packagePath, const QString& target)
 {
     if (packagePath.isEmpty() || !QFileInfo(packagePath).isFile())
@@ -132,57 +146,127 @@ int PackageInstaller::install(const QString& packagePath, const QString& target)
     if (targetDir.isEmpty())
         return fail(QStringLiteral("the target specified was invalid: '%1'.").arg(target));
 
-    FlatPackage package(packagePath);
+    // A product archive installs the components its choices select; a component package itself.
     QString error;
-    if (!package.open(&error))
-        return fail(
-            QStringLiteral("the package '%1' could not be read: %2.").arg(QFileInfo(packagePath).fileName(), error));
+    QStringList components{QString()};
+    QString name = QFileInfo(packagePath).completeBaseName();
+    if (ProductArchive::isProductArchive(packagePath)) {
+        ProductArchive product(packagePath);
+        if (!product.open(&error))
+            return fail(QStringLiteral("the package '%1' could not be read: %2.")
+                            .arg(QFileInfo(packagePath).fileName(), error));
+        components = product.components();
+        if (!product.title().isEmpty())
+            name = product.title();
+    }
+    QList<FlatPackage> packages;
+    for (const QString& component : std::as_const(components)) {
+        FlatPackage package(packagePath, component);
+        if (!package.open(&error))
+            return fail(QStringLiteral("the package '%1' could not be read: %2.")
+                            .arg(QFileInfo(packagePath).fileName() +
+                                     (component.isEmpty() ? QString() : QLatin1Char('/') + component),
+                                 error));
+        packages << package;
+    }
 
-    const QString receiptPath =
-        (target == QLatin1String("CurrentUserHomeDirectory") ? targetDir + QStringLiteral("/Library/Receipts/")
-                                                             : targetDir + QStringLiteral("/var/db/receipts/")) +
-        package.identifier() + QStringLiteral(".plist");
-    const bool upgrade = QFileInfo::exists(receiptPath);
-    _print(QStringLiteral("installer: Package name is %1").arg(QFileInfo(packagePath).completeBaseName()));
+    const bool upgrade = std::any_of(packages.cbegin(), packages.cend(), [&](const FlatPackage& package) {
+        return QFileInfo::exists(receiptPath(package, target, targetDir));
+    });
+    _print(QStringLiteral("installer: Package name is %1").arg(name));
     _print(QStringLiteral("installer: %1 at base path %2")
                .arg(upgrade ? QStringLiteral("Upgrading") : QStringLiteral("Installing"), basePath));
-    const QString failed =
-        upgrade ? QStringLiteral("installer: The upgrade failed.") : QStringLiteral("installer: The install failed.");
-
-    const QString location = package.installLocation();
-    if (!location.startsWith(QLatin1Char('/')) || location.split(QLatin1Char('/')).contains(QStringLiteral(".."))) {
-        fail(QStringLiteral("the install location '%1' is not usable.").arg(location));
-        _print(failed);
-        return 1;
-    }
-    const QString destination = ToolPaths::inRoot(targetDir, location);
-    QString problem = checkEntries(package, destination);
-    if (problem.isNull()) {
-        // Only now, once the payload is known to be sound, does anything appear on disk.
-        // A link already in the target must not carry even the install location's folders outside.
-        QString existing = destination;
-        while (!QFileInfo::exists(existing) && existing != targetDir)
-            existing = QFileInfo(existing).absolutePath();
-        const QString canonicalTarget = QFileInfo(targetDir).canonicalFilePath();
-        if (!isInside(QFileInfo(existing).canonicalFilePath(), canonicalTarget))
-            problem = QStringLiteral("the install location '%1' leads outside the target.").arg(location);
-        else if (!QDir().mkpath(destination))
-            problem = QStringLiteral("could not create '%1'.").arg(location);
-        else if (!isInside(QFileInfo(destination).canonicalFilePath(), canonicalTarget))
-            problem = QStringLiteral("the install location '%1' leads outside the target.").arg(location);
-        else
-            problem = extract(package, destination);
-    }
-    if (problem.isNull() && !writeReceipt(package, receiptPath, packagePath, &error))
-        problem = QStringLiteral("could not write the receipt: %1.").arg(error);
-    if (!problem.isNull()) {
-        fail(problem);
-        _print(failed);
-        return 1;
+    for (const FlatPackage& package : std::as_const(packages)) {
+        const QString problem = installComponent(package, packagePath, target, targetDir);
+        if (!problem.isNull()) {
+            fail(problem);
+            _print(upgrade ? QStringLiteral("installer: The upgrade failed.")
+                           : QStringLiteral("installer: The install failed."));
+            return 1;
+        }
     }
     _print(upgrade ? QStringLiteral("installer: The upgrade was successful.")
                    : QStringLiteral("installer: The install was successful."));
     return 0;
+}
+
+QString PackageInstaller::installComponent(const FlatPackage& package, const QString& packagePath,
+                                           const QString& target, const QString& targetDir) const
+{
+    const QString location = package.installLocation();
+    if (!location.startsWith(QLatin1Char('/')) || location.split(QLatin1Char('/')).contains(QStringLiteral("..")))
+        return QStringLiteral("the install location '%1' is not usable.").arg(location);
+    const QString destination = ToolPaths::inRoot(targetDir, location);
+    QString problem = checkEntries(package, destination);
+    if (!problem.isNull())
+        return problem;
+
+    // Only now, once the payload is known to be sound, does anything appear on disk.
+    // A link already in the target must not carry even the install location's folders outside.
+    QString existing = destination;
+    while (!QFileInfo::exists(existing) && existing != targetDir)
+        existing = QFileInfo(existing).absolutePath();
+    const QString canonicalTarget = QFileInfo(targetDir).canonicalFilePath();
+    if (!isInside(QFileInfo(existing).canonicalFilePath(), canonicalTarget))
+        return QStringLiteral("the install location '%1' leads outside the target.").arg(location);
+
+    // The scripts get what a Mac's installer gives them: the package, the install location and
+    // the target volume (here the system root).
+    QTemporaryDir scripts;
+    QString error;
+    if (package.hasScripts() && (!scripts.isValid() || !package.extractScripts(scripts.path(), &error)))
+        return QStringLiteral("the scripts of '%1' could not be unpacked: %2.").arg(package.identifier(), error);
+    const QStringList arguments{QFileInfo(packagePath).absoluteFilePath(), destination, targetDir, targetDir};
+    if (package.hasScripts()) {
+        problem = runScript(scripts.path(), QStringLiteral("preinstall"), arguments);
+        if (!problem.isNull())
+            return problem;
+    }
+    if (!QDir().mkpath(destination))
+        return QStringLiteral("could not create '%1'.").arg(location);
+    if (!isInside(QFileInfo(destination).canonicalFilePath(), canonicalTarget))
+        return QStringLiteral("the install location '%1' leads outside the target.").arg(location);
+    problem = extract(package, destination);
+    if (!problem.isNull())
+        return problem;
+    if (package.hasScripts()) {
+        problem = runScript(scripts.path(), QStringLiteral("postinstall"), arguments);
+        if (!problem.isNull())
+            return problem;
+    }
+    if (!writeReceipt(package, receiptPath(package, target, targetDir), packagePath, &error))
+        return QStringLiteral("could not write the receipt: %1.").arg(error);
+    return QString();
+}
+
+QString PackageInstaller::runScript(const QString& folder, const QString& name, const QStringList& arguments) const
+{
+    const QString script = folder + QLatin1Char('/') + name;
+    if (!QFileInfo(script).isFile())
+        return QString();
+    QProcess process;
+    process.setWorkingDirectory(folder);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("PACKAGE_PATH"), arguments.value(0));
+    environment.insert(QStringLiteral("DSTROOT"), arguments.value(1));
+    environment.insert(QStringLiteral("DSTVOLUME"), arguments.value(2));
+    environment.insert(QStringLiteral("INSTALLER_TEMP"), folder);
+    environment.insert(QStringLiteral("SCRIPT_NAME"), name);
+    process.setProcessEnvironment(environment);
+    // What a script prints goes to the installer's log on a Mac, not to its output.
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.start(script, arguments);
+    if (!process.waitForStarted())
+        return QStringLiteral("the %1 script could not be run: %2.").arg(name, process.errorString());
+    if (!process.waitForFinished(kScriptTimeoutMs)) {
+        process.kill();
+        process.waitForFinished();
+        return QStringLiteral("the %1 script did not finish.").arg(name);
+    }
+    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
+        return QStringLiteral("the %1 script failed (exit status %2).").arg(name).arg(process.exitCode());
+    return QString();
 }
 
 QString PackageInstaller::checkEntries(const FlatPackage& package, const QString& destination) const

@@ -6,8 +6,10 @@
 #include <functional>
 
 // Installs flat packages into the system root the way the Mac's installer does, printing the
-// same "installer: …" lines. Nothing is ever written outside the install location: every payload
-// entry is checked before anything is extracted, and libarchive's own guards stay on while it is.
+// same "installer: …" lines: a component package, or a product archive's components in the order
+// of its choices, each with its own receipt, each with its preinstall and postinstall scripts run
+// around its payload. Nothing is ever written outside the install location: every payload entry is
+// checked before anything is extracted, and libarchive's own guards stay on while it is.
 class PackageInstaller
 {
 public:
@@ -27,7 +29,12 @@ public:
 private:
     int fail(const QString& message);
     QString targetDirectory(const QString& target, QString* basePath) const;
-    QString checkEntries(const class FlatPackage& package, const QString& destination) const;
+    QString receiptPath(const class FlatPackage& package, const QString& target, const QString& targetDir) const;
+    // Installs one component; a null string on success, else why it failed.
+    QString installComponent(const FlatPackage& package, const QString& packagePath, const QString& target,
+                             const QString& targetDir) const;
+    QString runScript(const QString& folder, const QString& name, const QStringList& arguments) const;
+    QString checkEntries(const FlatPackage& package, const QString& destination) const;
     QString extract(const FlatPackage& package, const QString& destination) const;
     bool writeReceipt(const FlatPackage& package, const QString& receiptPath, const QString& packagePath,
                       QString* error) const;

@@ -1,5 +1,5 @@
 // Builds a flat package from a folder: lv-pkgbuild --root DIR --identifier ID [--version V]
-// [--install-location PATH] OUT.pkg
+// [--install-location PATH] [--scripts DIR] [--product [--title TITLE]] OUT.pkg
 #include "PackageBuilder.h"
 
 #include <QCommandLineParser>
@@ -21,7 +21,14 @@ int main(int argc, char* argv[])
     const QCommandLineOption location(QStringLiteral("install-location"),
                                       QStringLiteral("Where the contents land on the target."), QStringLiteral("path"),
                                       QStringLiteral("/"));
-    parser.addOptions({root, identifier, version, location});
+    const QCommandLineOption scripts(QStringLiteral("scripts"),
+                                     QStringLiteral("Folder with the preinstall and postinstall scripts."),
+                                     QStringLiteral("dir"));
+    const QCommandLineOption product(QStringLiteral("product"),
+                                     QStringLiteral("Write a product archive (a Distribution and the component)."));
+    const QCommandLineOption title(QStringLiteral("title"), QStringLiteral("The product archive's title."),
+                                   QStringLiteral("title"));
+    parser.addOptions({root, identifier, version, location, scripts, product, title});
     parser.addPositionalArgument(QStringLiteral("package"), QStringLiteral("The .pkg file to write."));
     parser.process(application);
 
@@ -35,6 +42,9 @@ int main(int argc, char* argv[])
     builder.identifier = parser.value(identifier);
     builder.version = parser.value(version);
     builder.installLocation = parser.value(location);
+    builder.scripts = parser.value(scripts);
+    builder.product = parser.isSet(product);
+    builder.title = parser.value(title);
     const QString output = parser.positionalArguments().constFirst();
     QString error;
     if (!builder.build(output, &error)) {
