@@ -1,5 +1,6 @@
 // Any bytes offered to the portable installer as a flat package: as the whole xar file, as the
-// PackageInfo of an otherwise sound package, or as its cpio payload. Nothing may crash, and
+// PackageInfo of an otherwise sound package, as its cpio payload, or as the Distribution of a
+// product archive around it. Nothing may crash, and
 // nothing may land outside the system root, whatever the entries and links say.
 #include "FuzzSeeds.h"
 #include "PackageBuilder.h"
@@ -81,7 +82,10 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
     state->packageInfo = builder.packageInfo(files, bytes);
     QDir(content).removeRecursively();
 
-    QList<QByteArray> seeds{QByteArray(1, '\1') + state->packageInfo, QByteArray(1, '\2') + state->payload};
+    QList<QByteArray> seeds{QByteArray(1, '\1') + state->packageInfo, QByteArray(1, '\2') + state->payload,
+                            QByteArray(1, '\3') + PackageBuilder::distribution(QStringLiteral("Glow"),
+                                                                               {QStringLiteral("com.quarnet.pkg.Glow")},
+                                                                               {QStringLiteral("Glow.pkg")})};
     if (PackageBuilder::writeXar(
             state->package,
             {{QStringLiteral("PackageInfo"), state->packageInfo}, {QStringLiteral("Payload"), state->payload}},
@@ -101,7 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const QByteArray bytes(reinterpret_cast<const char*>(data) + 1, qsizetype(size - 1));
     QFile::remove(state->package);
     bool written = false;
-    switch (data[0] % 3) {
+    switch (data[0] % 4) {
     case 0: {
         QFile file(state->package);
         written = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
@@ -112,10 +116,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             state->package, {{QStringLiteral("PackageInfo"), bytes}, {QStringLiteral("Payload"), state->payload}},
             nullptr);
         break;
-    default:
+    case 2:
         written = PackageBuilder::writeXar(
             state->package, {{QStringLiteral("PackageInfo"), state->packageInfo}, {QStringLiteral("Payload"), bytes}},
             nullptr);
+        break;
+    default:
+        written = PackageBuilder::writeXar(state->package,
+                                           {{QStringLiteral("Distribution"), bytes},
+                                            {QStringLiteral("Glow.pkg/PackageInfo"), state->packageInfo},
+                                            {QStringLiteral("Glow.pkg/Payload"), state->payload}},
+                                           nullptr);
         break;
     }
     if (written) {
