@@ -14,7 +14,10 @@ endif()
 option(LV_CCACHE "Compile through ccache when installed" ON)
 find_program(LV_CCACHE_PROGRAM ccache)
 if(LV_CCACHE AND LV_CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    # The precompiled headers are cached too; ccache needs to be told it may.
+    # The precompiled headers are cached too, which ccache must be told it may do. Paths are taken
+    # relative to the sources, so that build folders beside each other (build, build-asan, CI's
+    # other builds) share what they compile alike.
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
-        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${LV_CCACHE_PROGRAM})
+        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+        CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=true ${LV_CCACHE_PROGRAM})
 endif()
