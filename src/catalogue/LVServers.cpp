@@ -78,6 +78,19 @@ QUrl LVServers::supportURL(const QString& path)
     return joined(supportBaseURL(), path);
 }
 
+QUrl LVServers::resolvedPackageURL(const QUrl& givenURL)
+{
+    QUrl url = givenURL;
+    if (url.isRelative() && url.host().isEmpty() && url.path().startsWith(QLatin1Char('/'))) {
+        url = downloadURL(givenURL.path(QUrl::FullyEncoded));
+        if (givenURL.hasQuery())
+            url.setQuery(givenURL.query(QUrl::FullyEncoded));
+    }
+    QString absoluteString = QString::fromUtf8(url.toEncoded());
+    absoluteString.replace(QLatin1String("https:"), QLatin1String("http:"));
+    return QUrl::fromEncoded(absoluteString.toUtf8());
+}
+
 QUrl LVServers::remoteCatalogueURL()
 {
     return catalogueURL(QStringLiteral("/VM_installers/Product+Versions.plist"));

@@ -24,6 +24,11 @@ public:
     static QUrl downloadURL(const QString& path);
     static QUrl supportURL(const QString& path);
 
+    // Where a package URL from the catalogue is fetched from: a path alone ("/VM_installers/...",
+    // as a mirror writes it) lies on the download server, and every package goes over plain HTTP.
+    // The one resolution for downloading a package and for finding its expected digest.
+    static QUrl resolvedPackageURL(const QUrl& catalogueURL);
+
     // "/VM_installers/Product+Versions.plist" on the catalogue CDN.
     static QUrl remoteCatalogueURL();
 

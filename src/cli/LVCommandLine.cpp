@@ -11,6 +11,7 @@
 #include "cli/LVStudioCommands.h"
 #include "engines/LVActionHistory.h"
 #include "engines/LVDownloader.h"
+#include "engines/LVDownloadFolder.h"
 #include "engines/LVOperationLock.h"
 #include "engines/LVPackageChecksum.h"
 #include "platform/Platform.h"
@@ -531,6 +532,11 @@ int LVCommandLine::run(const QStringList& arguments)
     if (changes && !lock.tryLock(&error)) {
         err() << error << '\n';
         return Locked;
+    }
+    // A download folder that is not the user's own is refused before anything is fetched.
+    if (changes && LVDownloadFolder::path(&error).isEmpty()) {
+        err() << error << '\n';
+        return ActionFailed;
     }
     installConsent(parser.isSet(QStringLiteral("yes")));
 

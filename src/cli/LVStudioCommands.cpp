@@ -9,6 +9,7 @@
 #include "cli/LVHeadlessSession.h"
 #include "engines/LVAdminAuthorization.h"
 #include "engines/LVInstaller.h"
+#include "engines/LVDownloadFolder.h"
 #include "engines/LVOperationLock.h"
 #include "foundation/VMPropertyList.h"
 #include "platform/Platform.h"
@@ -147,6 +148,10 @@ int apply(const QList<LVApplyPlan::Step>& steps, bool dryRun, bool json)
     if (!lock.tryLock(&error)) {
         err() << error << '\n';
         return LVCommandLine::Locked;
+    }
+    if (LVDownloadFolder::path(&error).isEmpty()) {
+        err() << error << '\n';
+        return LVCommandLine::ActionFailed;
     }
     LVHeadlessSession session;
     if (needsAdministrator(steps))

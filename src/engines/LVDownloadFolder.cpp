@@ -2,19 +2,28 @@
 
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
+#include "platform/PrivateFolder.h"
 
 #include <QDir>
-#include <QFileInfo>
 
-QString LVDownloadFolder::path()
+QString LVDownloadFolder::path(QString* error)
 {
     const QString temporary = Platform::systemInfo().temporaryDirectory();
-    if (temporary.isEmpty())
+    if (temporary.isEmpty()) {
+        if (error)
+            *error = QStringLiteral("There is no temporary folder to download into.");
         return QString();
+    }
     // One per user: a shared /tmp may hold another user's folder.
     const QString user = qEnvironmentVariable("USER", QStringLiteral("user"));
     const QString folder = QDir(temporary).filePath(QStringLiteral("lumivane-manager-downloads-%1").arg(user));
-    QDir().mkpath(folder);
+    QString problem;
+    if (!PrivateFolder::ensure(folder, &problem)) {
+        VM_LOG_MESSAGE(problem);
+        if (error)
+            *error = problem;
+        return QString();
+    }
     return folder;
 }
 
@@ -23,15 +32,7 @@ int LVDownloadFolder::removeLeftovers()
     const QString folder = path();
     if (folder.isEmpty())
         return 0;
-    int removed = 0;
-    const QFileInfoList entries =
-        QDir(folder).entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
-    for (const QFileInfo& entry : entries) {
-        const bool gone = entry.isDir() && !entry.isSymLink() ? QDir(entry.filePath()).removeRecursively()
-                                                              : QFile::remove(entry.filePath());
-        if (gone)
-            ++removed;
-    }
+    const int removed = PrivateFolder::removeContents(folder);
     if (removed > 0)
         VM_LOG_MESSAGE(
             QStringLiteral("Removed %1 download(s) left by an earlier run from %2").arg(removed).arg(folder));

@@ -95,18 +95,9 @@ LVDownloader* LVDownloader::initWithURL(const QUrl& givenURL, QObject* parent)
         VM_LOG_MESSAGE(QStringLiteral("url = nil"));
         return nullptr;
     }
-    // A URL of a path alone (a mirror's catalogue names "/VM_installers/...") is on the download
-    // server, so that one mirror serves machines whatever address they reach it by.
-    QUrl url = givenURL;
-    if (url.isRelative() && url.host().isEmpty() && url.path().startsWith(QLatin1Char('/'))) {
-        url = LVServers::downloadURL(givenURL.path(QUrl::FullyEncoded));
-        if (givenURL.hasQuery())
-            url.setQuery(givenURL.query(QUrl::FullyEncoded));
-    }
-    // Every request goes over plain HTTP, even where the catalogue names a secure URL.
-    QString absoluteString = QString::fromUtf8(url.toEncoded());
-    absoluteString.replace(QLatin1String("https:"), QLatin1String("http:"));
-    return create(QUrl::fromEncoded(absoluteString.toUtf8()), parent);
+    // A path alone (a mirror's catalogue) is on the download server, so that one mirror serves
+    // machines whatever address they reach it by; every request goes over plain HTTP.
+    return create(LVServers::resolvedPackageURL(givenURL), parent);
 }
 
 LVDownloader* LVDownloader::initWithURLKeepingScheme(const QUrl& url, QObject* parent)

@@ -1,10 +1,10 @@
 #include "engines/LVOperationLock.h"
 
 #include "engines/LVDownloadFolder.h"
+#include "platform/Platform.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QStandardPaths>
 
 LVOperationLock::LVOperationLock() : _lockFile(std::make_unique<QLockFile>(filePath()))
 {
@@ -16,7 +16,9 @@ LVOperationLock::~LVOperationLock() = default;
 
 QString LVOperationLock::filePath()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + QStringLiteral("/operations.lock");
+    // Installs change the machine, whoever runs them: the lock lies in the folder every user of the
+    // machine shares, not in a home folder.
+    return Platform::systemInfo().pathInSystemRoot(QStringLiteral("/Users/Shared/.lumivane-manager-operations.lock"));
 }
 
 bool LVOperationLock::tryLock(QString* message)

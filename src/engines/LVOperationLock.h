@@ -4,8 +4,9 @@
 #include <QString>
 #include <memory>
 
-// Keeps two copies of the application (window or command line) from installing or uninstalling at
-// the same time: a lock file in the application's data folder, held for as long as the object lives.
+// Keeps two copies of the application (window or command line, of any user) from installing or
+// uninstalling at the same time: one lock file per machine (per system root), held for as long as
+// the object lives.
 // A lock left by a process that has died is taken over.
 class LVOperationLock
 {

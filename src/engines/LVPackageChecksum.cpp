@@ -1,20 +1,29 @@
 #include "engines/LVPackageChecksum.h"
 
+#include "catalogue/LVServers.h"
+#include "catalogue/VMVersionItem.h"
 #include "foundation/VMLog.h"
 
 #include <QCryptographicHash>
 #include <QFile>
+#include <QUrl>
 #include <algorithm>
 
 namespace {
 
-// Downloads go over plain HTTP; the catalogue may name the same file with "https:".
-QString comparable(QString url)
+QUrl resolved(const QString& downloadURL)
 {
-    return url.replace(QLatin1String("https:"), QLatin1String("http:"));
+    return downloadURL.isEmpty() ? QUrl() : LVServers::resolvedPackageURL(QUrl(downloadURL));
 }
 
-bool isDigest(const QString& text)
+} // namespace
+
+QString LVPackageChecksum::normalized(const QString& digest)
+{
+    return digest.trimmed().toLower();
+}
+
+bool LVPackageChecksum::isDigest(const QString& text)
 {
     return text.size() == 64 && std::all_of(text.begin(), text.end(), [](QChar c) {
                return (c >= QLatin1Char('0') && c <= QLatin1Char('9')) ||
@@ -22,39 +31,47 @@ bool isDigest(const QString& text)
            });
 }
 
-} // namespace
-
-QString LVPackageChecksum::expectedFor(const VMSingleProductItem& product, const QUrl& url)
+QString LVPackageChecksum::expectedFor(const VMSingleProductItem& product, const VMVersionItem* version)
 {
-    const QString wanted = comparable(QString::fromUtf8(url.toEncoded()));
-    auto matches = [&wanted](const QString& downloadURL) {
-        return !downloadURL.isEmpty() && comparable(QString::fromUtf8(QUrl(downloadURL).toEncoded())) == wanted;
-    };
-    for (const VMVersionItemPtr& version : product.versionItems()) {
-        if (version && matches(version->versionDownloadURL()))
-            return version->downloadSHA256().trimmed().toLower();
+    VMVersionItemPtr latest;
+    if (!version) {
+        latest = product.latestVersionItem();
+        version = latest.get();
     }
-    if (matches(product.productDownloadURL()))
-        return product.downloadSHA256().trimmed().toLower();
-    return QString();
+    const QString productDigest = normalized(product.downloadSHA256());
+    if (!version)
+        return productDigest;
+    if (const QString own = normalized(version->downloadSHA256()); !own.isEmpty())
+        return own;
+    if (version->versionDownloadURL().isEmpty())
+        return productDigest; // the version installs the product's own package
+    const QUrl productURL = resolved(product.productDownloadURL());
+    return !productURL.isEmpty() && productURL == resolved(version->versionDownloadURL()) ? productDigest : QString();
 }
 
-void LVPackageChecksum::addExpectation(QVariantMap& options, const VMSingleProductItem& product, const QUrl& url)
+bool LVPackageChecksum::isRequired(const VMSingleProductItem& product)
 {
-    const QString expected = expectedFor(product, url);
-    if (expected.isEmpty())
+    if (!normalized(product.downloadSHA256()).isEmpty())
+        return true;
+    const QList<VMVersionItemPtr> versions = product.versionItems();
+    return std::any_of(versions.begin(), versions.end(), [](const VMVersionItemPtr& version) {
+        return version && !normalized(version->downloadSHA256()).isEmpty();
+    });
+}
+
+void LVPackageChecksum::addExpectation(QVariantMap& options, const VMSingleProductItem& product,
+                                       const VMVersionItem* version)
+{
+    if (!isRequired(product))
         return;
-    options.insert(QLatin1String(expectedKey), expected);
+    options.insert(QLatin1String(requiredKey), true);
+    options.insert(QLatin1String(expectedKey), expectedFor(product, version));
     options.insert(QLatin1String(productTitleKey), product.title());
 }
 
 bool LVPackageChecksum::isVerifiable(const VMSingleProductItem& product)
 {
-    const VMVersionItemPtr latest = product.latestVersionItem();
-    const std::optional<QVariantMap> settings = product.installerSettingsForVersionItem(latest.get());
-    if (!settings)
-        return false;
-    return !expectedFor(product, QUrl(settings->value(QStringLiteral("downloadURL")).toString())).isEmpty();
+    return isRequired(product);
 }
 
 QString LVPackageChecksum::sha256OfFile(const QString& path)
@@ -68,20 +85,27 @@ QString LVPackageChecksum::sha256OfFile(const QString& path)
     return QString::fromLatin1(hash.result().toHex());
 }
 
+VMError LVPackageChecksum::mismatchError(const QVariantMap& options)
+{
+    const QString message = QStringLiteral("The installer of '%1' did not match its checksum and was deleted.")
+                                .arg(options.value(QLatin1String(productTitleKey)).toString());
+    return VMError(QStringLiteral("LVInstaller"), mismatchCode, QStringLiteral("Installation Failed"), message);
+}
+
 VMError LVPackageChecksum::verify(const QString& packagePath, const QVariantMap& options)
 {
-    const QString expected = options.value(QLatin1String(expectedKey)).toString();
-    if (expected.isEmpty())
+    const QString expected = normalized(options.value(QLatin1String(expectedKey)).toString());
+    if (expected.isEmpty() && !options.value(QLatin1String(requiredKey)).toBool())
         return VMError();
     const QString actual = sha256OfFile(packagePath);
-    // A digest the catalogue got wrong can't be matched either: the package is refused all the same.
+    // A digest the catalogue got wrong (or left out) can't be matched either: the package is refused.
     if (isDigest(expected) && actual == expected)
         return VMError();
     QFile::remove(packagePath);
-    const QString message = QStringLiteral("The installer of '%1' did not match its checksum and was deleted.")
-                                .arg(options.value(QLatin1String(productTitleKey)).toString());
-    VM_LOG_MESSAGE(
-        QStringLiteral("%1 Expected SHA-256 %2, got %3 for %4")
-            .arg(message, expected, actual.isEmpty() ? QStringLiteral("nothing readable") : actual, packagePath));
-    return VMError(QStringLiteral("LVInstaller"), mismatchCode, QStringLiteral("Installation Failed"), message);
+    const VMError error = mismatchError(options);
+    VM_LOG_MESSAGE(QStringLiteral("%1 Expected SHA-256 %2, got %3 for %4")
+                       .arg(error.localizedFailureReason(),
+                            expected.isEmpty() ? QStringLiteral("(none in the catalogue)") : expected,
+                            actual.isEmpty() ? QStringLiteral("nothing readable") : actual, packagePath));
+    return error;
 }

@@ -382,9 +382,9 @@ void LVProductOperation::downloadCompleted(LVDownloader* downloader)
             {
                 QMutexLocker locker(&_packageLock);
                 _packagePath = downloader->downloadFilePath();
-                if (_productItem)
-                    LVPackageChecksum::addExpectation(_installerSettings, *_productItem, downloader->url());
                 _installingVersionItem = downloader->representedObject().value<VMVersionItemPtr>();
+                if (_productItem)
+                    LVPackageChecksum::addExpectation(_installerSettings, *_productItem, _installingVersionItem.get());
             }
             setPhase(Phase::Downloaded);
         } else {
