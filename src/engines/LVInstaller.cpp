@@ -3,6 +3,7 @@
 #include "catalogue/VMInstalledVersions.h"
 #include "engines/LVAdminAuthorization.h"
 #include "engines/LVPackageChecksum.h"
+#include "engines/LVPrivilegedPackageCheck.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
@@ -191,9 +192,15 @@ void LVInstaller::runAuthenticatedInstaller(const QString& path)
         record(rights);
         if (authorization && rights == PrivilegedExecution::Success) {
             QStringDecoder decoder(QStringDecoder::Utf8);
+            // A package with a digest is checked again by the administrator step itself, on the
+            // copy it installs: the user's file could change after the check above.
+            const QString expected = _options.value(QLatin1String(LVPackageChecksum::expectedKey)).toString();
+            const bool checked = !expected.isEmpty();
             const int status = privileged.executeWithPrivileges(
-                authorization, Platform::commandLineTools().installerPath(),
-                {QStringLiteral("-pkg"), path, QStringLiteral("-target"), QStringLiteral("/")},
+                authorization,
+                checked ? Platform::commandLineTools().shellPath() : Platform::commandLineTools().installerPath(),
+                checked ? LVPrivilegedPackageCheck::shellArguments(path, expected)
+                        : QStringList{QStringLiteral("-pkg"), path, QStringLiteral("-target"), QStringLiteral("/")},
                 [&output, &decoder](const QByteArray& chunk) { output.append(decoder.decode(chunk)); });
             if (status != PrivilegedExecution::Success) {
                 VM_LOG_MESSAGE_CODE(QStringLiteral("Installer Execution failed"), status);
@@ -206,10 +213,15 @@ void LVInstaller::runAuthenticatedInstaller(const QString& path)
 
     // Only an upgrade message counts; a fresh install reported in other words is a failure too.
     VMError error;
-    if (!output.contains(QLatin1String("The upgrade was successful")))
+    if (output.contains(QLatin1String(LVPrivilegedPackageCheck::mismatchMarker))) {
+        QFile::remove(path);
+        error = LVPackageChecksum::mismatchError(_options);
+        VM_LOG_MESSAGE(QStringLiteral("%1 (found by the administrator step)").arg(error.localizedFailureReason()));
+    } else if (!output.contains(QLatin1String("The upgrade was successful"))) {
         error = VMError(QString::fromLatin1(metaObject()->className()),
                         lastStatus != PrivilegedExecution::Success ? lastStatus : -1,
                         QStringLiteral("Installation Failed"), output);
+    }
     VMDispatch::performOnMainThread(this, [self, error] { self->installFinishedWithError(error); });
 }
 

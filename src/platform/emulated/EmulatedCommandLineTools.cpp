@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QStandardPaths>
 
 namespace {
 
@@ -38,4 +39,11 @@ QString EmulatedCommandLineTools::installerPath() const
 QString EmulatedCommandLineTools::pluginkitPath() const
 {
     return toolsDirectory() + QStringLiteral("/pluginkit");
+}
+
+QStringList EmulatedCommandLineTools::sha256Command() const
+{
+    // Linux has coreutils' tool; elsewhere the Mac's.
+    const QString coreutils = QStandardPaths::findExecutable(QStringLiteral("sha256sum"));
+    return coreutils.isEmpty() ? CommandLineTools::sha256Command() : QStringList{coreutils};
 }

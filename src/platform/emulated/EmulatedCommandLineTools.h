@@ -9,6 +9,7 @@ class EmulatedCommandLineTools : public CommandLineTools
 public:
     QString installerPath() const override;
     QString pluginkitPath() const override;
+    QStringList sha256Command() const override;
 
     static QString toolsDirectory();
 };
