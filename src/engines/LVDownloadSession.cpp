@@ -106,6 +106,12 @@ std::shared_ptr<LVDownloadTask> LVDownloadSession::dataTaskWithURL(const QUrl& u
     curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kReceiveBufferSize);
     curl_easy_setopt(easy, CURLOPT_USERAGENT, userAgent().constData());
+    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, minimumBytesPerSecond);
+    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, minimumSpeedWindow());
+    // Refused at the headers when the announced size is larger; a body sent without one is
+    // counted in didReceive.
+    task->_maximumBodySize = maximumBodySize();
+    curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(task->_maximumBodySize));
     // The machine's own addresses are never reached through a proxy from the environment.
     curl_easy_setopt(easy, CURLOPT_NOPROXY, "localhost,127.0.0.1,::1");
 
@@ -259,8 +265,9 @@ void LVDownloadSession::collectFinishedTransfers()
             continue;
         const std::shared_ptr<LVDownloadTask> task = found->second;
         const CURLcode code = message->data.result;
-        const VMError error =
-            code == CURLE_OK ? VMError() : errorForCurlCode(code, QByteArray(task->_errorBuffer.data()));
+        const VMError error = task->_tooLarge || code == CURLE_FILESIZE_EXCEEDED ? tooLargeError()
+                              : code == CURLE_OK ? VMError()
+                                                 : errorForCurlCode(code, QByteArray(task->_errorBuffer.data()));
         finish(task, error);
     }
 }
@@ -316,6 +323,10 @@ size_t LVDownloadSession::didReceive(LVDownloadTask* task, const char* data, siz
 {
     if (length == 0)
         return 0;
+    if (task->_countOfBytesReceived.load() + static_cast<qint64>(length) > task->_maximumBodySize) {
+        task->_tooLarge = true;
+        return 0; // ends the transfer
+    }
     if (!task->admitBytes(static_cast<qint64>(length)))
         return CURL_WRITEFUNC_PAUSE;
     task->_lastActivity = Clock::now();
@@ -344,6 +355,25 @@ VMError LVDownloadSession::cancelledError()
 VMError LVDownloadSession::timedOutError()
 {
     return VMError(kURLErrorDomain, -1001, QStringLiteral("The request timed out."));
+}
+
+VMError LVDownloadSession::tooLargeError()
+{
+    return VMError(kURLErrorDomain, -1103, QStringLiteral("The download is larger than allowed."));
+}
+
+long LVDownloadSession::minimumSpeedWindow()
+{
+    bool ok = false;
+    const long configured = qEnvironmentVariableIntValue("LV_DOWNLOAD_SPEED_WINDOW", &ok);
+    return ok && configured > 0 ? configured : 60;
+}
+
+qint64 LVDownloadSession::maximumBodySize()
+{
+    bool ok = false;
+    const qint64 configured = qEnvironmentVariable("LV_DOWNLOAD_MAX_BYTES").toLongLong(&ok);
+    return ok && configured > 0 ? configured : qint64(4) * 1024 * 1024 * 1024;
 }
 
 VMError LVDownloadSession::errorForCurlCode(int code, const QByteArray& detail)

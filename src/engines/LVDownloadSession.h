@@ -23,6 +23,13 @@ class LVDownloadSession
 {
 public:
     static constexpr long HTTPMaximumConnectionsPerHost = 32;
+    // A transfer slower than this over the speed window fails, however steadily it drips.
+    static constexpr long minimumBytesPerSecond = 1024;
+
+    // The window of the minimum speed, in seconds: 60, or LV_DOWNLOAD_SPEED_WINDOW (tests).
+    static long minimumSpeedWindow();
+    // The largest body any download may have, announced or sent: 4 GiB, or LV_DOWNLOAD_MAX_BYTES.
+    static qint64 maximumBodySize();
 
     explicit LVDownloadSession(LVDownloadSessionDelegate* delegate);
     // Stops the thread without telling the delegate anything more.
@@ -45,6 +52,7 @@ public:
     // The error a task ends with when it was cancelled or went silent for too long.
     static VMError cancelledError();
     static VMError timedOutError();
+    static VMError tooLargeError();
     static VMError errorForCurlCode(int code, const QByteArray& detail);
 
 private:

@@ -81,6 +81,8 @@ private:
     CURL* _easy = nullptr;
     std::chrono::steady_clock::time_point _lastActivity;
     std::array<char, 256> _errorBuffer{}; // CURL_ERROR_SIZE
+    qint64 _maximumBodySize = 0;
+    bool _tooLarge = false;
 
     mutable QMutex _flowLock;
     qint64 _unconsumedBytes = 0;

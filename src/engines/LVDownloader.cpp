@@ -17,6 +17,7 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QMutexLocker>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -407,11 +408,28 @@ void LVDownloader::receive(qint64 count, const QByteArray* data)
             _downloadData.append(*data);
         }
     }
-    if (!_lastProgressUpdateDate.isNull() && sinceLastUpdate >= -1.0)
+    if (!_lastProgressUpdateDate.isNull() && sinceLastUpdate >= -1.0) {
+        // Without a later chunk (a server that sends a burst, then pauses) the bytes held back
+        // would never be shown: they are reported when the second is over.
+        if (!_reportDue && delegate()) {
+            _reportDue = true;
+            const qint64 wait = 1000 - _lastProgressUpdateDate.msecsTo(now);
+            QTimer::singleShot(std::max<qint64>(wait, 0), Qt::PreciseTimer, this, [this] {
+                if (_reportDue && !_ended)
+                    reportProgress();
+            });
+        }
         return;
+    }
+    reportProgress();
+}
+
+void LVDownloader::reportProgress()
+{
+    _reportDue = false;
     const qint64 expected = expectedDataSize();
     const double progress = expected > 0 ? static_cast<double>(_downloadDataSize) * 100.0 / expected : -1.0;
-    _lastProgressUpdateDate = now;
+    _lastProgressUpdateDate = QDateTime::currentDateTimeUtc();
     if (LVDownloaderDelegate* d = delegate())
         d->downloadProgress(progress, this);
 }

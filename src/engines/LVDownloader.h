@@ -109,6 +109,7 @@ private:
     void closeDownloadFileHandle();
     // Counts `count` more bytes received (appending `data` when it is given) and reports.
     void receive(qint64 count, const QByteArray* data);
+    void reportProgress();
     void signalCompletion();
 
     QUrl _url;
@@ -133,6 +134,8 @@ private:
     // The registry key, kept after the task is released.
     quint64 _registeredTaskIdentifier = 0;
     bool _ended = false;
+    // A report held back by the once-a-second limit is due when that second is over.
+    bool _reportDue = false;
     // Main-thread deliveries in progress; guarded by the registry lock.
     int _deliveries = 0;
 };
