@@ -14,6 +14,7 @@
 #include "engines/LVDownloadFolder.h"
 #include "engines/LVOperationLock.h"
 #include "engines/LVPackageChecksum.h"
+#include "platform/InterruptCleanup.h"
 #include "platform/Platform.h"
 #include "platform/PrivilegedExecution.h"
 #include "platform/StandardStreams.h"
@@ -374,6 +375,8 @@ bool LVCommandLine::isCommand(const QStringList& arguments)
 
 int LVCommandLine::run(const QStringList& arguments)
 {
+    // A run stopped by a signal leaves no partial download behind.
+    InterruptCleanup::install();
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Lumivane Manager without a window. Exit status: 0 done (or, "
                                                     "for --check, everything current), 1 an action failed, 2 bad "

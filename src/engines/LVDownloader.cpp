@@ -8,6 +8,7 @@
 #include "foundation/LVPreferences.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
+#include "platform/InterruptCleanup.h"
 #include "platform/Platform.h"
 
 #include <QCoreApplication>
@@ -152,6 +153,7 @@ LVDownloader::~LVDownloader()
         _downloadTask.reset();
     }
     cleanUp();
+    InterruptCleanup::remove(_interruptSlot);
 }
 
 template <typename Handler> void LVDownloader::deliver(quint64 taskIdentifier, Handler&& handler)
@@ -340,6 +342,7 @@ bool LVDownloader::startWithDownloadFilePath(const QString& path)
         return false;
     }
     _downloadFilePath = path;
+    _interruptSlot = InterruptCleanup::add(path);
     _downloadFileHandle = std::move(file);
     const bool positioned = _downloadFileHandle->seek(0);
     _downloadTask->setDownloadFile(_downloadFileHandle.get());

@@ -116,6 +116,8 @@ private:
     std::shared_ptr<LVDownloadTask> _downloadTask;
     QString _downloadFilePath;
     std::unique_ptr<QFile> _downloadFileHandle;
+    // The download file's registration for removal when the process is interrupted.
+    int _interruptSlot = -1;
     QByteArray _downloadData;
     quint64 _downloadDataSize = 0;
     QDateTime _lastProgressUpdateDate;
