@@ -76,7 +76,7 @@ void LVCatalogueMirror::add(const QVariant& value, bool package, const QString& 
         if (entry.source == url) {
             entry.package = entry.package || package;
             if (entry.expectedSHA256.isEmpty())
-                entry.expectedSHA256 = expectedSHA256.toLower();
+                entry.expectedSHA256 = LVPackageChecksum::normalized(expectedSHA256);
             return;
         }
     }
@@ -84,7 +84,7 @@ void LVCatalogueMirror::add(const QVariant& value, bool package, const QString& 
     entry.source = url;
     entry.path = localPath(url);
     entry.package = package;
-    entry.expectedSHA256 = expectedSHA256.toLower();
+    entry.expectedSHA256 = LVPackageChecksum::normalized(expectedSHA256);
     entry.result.url = url.toString();
     entry.result.path = entry.path;
     entry.result.package = package;

@@ -11,6 +11,8 @@
 #include <QProcess>
 #include <QtTest>
 
+#include <csignal>
+
 // The real executable without a display, against the real demo server and its seeded system root
 // (one product, LV-HALFTONE, installed at an older version). One server serves the whole class at
 // full speed; each case gets a fresh copy of the seeded root.
@@ -29,7 +31,8 @@ private slots:
     void usageErrorsAndExitStatuses();
     void toolkitOptionsKeepWorking();
     void lockHeldByAnotherCopy();
-    void killedDownloadIsClearedAtNextStart();
+    void interruptedDownloadLeavesNothing_data();
+    void interruptedDownloadLeavesNothing();
     void swappedPackageIsRefused();
     void administratorStepNeverGrantedSilently();
 
@@ -42,7 +45,9 @@ private:
         QList<QJsonObject> objects() const;
     };
     // `display`: run with a (virtual) display, as a window start would have one.
-    Run run(const QStringList& arguments, int timeout = 120000, bool display = false);
+    // `environment`: variables set for this run only.
+    Run run(const QStringList& arguments, int timeout = 120000, bool display = false,
+            const QHash<QString, QString>& environment = {});
 
     // Packages left in the case's temporary folder.
     QStringList leftPackages() const;
@@ -107,7 +112,8 @@ void tst_LVCommandLine::cleanup()
     _env.reset();
 }
 
-tst_LVCommandLine::Run tst_LVCommandLine::run(const QStringList& arguments, int timeout, bool display)
+tst_LVCommandLine::Run tst_LVCommandLine::run(const QStringList& arguments, int timeout, bool display,
+                                              const QHash<QString, QString>& extra)
 {
     QProcess process;
     process.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/src/lumivane-manager"));
@@ -117,6 +123,8 @@ tst_LVCommandLine::Run tst_LVCommandLine::run(const QStringList& arguments, int 
     environment.remove(QStringLiteral("QT_QPA_PLATFORM")); // a core application needs no platform plugin
     if (display)
         environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    for (auto it = extra.cbegin(); it != extra.cend(); ++it)
+        environment.insert(it.key(), it.value());
     process.setProcessEnvironment(environment);
     process.start();
     process.closeWriteChannel();
@@ -265,15 +273,32 @@ void tst_LVCommandLine::lockHeldByAnotherCopy()
 {
     LVOperationLock lock;
     QVERIFY(lock.tryLock());
-    const Run result = run({QStringLiteral("--install"), QStringLiteral("LV-PRISM"), QStringLiteral("--yes")});
+    // Another user's copy (another home) on the same machine waits its turn as well.
+    const QString otherHome = _env->path() + QStringLiteral("/other home");
+    QVERIFY(QDir().mkpath(otherHome + QStringLiteral("/data")));
+    const Run result = run({QStringLiteral("--install"), QStringLiteral("LV-PRISM"), QStringLiteral("--yes")}, 120000,
+                           false,
+                           {{QStringLiteral("HOME"), otherHome},
+                            {QStringLiteral("XDG_DATA_HOME"), otherHome + QStringLiteral("/data")}});
     QCOMPARE(result.status, 4);
     QVERIFY2(result.err.contains(QByteArray::number(QCoreApplication::applicationPid())), result.err.constData());
     // Reading needs no lock.
     QCOMPARE(run({QStringLiteral("--list")}).status, 0);
 }
 
-void tst_LVCommandLine::killedDownloadIsClearedAtNextStart()
+void tst_LVCommandLine::interruptedDownloadLeavesNothing_data()
 {
+    QTest::addColumn<int>("signal");
+    QTest::addColumn<bool>("leftUntilNextStart");
+    QTest::newRow("killed") << int(SIGKILL) << true;
+    QTest::newRow("terminated") << int(SIGTERM) << false;
+    QTest::newRow("interrupted") << int(SIGINT) << false;
+}
+
+void tst_LVCommandLine::interruptedDownloadLeavesNothing()
+{
+    QFETCH(int, signal);
+    QFETCH(bool, leftUntilNextStart);
     // Someone else's file in the temporary folder, which no start-up may touch.
     const QString foreign = _env->temporaryDirectory() + QStringLiteral("/someone else.dat");
     QFile other(foreign);
@@ -284,11 +309,12 @@ void tst_LVCommandLine::killedDownloadIsClearedAtNextStart()
     install.setArguments({QStringLiteral("--install"), kSlowProduct, QStringLiteral("--yes")});
     install.start();
     QVERIFY(install.waitForStarted());
-    // The server sends this product's packages slowly: kill the copy while its package is half there.
+    // The server sends this product's packages slowly: stop the copy while its package is half there.
     QTRY_VERIFY_WITH_TIMEOUT(!leftPackages().isEmpty() && QFileInfo(leftPackages().constFirst()).size() > 0, 30000);
-    install.kill();
+    QCOMPARE(::kill(pid_t(install.processId()), signal), 0);
     QVERIFY(install.waitForFinished());
-    QCOMPARE(leftPackages().size(), 1);
+    QCOMPARE(install.exitStatus(), QProcess::CrashExit);
+    QCOMPARE(leftPackages().size(), leftUntilNextStart ? 1 : 0);
 
     LVOperationLock nextStart;
     QVERIFY(nextStart.tryLock());

@@ -4,11 +4,13 @@
 #include "DemoCatalogue.h"
 #include "DemoPackages.h"
 #include "LocalHttpServer.h"
+#include "catalogue/LVServers.h"
 #include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "catalogue/VMUtils.h"
 #include "catalogue/VMVersionItem.h"
 #include "engines/LVActionHistory.h"
+#include "engines/LVDownloadFolder.h"
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVPackageChecksum.h"
@@ -64,6 +66,8 @@ private slots:
     void installUpdateUninstall();
     void packagesAreCheckedAgainstTheCatalogue_data();
     void packagesAreCheckedAgainstTheCatalogue();
+    void oneDigestRuleOnAPathOnlyMirror_data();
+    void oneDigestRuleOnAPathOnlyMirror();
 
 private:
     VMSingleProductItemPtr product(const QString& id) const;
@@ -90,6 +94,7 @@ void tst_DemoInstalls::init()
 
 void tst_DemoInstalls::cleanup()
 {
+    LVServers::setOverrideURL(QUrl());
     QTRY_VERIFY(_env->temporaryFiles().isEmpty());
     _server.reset();
     _env.reset();
@@ -220,6 +225,97 @@ void tst_DemoInstalls::packagesAreCheckedAgainstTheCatalogue()
         QVERIFY(history.last().value("detail").toString().contains(outcome));
     }
     // Refused or installed, no package is left behind (cleanup() checks the temporary folder).
+}
+
+void tst_DemoInstalls::oneDigestRuleOnAPathOnlyMirror_data()
+{
+    QTest::addColumn<QString>("shape");
+    QTest::addColumn<QString>("tampering"); // "", "served" (on the mirror) or "swapped" (after the check)
+    QTest::addColumn<bool>("installs");
+    for (const char* shape : {"version's URL and digest", "product's URL and digest, repeated by the version",
+                              "product's URL and digest, version without URL"}) {
+        QTest::addRow("%s, the package", shape) << shape << "" << true;
+        QTest::addRow("%s, tampered on the mirror", shape) << shape << "served" << false;
+    }
+    QTest::newRow("version's URL and digest, swapped after the check")
+        << "version's URL and digest" << "swapped" << false;
+    // The URL is shared, the digest is the other version's: nothing vouches for this package.
+    QTest::newRow("shared URL, only the other version's digest") << "shared URL" << "" << false;
+}
+
+// Catalogues as a mirror writes them: download URLs of a path alone, on the server override.
+void tst_DemoInstalls::oneDigestRuleOnAPathOnlyMirror()
+{
+    QFETCH(QString, shape);
+    QFETCH(QString, tampering);
+    QFETCH(bool, installs);
+    LVServers::setOverrideURL(_base);
+    const QString site = _env->path() + QStringLiteral("/site");
+    const QString path = QStringLiteral("/VM_installers/LV-PRISM-2.0.1.pkg");
+    const QString digest = LVPackageChecksum::sha256OfFile(site + path);
+    QVERIFY(!digest.isEmpty());
+
+    QVariantMap dict;
+    for (const QVariant& entry : DemoCatalogue::catalogue(_base, QDateTime::currentDateTime())
+                                     .value("Products")
+                                     .toMap()
+                                     .value("Products")
+                                     .toList()) {
+        if (entry.toMap().value("Product ID") == QLatin1String("LV-PRISM"))
+            dict = entry.toMap();
+    }
+    QVariantList versions = dict.value("Versions").toList();
+    QCOMPARE(versions.size(), 3);
+    QVariantMap latest = versions.at(2).toMap();
+    QVariantMap previous = versions.at(1).toMap();
+    latest.insert("Download URL", path);
+    if (shape == QLatin1String("version's URL and digest")) {
+        latest.insert("Download SHA256", digest);
+    } else if (shape.startsWith(QLatin1String("product's"))) {
+        // Written differently from the version's, the same package all the same; the digest as
+        // someone typed it.
+        dict.insert("Download URL", _base.toString() + path);
+        dict.insert("Download SHA256", QStringLiteral(" %1\n").arg(digest.toUpper()));
+        if (shape.endsWith(QLatin1String("without URL")))
+            latest.remove("Download URL");
+    } else {
+        previous.insert("Download URL", path);
+        previous.insert("Download SHA256", digest);
+    }
+    versions[1] = previous;
+    versions[2] = latest;
+    dict.insert("Versions", versions);
+    const VMSingleProductItemPtr record = VMSingleProductItem::initWithDict(dict);
+    QVERIFY(record);
+    QVERIFY(LVPackageChecksum::isVerifiable(*record));
+
+    if (tampering == QLatin1String("served")) {
+        QFile package(site + path);
+        QVERIFY(package.open(QIODevice::ReadOnly));
+        _server->setRoute(path.toUtf8(), package.readAll().replace(100, 4, "XXXX"));
+    } else if (tampering == QLatin1String("swapped")) {
+        // While the administrator is asked, after the package was checked, it is replaced.
+        Platform::privilegedExecution().setConsentProvider([](const QString&) {
+            QFile package(LVDownloadFolder::path() + QStringLiteral("/LV-PRISM-2.0.1.pkg"));
+            if (!package.open(QIODevice::ReadWrite) || !package.seek(100) || package.write("XXXX") != 4)
+                return int(PrivilegedExecution::Denied);
+            return int(PrivilegedExecution::Success);
+        });
+    }
+
+    DemoOwner owner(record);
+    QSignalSpy finished(&owner, &DemoOwner::finished);
+    QVERIFY(owner.operation->startDownload(record->latestVersionItem()));
+    QVERIFY(finished.wait(30000));
+    if (installs) {
+        QCOMPARE(owner.outcome, QStringLiteral("installCompleted"));
+        QCOMPARE(record->checkInstalledPluginVersion(), QStringLiteral("2.0.1"));
+    } else {
+        QVERIFY2(owner.outcome.contains("The installer of 'Prismatic Glow' did not match its checksum and was deleted."),
+                 qPrintable(owner.outcome));
+        QCOMPARE(record->checkInstalledPluginVersion(), QString());
+    }
+    // cleanup() checks that the package is gone either way.
 }
 
 LV_TEST_GUILESS_MAIN(tst_DemoInstalls)

@@ -12,6 +12,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QPointer>
+#include <QProcess>
+#include <QScopeGuard>
 #include <QTcpServer>
 #include <QTest>
 #include <QThread>
@@ -19,6 +21,7 @@
 
 #include <functional>
 #include <thread>
+#include <unistd.h>
 
 Q_DECLARE_METATYPE(LocalHttpServer::Response)
 
@@ -202,6 +205,11 @@ private slots:
     void extendedLogging_data();
     void extendedLogging();
     void slowMainThreadPausesTheTransfer();
+    void downloadsHaveLimits_data();
+    void downloadsHaveLimits();
+    void progressHeldBackIsReportedWhenTheSecondIsOver();
+    void downloadFolderIsTheUsersOwn_data();
+    void downloadFolderIsTheUsersOwn();
     // Leaves the shared session invalid for the rest of the process, so it runs last.
     void sessionInvalidation();
 };
@@ -855,6 +863,136 @@ void tst_LVDownloader::sessionInvalidation()
     QVERIFY(logContains(env, QStringLiteral("'_downloadTask = nil' in ")));
     running.reset();
     QVERIFY(!QFileInfo::exists(env.temporaryDirectory() + QStringLiteral("/slow.bin")));
+}
+
+void tst_LVDownloader::downloadsHaveLimits_data()
+{
+    QTest::addColumn<LocalHttpServer::Response>("response");
+    QTest::addColumn<int>("errorCode");
+
+    LocalHttpServer::Response within;
+    within.generatedBodySize = 100000;
+    QTest::newRow("within the limits") << within << 0;
+    // Never silent for long, far below the minimum speed.
+    QTest::newRow("dripping") << slowResponse(100000, 1, 200) << -1001;
+    LocalHttpServer::Response announced;
+    announced.generatedBodySize = 200000;
+    QTest::newRow("announced larger than allowed") << announced << -1103;
+    LocalHttpServer::Response unannounced = announced;
+    unannounced.framing = LocalHttpServer::Response::Chunked;
+    QTest::newRow("sent larger than allowed, unannounced") << unannounced << -1103;
+}
+
+void tst_LVDownloader::downloadsHaveLimits()
+{
+    QFETCH(LocalHttpServer::Response, response);
+    QFETCH(int, errorCode);
+    TestEnvironment env(1.0); // the silence timeout at full length: the speed window must end it
+    qputenv("LV_DOWNLOAD_SPEED_WINDOW", "2");
+    qputenv("LV_DOWNLOAD_MAX_BYTES", "150000");
+    const auto restore = qScopeGuard([] {
+        qunsetenv("LV_DOWNLOAD_SPEED_WINDOW");
+        qunsetenv("LV_DOWNLOAD_MAX_BYTES");
+    });
+    LocalHttpServer server;
+    server.setRoute("/package.pkg", response);
+    const QString path = LVDownloader::downloadFilePathWithSuggestedFileName(QStringLiteral("package.pkg"));
+    std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(server.url(QStringLiteral("/package.pkg"))));
+    RecordingDelegate delegate;
+    delegate.watch(downloader.get());
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(downloader->startWithDownloadFilePath(path));
+    QVERIFY(awaitEnd(delegate, 8000));
+    QVERIFY2(clock.elapsed() < 6000, qPrintable(QString::number(clock.elapsed())));
+    QCOMPARE(downloader->error().code(), qint64(errorCode));
+    QCOMPARE(delegate.finalEvent(), QStringLiteral(errorCode == 0 ? "completed" : "failed"));
+}
+
+void tst_LVDownloader::progressHeldBackIsReportedWhenTheSecondIsOver()
+{
+    // A burst, then a live connection that sends nothing more: what arrived after the first
+    // report must still be shown.
+    TestEnvironment env(1.0);
+    LocalHttpServer server;
+    LocalHttpServer::Response burst;
+    burst.generatedBodySize = 1000000;
+    burst.chunkSize = 16 * 1024;
+    burst.stallAfterBytes = 400000;
+    server.setRoute("/burst", burst);
+    std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(server.url(QStringLiteral("/burst"))));
+    RecordingDelegate delegate;
+    delegate.watch(downloader.get());
+    QVERIFY(downloader->start());
+    QTRY_VERIFY_WITH_TIMEOUT(!delegate.progressEvents().isEmpty() &&
+                                 qFuzzyCompare(delegate.progressEvents().last().progress, 40.0),
+                             2500);
+    const QList<RecordingDelegate::Event> reports = delegate.progressEvents();
+    for (qsizetype i = 1; i < reports.size(); ++i)
+        QVERIFY(reports.at(i).milliseconds - reports.at(i - 1).milliseconds >= 950);
+    downloader->cancel();
+    QVERIFY(awaitEnd(delegate));
+}
+
+void tst_LVDownloader::downloadFolderIsTheUsersOwn_data()
+{
+    QTest::addColumn<QString>("found"); // what lies where the folder goes
+    QTest::addColumn<bool>("used");
+    QTest::newRow("nothing") << "nothing" << true;
+    QTest::newRow("the user's, readable by others") << "0755" << true;
+    QTest::newRow("the user's, writable by others") << "0777" << false;
+    QTest::newRow("a link to another folder") << "link" << false;
+    QTest::newRow("another user's") << "another user's" << false;
+}
+
+void tst_LVDownloader::downloadFolderIsTheUsersOwn()
+{
+    QFETCH(QString, found);
+    QFETCH(bool, used);
+    TestEnvironment env;
+    const QString folder = LVDownloadFolder::path();
+    QVERIFY(!folder.isEmpty());
+    QVERIFY(QDir(folder).removeRecursively());
+    // Someone else's files, which nothing may remove.
+    const QString outside = env.path() + QStringLiteral("/outside");
+    QVERIFY(QDir().mkpath(outside));
+    QFile precious(outside + QStringLiteral("/precious"));
+    QVERIFY(precious.open(QIODevice::WriteOnly));
+    precious.close();
+
+    if (found == QLatin1String("link")) {
+        QVERIFY(QFile::link(outside, folder));
+    } else if (found != QLatin1String("nothing")) {
+        QVERIFY(QDir().mkdir(folder));
+        QVERIFY(QFile::link(outside + QStringLiteral("/precious"), folder + QStringLiteral("/a link")));
+        QVERIFY(QDir().mkdir(folder + QStringLiteral("/sub")));
+        QVERIFY(QFile::link(outside, folder + QStringLiteral("/sub/linked folder")));
+        if (found == QLatin1String("another user's")) {
+            if (geteuid() != 0)
+                QSKIP("Only root can give a folder to another user here.");
+            QCOMPARE(QProcess::execute(QStringLiteral("chown"), {QStringLiteral("-h"), QStringLiteral("65534"), folder}),
+                     0);
+        } else {
+            QVERIFY(QFile::setPermissions(folder, found == QLatin1String("0777")
+                                                      ? QFileDevice::Permissions(0x7777)
+                                                      : QFileDevice::Permissions(0x7755)));
+        }
+    }
+
+    QString error;
+    QCOMPARE(LVDownloadFolder::path(&error).isEmpty(), !used);
+    LVDownloadFolder::removeLeftovers();
+    QVERIFY(QFileInfo::exists(outside + QStringLiteral("/precious")));
+    if (used) {
+        QCOMPARE(int(QFileInfo(folder).permissions() & 0x0077), 0); // nothing for group and others
+        QVERIFY(QDir(folder).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System));
+        QCOMPARE(LVDownloader::downloadFilePathWithSuggestedFileName(QStringLiteral("a.pkg")),
+                 folder + QStringLiteral("/a.pkg"));
+    } else {
+        QVERIFY2(error.contains(folder), qPrintable(error));
+        QVERIFY(LVDownloader::downloadFilePathWithSuggestedFileName(QStringLiteral("a.pkg")).isEmpty());
+        QVERIFY(QFileInfo(folder).isSymLink() || QFileInfo::exists(folder + QStringLiteral("/sub/linked folder")));
+    }
 }
 
 LV_TEST_MAIN(tst_LVDownloader)
