@@ -156,20 +156,12 @@ bool LVToolSearchAndDelete::canWriteIntoScript(const QString& path)
 
 namespace {
 
-// The script runs as root: every character that /bin/sh or bash would read as anything but a
-// letter of the word gets a backslash, so a file name can never become a command.
-QString shellEscaped(const QString& path)
+// The script runs as root: a name is one single-quoted word of its bytes, so it can never become a
+// command. A single quote is a byte no multibyte encoding uses inside a character, and the script
+// fixes its locale before any name appears, so a shell started in any locale reads it the same.
+QByteArray shellQuoted(const QString& path)
 {
-    static const QString plain = QStringLiteral("/._-+,:@");
-    QString escaped;
-    escaped.reserve(path.size() * 2);
-    for (const QChar c : path) {
-        const bool isPlain = c.unicode() >= 0x80 || c.isLetterOrNumber() || plain.contains(c);
-        if (!isPlain)
-            escaped += QLatin1Char('\\');
-        escaped += c;
-    }
-    return escaped;
+    return '\'' + QFile::encodeName(path).replace('\'', "'\\''") + '\'';
 }
 
 } // namespace
@@ -179,15 +171,15 @@ QByteArray LVToolSearchAndDelete::moveItemsToTrashScript(const QStringList& path
     const QString trashDirectory = Platform::systemInfo().trashDirectory();
     if (paths.isEmpty() || !canWriteIntoScript(trashDirectory))
         return QByteArray();
-    const QString trash = shellEscaped(trashDirectory);
-    QString script = QStringLiteral("#!/bin/bash\n\n");
+    const QByteArray trash = shellQuoted(trashDirectory);
+    QByteArray script = "#!/bin/bash\n\nexport LC_ALL=C\n";
     for (const QString& path : paths) {
         if (canWriteIntoScript(path))
-            script += QStringLiteral("mv %1 %2\n").arg(shellEscaped(path), trash);
+            script += "mv " + shellQuoted(path) + ' ' + trash + '\n';
     }
     // Only the last move's status is printed: the run is judged by it alone.
-    script += QStringLiteral("echo $?");
-    return script.toUtf8();
+    script += "echo $?";
+    return script;
 }
 
 void LVToolSearchAndDelete::setAlertPresenter(std::shared_ptr<LVAlertPresenter> presenter)

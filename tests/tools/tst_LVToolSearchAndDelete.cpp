@@ -32,6 +32,8 @@ private slots:
     void script();
     void craftedNamesRunNothing_data();
     void craftedNamesRunNothing();
+    void scriptMeansTheSameInABig5Locale_data();
+    void scriptMeansTheSameInABig5Locale();
 
 private:
     // An application bundle with this identifier at a path below the test folder.
@@ -198,11 +200,12 @@ void tst_LVToolSearchAndDelete::script_data()
     QTest::addColumn<QStringList>("paths");
     QTest::addColumn<QString>("lines"); // %T stands for the Trash folder
     QTest::newRow("none") << QStringList() << QString();
-    QTest::newRow("space and quote escaped")
+    QTest::newRow("space and quote quoted")
         << QStringList{"/Users/Shared/Old Installers/A.app", "/tmp/it's.app"}
-        << "#!/bin/bash\n\nmv /Users/Shared/Old\\ Installers/A.app %T\nmv /tmp/it\\'s.app %T\necho $?";
+        << "#!/bin/bash\n\nexport LC_ALL=C\nmv '/Users/Shared/Old Installers/A.app' '%T'\nmv '/tmp/it'\\''s.app' "
+           "'%T'\necho $?";
     QTest::newRow("a newline is left out")
-        << QStringList{"/tmp/a\nb.app", "/tmp/c.app"} << "#!/bin/bash\n\nmv /tmp/c.app %T\necho $?";
+        << QStringList{"/tmp/a\nb.app", "/tmp/c.app"} << "#!/bin/bash\n\nexport LC_ALL=C\nmv '/tmp/c.app' '%T'\necho $?";
 }
 
 void tst_LVToolSearchAndDelete::script()
@@ -267,6 +270,52 @@ void tst_LVToolSearchAndDelete::craftedNamesRunNothing()
     QCOMPARE(_alerts->alerts().size(), movable && !vanishes ? 0 : 1);
     if (!_alerts->alerts().isEmpty())
         QCOMPARE(_alerts->alerts().first().messageText(), QStringLiteral("Failure moving Files to the Trash"));
+}
+
+void tst_LVToolSearchAndDelete::scriptMeansTheSameInABig5Locale_data()
+{
+    QTest::addColumn<QString>("name");
+    // The last byte of these characters in UTF-8 and the byte after them make one Big5 character.
+    QTest::newRow("semicolons after a CJK character") << QStringLiteral("\u65e5;touch X;.app");
+    QTest::newRow("quote after a CJK character") << QStringLiteral("\u529f'touch X'.app");
+    QTest::newRow("substitution after a CJK character") << QStringLiteral("\u8a31$(touch X).app");
+}
+
+// A Mac's /bin/sh is bash, which reads a script in the locale it was started in.
+void tst_LVToolSearchAndDelete::scriptMeansTheSameInABig5Locale()
+{
+    QFETCH(QString, name);
+    const QString bash = QStandardPaths::findExecutable(QStringLiteral("bash"));
+    if (bash.isEmpty())
+        QSKIP("No bash here.");
+    const QString locales = _env->path() + QStringLiteral("/locales");
+    QVERIFY(QDir().mkpath(locales));
+    QProcess localedef;
+    localedef.start(QStringLiteral("localedef"), {QStringLiteral("-i"), QStringLiteral("zh_TW"), QStringLiteral("-f"),
+                                                  QStringLiteral("BIG5"), locales + QStringLiteral("/zh_TW.BIG5")});
+    if (!localedef.waitForFinished(60000) || !QFileInfo::exists(locales + QStringLiteral("/zh_TW.BIG5")))
+        QSKIP("No Big5 locale can be made here (localedef with the zh_TW source and the BIG5 charmap).");
+
+    const QString folder = _env->path() + QStringLiteral("/cwd");
+    QVERIFY(QDir().mkpath(folder + QStringLiteral("/from/") + name));
+    QVERIFY(QDir().mkpath(trash()));
+    QFile script(_env->path() + QStringLiteral("/move.sh"));
+    QVERIFY(script.open(QIODevice::WriteOnly));
+    script.write(LVToolSearchAndDelete::moveItemsToTrashScript({folder + QStringLiteral("/from/") + name}));
+    script.close();
+
+    QProcess shell;
+    shell.setWorkingDirectory(folder);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("LOCPATH"), locales);
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("zh_TW.BIG5"));
+    shell.setProcessEnvironment(environment);
+    shell.start(bash, {script.fileName()});
+    QVERIFY(shell.waitForFinished(30000));
+    QVERIFY2(!shell.readAllStandardError().contains("locale"), "bash did not take the Big5 locale");
+    QCOMPARE(shell.readAllStandardOutput().trimmed(), QByteArray("0"));
+    QVERIFY(!QFileInfo::exists(folder + QStringLiteral("/X")));
+    QVERIFY(QFileInfo::exists(trash() + QLatin1Char('/') + name));
 }
 
 LV_TEST_MAIN(tst_LVToolSearchAndDelete)
