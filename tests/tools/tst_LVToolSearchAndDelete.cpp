@@ -277,7 +277,7 @@ void tst_LVToolSearchAndDelete::scriptMeansTheSameInABig5Locale_data()
     QTest::addColumn<QString>("name");
     // The last byte of these characters in UTF-8 and the byte after them make one Big5 character.
     QTest::newRow("semicolons after a CJK character") << QStringLiteral("\u65e5;touch X;.app");
-    QTest::newRow("quote after a CJK character") << QStringLiteral("\u529f'touch X'.app");
+    QTest::newRow("quote after a CJK character") << QStringLiteral("\u65e5'touch X'.app");
     QTest::newRow("substitution after a CJK character") << QStringLiteral("\u8a31$(touch X).app");
 }
 
