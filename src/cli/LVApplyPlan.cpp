@@ -5,7 +5,10 @@
 #include "foundation/VMPropertyList.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QHash>
+#include <QSet>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -21,31 +24,98 @@ struct Wish
     bool direct = false;
 };
 
+// The first key that the top level of a JSON object `data` (already known to be valid) names a
+// second time; null when each is named once. The parser keeps the last silently.
+QString repeatedKey(const QByteArray& data)
+{
+    QSet<QString> seen;
+    int depth = 0;
+    for (qsizetype i = 0; i < data.size(); ++i) {
+        const char c = data.at(i);
+        if (c == '{' || c == '[') {
+            ++depth;
+        } else if (c == '}' || c == ']') {
+            --depth;
+        } else if (c == '"') {
+            const qsizetype start = i;
+            for (++i; i < data.size() && data.at(i) != '"'; ++i) {
+                if (data.at(i) == '\\')
+                    ++i;
+            }
+            qsizetype next = i + 1;
+            while (next < data.size() && QChar::isSpace(uchar(data.at(next))))
+                ++next;
+            if (depth != 1 || next >= data.size() || data.at(next) != ':')
+                continue;
+            const QJsonDocument key = QJsonDocument::fromJson('[' + data.mid(start, i - start + 1) + ']');
+            const QString name = key.array().first().toString();
+            if (seen.contains(name))
+                return name;
+            seen.insert(name);
+        }
+    }
+    return QString();
+}
+
 } // namespace
 
 QVariantMap LVApplyPlan::readFile(const QString& path, QString* error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = QStringLiteral("Cannot read %1: %2").arg(path, file.errorString());
+    // A device or a pipe (through a link, too) could be endless or never answer.
+    const QFileInfo info(path);
+    if (!info.isFile()) {
+        *error = QStringLiteral("%1 is not a regular file.").arg(shown(path));
         return {};
     }
-    const QByteArray data = file.readAll();
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = QStringLiteral("Cannot read %1: %2").arg(shown(path), file.errorString());
+        return {};
+    }
+    const QByteArray data = file.read(maximumFileSize + 1);
+    if (data.size() > maximumFileSize) {
+        *error = QStringLiteral("%1 is larger than %2 bytes.").arg(shown(path)).arg(maximumFileSize);
+        return {};
+    }
+    return readData(data, path, error);
+}
+
+QVariantMap LVApplyPlan::readData(const QByteArray& data, const QString& name, QString* error)
+{
     QJsonParseError jsonError;
     const QJsonDocument json = QJsonDocument::fromJson(data, &jsonError);
     if (jsonError.error == QJsonParseError::NoError) {
         if (!json.isObject()) {
-            *error = QStringLiteral("%1 must hold one object of product IDs.").arg(path);
+            *error = QStringLiteral("%1 must hold one object of product IDs.").arg(shown(name));
+            return {};
+        }
+        if (const QString twice = repeatedKey(data); !twice.isNull()) {
+            *error = QStringLiteral("%1 names '%2' more than once.").arg(shown(name), shown(twice));
             return {};
         }
         return json.object().toVariantMap();
     }
     const QVariant plist = VMPropertyList::fromData(data);
     if (plist.typeId() != QMetaType::QVariantMap) {
-        *error = QStringLiteral("%1 is neither a JSON object nor a property-list dictionary.").arg(path);
+        *error = QStringLiteral("%1 is neither a JSON object nor a property-list dictionary.").arg(shown(name));
         return {};
     }
     return plist.toMap();
+}
+
+VMVersionItemPtr LVApplyPlan::exactVersion(const VMSingleProductItem& product, const QString& version)
+{
+    for (const VMVersionItemPtr& item : product.versionItems()) {
+        if (item && item->productVersion() == version)
+            return item;
+    }
+    return nullptr;
+}
+
+QString LVApplyPlan::shown(const QString& text)
+{
+    constexpr qsizetype kLongest = 80;
+    return text.size() <= kLongest ? text : text.left(kLongest) + QStringLiteral("…");
 }
 
 QList<LVApplyPlan::Step> LVApplyPlan::make(const QVariantMap& desired, const VMProductsCollection& collection,
@@ -55,7 +125,7 @@ QList<LVApplyPlan::Step> LVApplyPlan::make(const QVariantMap& desired, const VMP
     for (auto it = desired.cbegin(); it != desired.cend(); ++it) {
         const QString& key = it.key();
         if (it.value().typeId() != QMetaType::QString || it.value().toString().trimmed().isEmpty()) {
-            *error = QStringLiteral("'%1' must be \"latest\", \"absent\" or a version string.").arg(key);
+            *error = QStringLiteral("'%1' must be \"latest\", \"absent\" or a version string.").arg(shown(key));
             return {};
         }
         QString value = it.value().toString().trimmed();
@@ -72,7 +142,8 @@ QList<LVApplyPlan::Step> LVApplyPlan::make(const QVariantMap& desired, const VMP
                 products = {single};
             } else if (auto bundle = std::dynamic_pointer_cast<VMBundleProductItem>(found.first())) {
                 if (value != kLatest && value != kAbsent) {
-                    *error = QStringLiteral("A bundle has no versions to choose from: '%1' is \"%2\".").arg(key, value);
+                    *error = QStringLiteral("A bundle has no versions to choose from: '%1' is \"%2\".")
+                                 .arg(shown(key), shown(value));
                     return {};
                 }
                 products = collection.bundleMembers(*bundle);
@@ -89,12 +160,13 @@ QList<LVApplyPlan::Step> LVApplyPlan::make(const QVariantMap& desired, const VMP
             }
         }
         if (products.isEmpty()) {
-            *error = QStringLiteral("No product or bundle with the ID '%1' in the catalogue.").arg(key);
+            *error = QStringLiteral("No product or bundle with the ID '%1' in the catalogue.").arg(shown(key));
             return {};
         }
         for (const VMSingleProductItemPtr& product : std::as_const(products)) {
-            if (value != kLatest && value != kAbsent && !product->versionItemForVersionString(value)) {
-                *error = QStringLiteral("'%1' has no version %2.").arg(product->productID(), value);
+            if (value != kLatest && value != kAbsent && !exactVersion(*product, value)) {
+                *error = QStringLiteral("'%1' has no version %2 (the key '%3').")
+                             .arg(product->productID(), shown(value), shown(key));
                 return {};
             }
             const auto previous = wishes.constFind(product->productID());
@@ -102,7 +174,7 @@ QList<LVApplyPlan::Step> LVApplyPlan::make(const QVariantMap& desired, const VMP
                 continue; // what the file says of the product itself beats what it says of its bundle
             if (previous != wishes.cend() && previous->direct == direct && previous->value != value) {
                 *error = QStringLiteral("'%1' and '%2' ask for different things of %3.")
-                             .arg(previous->source, key, product->productID());
+                             .arg(shown(previous->source), shown(key), product->productID());
                 return {};
             }
             wishes.insert(product->productID(), Wish{value, key, direct});
@@ -122,8 +194,8 @@ QList<LVApplyPlan::Step> LVApplyPlan::make(const QVariantMap& desired, const VMP
         if (step.wanted == kAbsent) {
             step.action = isInstalled ? Action::Uninstall : Action::None;
         } else {
-            step.target = step.wanted == kLatest ? product->latestVersionItem()
-                                                 : product->versionItemForVersionString(step.wanted);
+            step.target =
+                step.wanted == kLatest ? product->latestVersionItem() : exactVersion(*product, step.wanted);
             if (!step.target) {
                 *error = QStringLiteral("'%1' has no version at all.").arg(product->productID());
                 return {};

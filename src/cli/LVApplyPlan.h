@@ -27,9 +27,19 @@ public:
 
     LVApplyPlan() = delete;
 
-    // A JSON object or a property-list dictionary (XML or binary). Empty map and `error` set when
-    // the file is neither.
+    // The largest desired-state file read.
+    static constexpr qint64 maximumFileSize = 1024 * 1024;
+
+    // A regular file of at most maximumFileSize bytes holding a JSON object (each key once) or a
+    // property-list dictionary (XML or binary). Empty map and `error` set (naming the file and,
+    // where there is one, the key) otherwise.
     static QVariantMap readFile(const QString& path, QString* error);
+    // The same, from the file's bytes; `name` names it in errors.
+    static QVariantMap readData(const QByteArray& data, const QString& name, QString* error);
+    // The product's version whose version string is exactly `version`; null when none is.
+    static VMVersionItemPtr exactVersion(const VMSingleProductItem& product, const QString& version);
+    // A key or value as errors show it: short enough for a terminal line.
+    static QString shown(const QString& text);
     // One step per product named, in catalogue order. An ID, version or value the catalogue does
     // not know gives no steps and `error` says which.
     static QList<Step> make(const QVariantMap& desired, const VMProductsCollection& collection,

@@ -487,7 +487,7 @@ int LVCommandLine::run(const QStringList& arguments)
         const QList<LVApplyPlan::Step> steps =
             LVApplyPlan::make(desired, collection, &LVHeadlessSession::detectInstalledVersion, &planError);
         if (!planError.isEmpty()) {
-            err() << planError << '\n';
+            err() << LVApplyPlan::shown(parser.value(QStringLiteral("apply"))) << ": " << planError << '\n';
             return UsageError;
         }
         installConsent(parser.isSet(QStringLiteral("yes")));
@@ -504,9 +504,13 @@ int LVCommandLine::run(const QStringList& arguments)
     for (const QString& argument : ids) {
         const QString id = argument.section(QLatin1Char('@'), 0, 0);
         const QString version = argument.contains(QLatin1Char('@')) ? argument.section(QLatin1Char('@'), 1) : QString();
+        if (argument.contains(QLatin1Char('@')) && version.isEmpty()) {
+            err() << "'" << LVApplyPlan::shown(argument) << "' names no version after '@'.\n";
+            return UsageError;
+        }
         const QList<VMProductItemPtr> found = collection.productItemsWithProductIDs({id});
         if (found.isEmpty()) {
-            err() << "No product or bundle with the ID '" << id << "' in the catalogue.\n";
+            err() << "No product or bundle with the ID '" << LVApplyPlan::shown(id) << "' in the catalogue.\n";
             return UsageError;
         }
         QList<VMSingleProductItemPtr> products;
@@ -521,10 +525,10 @@ int LVCommandLine::run(const QStringList& arguments)
         }
         for (const VMSingleProductItemPtr& product : products) {
             VMVersionItemPtr versionItem =
-                version.isEmpty() ? product->latestVersionItem() : product->versionItemForVersionString(version);
+                version.isEmpty() ? product->latestVersionItem() : LVApplyPlan::exactVersion(*product, version);
             if (!versionItem) {
                 err() << "'" << product->productID() << "' has no version "
-                      << (version.isEmpty() ? QStringLiteral("at all") : version) << ".\n";
+                      << (version.isEmpty() ? QStringLiteral("at all") : LVApplyPlan::shown(version)) << ".\n";
                 return UsageError;
             }
             targets.append({product, versionItem});

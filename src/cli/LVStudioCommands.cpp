@@ -102,6 +102,14 @@ namespace LVStudioCommands {
 
 int apply(const QList<LVApplyPlan::Step>& steps, bool dryRun, bool json)
 {
+    if (steps.isEmpty()) {
+        if (json)
+            printJson(QJsonObject{{QStringLiteral("outcome"), QStringLiteral("nothing to do")}});
+        else
+            out() << "Nothing to do: the file names no product.\n";
+        out().flush();
+        return LVCommandLine::Success;
+    }
     bool changes = false;
     for (const LVApplyPlan::Step& step : steps)
         changes = changes || step.action != LVApplyPlan::Action::None;
