@@ -11,6 +11,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 
 namespace {
 
@@ -105,11 +106,17 @@ QVariantMap LVApplyPlan::readData(const QByteArray& data, const QString& name, Q
 
 VMVersionItemPtr LVApplyPlan::exactVersion(const VMSingleProductItem& product, const QString& version)
 {
+    // "1.1.0" names "1.1"; "2.0.1x" names nothing, though the loose comparison would read 2.0.1.
+    static const QRegularExpression numeric(QStringLiteral("^[0-9]+(\\.[0-9]+)*$"));
+    const bool wellFormed = numeric.match(version).hasMatch();
+    VMVersionItemPtr equal;
     for (const VMVersionItemPtr& item : product.versionItems()) {
         if (item && item->productVersion() == version)
             return item;
+        if (item && wellFormed && !equal && VMUtils::compareVersion(item->productVersion(), version) == 0)
+            equal = item;
     }
-    return nullptr;
+    return equal;
 }
 
 QString LVApplyPlan::shown(const QString& text)

@@ -14,7 +14,8 @@ class tst_LVApplyPlan : public QObject
 private slots:
     void plan_data();
     void plan();
-    void readsJsonAndPropertyLists();
+    void readsOnlyWellFormedFiles_data();
+    void readsOnlyWellFormedFiles();
 };
 
 namespace {
@@ -72,6 +73,7 @@ void tst_LVApplyPlan::plan_data()
         << QVariantMap{{"com.example.C", "absent"}} << QVariantMap{{"C", "3.0"}} << "C:uninstall:";
     QTest::newRow("unknown ID") << QVariantMap{{"A", "latest"}, {"NOPE", "latest"}} << QVariantMap{} << "error";
     QTest::newRow("unknown version") << QVariantMap{{"A", "9.9"}} << QVariantMap{} << "error";
+    QTest::newRow("a version with something after it") << QVariantMap{{"A", "2.0x"}} << QVariantMap{} << "error";
     QTest::newRow("bundle pinned to a version") << QVariantMap{{"S", "1.0"}} << QVariantMap{} << "error";
     QTest::newRow("not a string") << QVariantMap{{"A", 2}} << QVariantMap{} << "error";
     QTest::newRow("two bundles disagree") << QVariantMap{{"S", "latest"}, {"T", "absent"}} << QVariantMap{} << "error";
@@ -105,28 +107,51 @@ void tst_LVApplyPlan::plan()
     QCOMPARE(described.join(' '), plan);
 }
 
-void tst_LVApplyPlan::readsJsonAndPropertyLists()
+void tst_LVApplyPlan::readsOnlyWellFormedFiles_data()
 {
-    TestEnvironment env;
+    QTest::addColumn<QByteArray>("data"); // or "<link to /dev/zero>", "<fifo>"
+    QTest::addColumn<bool>("valid");
+    QTest::addColumn<QString>("reason");
     const QVariantMap expected{{"LV-PRISM", "latest"}, {"LV-RETRO", "absent"}};
-    const QList<QPair<QString, QByteArray>> files = {
-        {"state.json", R"({"LV-PRISM": "latest", "LV-RETRO": "absent"})"},
-        {"state.plist", VMPropertyList::toXmlData(expected)},
-        {"binary.plist", VMPropertyList::toBinaryData(expected)},
-        {"array.json", R"(["LV-PRISM"])"},
-        {"garbage.txt", "LV-PRISM: latest"},
-    };
-    for (const auto& [name, data] : files) {
-        const QString path = env.path() + '/' + name;
+    QTest::newRow("JSON") << QByteArray(R"({"LV-PRISM": "latest", "LV-RETRO": "absent"})") << true << "";
+    QTest::newRow("XML property list") << VMPropertyList::toXmlData(expected) << true << "";
+    QTest::newRow("binary property list") << VMPropertyList::toBinaryData(expected) << true << "";
+    QTest::newRow("an array") << QByteArray(R"(["LV-PRISM"])") << false << "must hold one object";
+    QTest::newRow("garbage") << QByteArray("LV-PRISM: latest") << false << "neither";
+    QTest::newRow("a key twice") << QByteArray(R"({"LV-PRISM": "latest", "LV-RETRO": "absent", "LV-PRISM": "absent"})")
+                                 << false << "names 'LV-PRISM' more than once";
+    QTest::newRow("a key twice, escaped once")
+        << QByteArray(R"({"LV-PRISM": "latest", "LV-\u0050RISM": "absent"})") << false
+        << "names 'LV-PRISM' more than once";
+    QTest::newRow("too large") << QByteArray("{}").append(QByteArray(LVApplyPlan::maximumFileSize, ' ')) << false
+                               << "is larger than";
+    QTest::newRow("a link to an endless device") << QByteArray("<link to /dev/zero>") << false << "not a regular file";
+    QTest::newRow("a pipe") << QByteArray("<fifo>") << false << "not a regular file";
+}
+
+void tst_LVApplyPlan::readsOnlyWellFormedFiles()
+{
+    QFETCH(QByteArray, data);
+    QFETCH(bool, valid);
+    QFETCH(QString, reason);
+    TestEnvironment env;
+    const QString path = env.path() + QStringLiteral("/state");
+    if (data == "<link to /dev/zero>") {
+        QVERIFY(QFile::link(QStringLiteral("/dev/zero"), path));
+    } else if (data == "<fifo>") {
+        QCOMPARE(QProcess::execute(QStringLiteral("mkfifo"), {path}), 0);
+    } else {
         QFile file(path);
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(data);
-        file.close();
-        QString error;
-        const QVariantMap read = LVApplyPlan::readFile(path, &error);
-        const bool valid = !name.startsWith("array") && !name.startsWith("garbage");
-        QCOMPARE(read, valid ? expected : QVariantMap());
-        QCOMPARE(error.isEmpty(), valid);
+    }
+    QString error;
+    const QVariantMap read = LVApplyPlan::readFile(path, &error);
+    QCOMPARE(read, valid ? QVariantMap{{"LV-PRISM", "latest"}, {"LV-RETRO", "absent"}} : QVariantMap());
+    QCOMPARE(error.isEmpty(), valid);
+    if (!valid) {
+        QVERIFY2(error.contains(path) && error.contains(reason), qPrintable(error));
+        QVERIFY(error.size() < 300);
     }
 }
 
