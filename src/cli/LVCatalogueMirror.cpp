@@ -6,10 +6,12 @@
 #include "engines/LVPackageChecksum.h"
 #include "foundation/VMPropertyList.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QJsonDocument>
 #include <QSaveFile>
 #include <filesystem>
@@ -69,9 +71,14 @@ void LVCatalogueMirror::add(const QVariant& value, bool package, const QString& 
     const QString text = value.toString();
     if (text.isEmpty())
         return;
-    const QUrl url(text);
-    if (url.isRelative() || url.host().isEmpty())
-        return; // already a path on this server
+    QUrl url(text);
+    // A path alone lies on the source's download server, as the application reads it.
+    if (url.isRelative() && url.host().isEmpty() && url.path().startsWith(QLatin1Char('/'))) {
+        QUrl resolved = LVServers::downloadURL(url.path(QUrl::FullyEncoded));
+        if (url.hasQuery())
+            resolved.setQuery(url.query(QUrl::FullyEncoded));
+        url = resolved;
+    }
     for (Entry& entry : _entries) {
         if (entry.source == url) {
             entry.package = entry.package || package;
@@ -126,15 +133,26 @@ void LVCatalogueMirror::collect(const QVariantMap& catalogue)
     for (const QString& path : kToolPaths)
         add(LVServers::downloadURL(path).toString(), false);
 
-    // Two URLs that would land on one file: the first keeps it.
-    QStringList taken{kCatalogueFile, QLatin1String(manifestFileName)};
+    // Two URLs that would land on one file (another host, another query): the later ones go into
+    // a folder named after their whole URL, keeping their file name.
+    QStringList taken{kCatalogueFile, QLatin1String(manifestFileName), QLatin1String(lockFileName)};
     for (Entry& entry : _entries) {
-        if (entry.path.isEmpty())
+        const QString scheme = entry.source.scheme();
+        if (scheme != QLatin1String("http") && scheme != QLatin1String("https")) {
+            entry.result.detail = QStringLiteral("Not an http or https URL; it can't be mirrored.");
+        } else if (entry.path.isEmpty()) {
             entry.result.detail = QStringLiteral("The URL's path can't be kept inside the mirror.");
-        else if (taken.contains(entry.path))
-            entry.result.detail = QStringLiteral("Another file of the catalogue is kept at %1.").arg(entry.path);
-        else
+        } else {
+            if (taken.contains(entry.path)) {
+                const QString hash = QString::fromLatin1(
+                    QCryptographicHash::hash(entry.source.toEncoded(), QCryptographicHash::Sha256).toHex().left(16));
+                const QFileInfo name(entry.path);
+                entry.path = (name.path() == QLatin1String(".") ? QString() : name.path() + QLatin1Char('/')) + hash +
+                             QLatin1Char('/') + name.fileName();
+                entry.result.path = entry.path;
+            }
             taken.append(entry.path);
+        }
         if (!entry.result.detail.isEmpty())
             entry.result.outcome = QStringLiteral("failed");
     }
@@ -164,6 +182,17 @@ QList<LVCatalogueMirror::FileResult> LVCatalogueMirror::run(const QVariantMap& c
     _entries.clear();
     collect(catalogue);
     const QString manifestPath = QDir(_folder).filePath(QLatin1String(manifestFileName));
+    QDir().mkpath(_folder);
+    QLockFile lock(QDir(_folder).filePath(QLatin1String(lockFileName)));
+    lock.setStaleLockTime(0);
+    if (!lock.tryLock(0)) {
+        qint64 pid = 0;
+        QString host, application;
+        lock.getLockInfo(&pid, &host, &application);
+        if (error)
+            *error = QStringLiteral("Another run (process %1) is writing this mirror.").arg(pid);
+        return {};
+    }
     {
         QFile manifest(manifestPath);
         if (manifest.open(QIODevice::ReadOnly))
@@ -192,28 +221,60 @@ QList<LVCatalogueMirror::FileResult> LVCatalogueMirror::run(const QVariantMap& c
         _loop = nullptr;
     }
 
-    QString writeError;
-    QJsonDocument manifest(_manifest);
-    if (!writeAtomically(manifestPath, manifest.toJson(QJsonDocument::Indented), &writeError) && error)
-        *error = writeError;
-
-    QList<FileResult> results;
-    int failedPackages = 0;
+    QStringList failedPackages, failedOthers;
     for (const Entry& entry : std::as_const(_entries)) {
-        results.append(entry.result);
-        if (entry.package && entry.result.outcome == QLatin1String("failed"))
-            ++failedPackages;
+        if (entry.result.outcome == QLatin1String("failed"))
+            (entry.package ? failedPackages : failedOthers).append(entry.path.isEmpty() ? entry.result.url : entry.path);
     }
-    if (failedPackages > 0) {
+    QString writeError;
+    // A failed run leaves the previous catalogue and every file it names as they were.
+    if (!failedPackages.isEmpty() || !publish(&writeError)) {
+        for (const Entry& entry : std::as_const(_entries)) {
+            if (entry.result.outcome == QLatin1String("downloaded"))
+                QFile::remove(partPath(entry));
+        }
         if (error)
-            *error = QStringLiteral("%1 package(s) could not be mirrored; the mirror's catalogue was left as it was.")
-                         .arg(failedPackages);
-        return results;
+            *error = !writeError.isEmpty()
+                         ? writeError
+                         : QStringLiteral("%1 package(s) could not be mirrored (%2); the mirror was left as it was.")
+                               .arg(failedPackages.size())
+                               .arg(failedPackages.join(QStringLiteral(", ")));
+    } else {
+        const QByteArray data = VMPropertyList::toXmlData(rewritten(catalogue));
+        if (!writeAtomically(QDir(_folder).filePath(kCatalogueFile), data, &writeError) && error)
+            *error = writeError;
+        else if (!failedOthers.isEmpty() && error)
+            *error = QStringLiteral("%1 other file(s) could not be mirrored (%2); the catalogue names them where they "
+                                    "were.")
+                         .arg(failedOthers.size())
+                         .arg(failedOthers.join(QStringLiteral(", ")));
     }
-    const QByteArray data = VMPropertyList::toXmlData(rewritten(catalogue));
-    if (!writeAtomically(QDir(_folder).filePath(kCatalogueFile), data, &writeError) && error)
-        *error = writeError;
+    QList<FileResult> results;
+    for (const Entry& entry : std::as_const(_entries))
+        results.append(entry.result);
     return results;
+}
+
+bool LVCatalogueMirror::publish(QString* error)
+{
+    QJsonObject manifest = _manifest;
+    for (Entry& entry : _entries) {
+        if (entry.result.outcome != QLatin1String("downloaded"))
+            continue;
+        std::error_code code;
+        std::filesystem::rename(QFile::encodeName(partPath(entry)).toStdString(),
+                                QFile::encodeName(QDir(_folder).filePath(entry.path)).toStdString(), code);
+        if (code) {
+            *error = QStringLiteral("Cannot put %1 in place: %2").arg(entry.path, QString::fromStdString(code.message()));
+            return false;
+        }
+        manifest.insert(entry.path, QJsonObject{{QStringLiteral("url"), entry.source.toString()},
+                                                {QStringLiteral("size"), double(entry.result.bytes)},
+                                                {QStringLiteral("sha256"), entry.result.sha256}});
+    }
+    _manifest = manifest;
+    return writeAtomically(QDir(_folder).filePath(QLatin1String(manifestFileName)),
+                           QJsonDocument(_manifest).toJson(QJsonDocument::Indented), error);
 }
 
 void LVCatalogueMirror::startNext()
@@ -222,7 +283,8 @@ void LVCatalogueMirror::startNext()
         const int index = _queue.takeFirst();
         Entry& entry = _entries[index];
         QDir().mkpath(QFileInfo(QDir(_folder).filePath(entry.path)).absolutePath());
-        LVDownloader* downloader = LVDownloader::downloaderWithURL(entry.source, this);
+        // The mirror's own fetches keep their scheme: what it publishes is what the source serves.
+        LVDownloader* downloader = LVDownloader::initWithURLKeepingScheme(entry.source, this);
         if (!downloader) {
             finish(entry, QStringLiteral("Not a URL that can be downloaded."));
             continue;
@@ -279,20 +341,10 @@ void LVCatalogueMirror::downloadCompleted(LVDownloader* downloader)
     else if (failure.isEmpty() && !entry.expectedSHA256.isEmpty() && hash != entry.expectedSHA256)
         failure = QStringLiteral("The file's SHA-256 is %1, the catalogue names %2.").arg(hash, entry.expectedSHA256);
     if (failure.isEmpty()) {
-        std::error_code code;
-        std::filesystem::rename(QFile::encodeName(part).toStdString(),
-                                QFile::encodeName(QDir(_folder).filePath(entry.path)).toStdString(), code);
-        if (code)
-            failure =
-                QStringLiteral("Cannot put %1 in place: %2").arg(entry.path, QString::fromStdString(code.message()));
-    }
-    if (failure.isEmpty()) {
+        // Put in place only when the whole run has succeeded (publish()).
         entry.result.bytes = size;
         entry.result.sha256 = hash;
         _downloadedBytes += size;
-        _manifest.insert(entry.path, QJsonObject{{QStringLiteral("url"), entry.source.toString()},
-                                                 {QStringLiteral("size"), double(size)},
-                                                 {QStringLiteral("sha256"), hash}});
     }
     finish(entry, failure);
     startNext();

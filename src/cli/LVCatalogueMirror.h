@@ -18,7 +18,8 @@ class QEventLoop;
 // override: the catalogue with its download URLs pointing into the folder, the installer packages
 // (of the latest versions, or of all), the uninstall scripts, the tools' scripts and diagnostics
 // tool, the icons, news images and licence, and a "Download SHA256" for every package. A re-run
-// fetches only what changed; no file appears under its final name before it is complete and checked.
+// fetches only what changed; nothing appears under its final name before every file of the run is
+// complete and checked, so a failed run leaves the previous mirror as it was.
 class LVCatalogueMirror : public QObject, public LVDownloaderDelegate
 {
     Q_OBJECT
@@ -27,6 +28,8 @@ public:
     // What the folder holds and where each file came from (sizes and hashes), for the next run.
     static constexpr const char* manifestFileName = ".lv-mirror.json";
     static constexpr int parallelDownloads = 6;
+    // Held while a run writes the folder: one run per folder at a time.
+    static constexpr const char* lockFileName = ".lv-mirror.lock";
 
     struct FileResult
     {
@@ -81,6 +84,8 @@ private:
     QVariantMap rewritten(const QVariantMap& catalogue) const;
     QVariant rewrittenURL(const QVariant& url) const;
     QString partPath(const Entry& entry) const;
+    // Moves every downloaded file into place and records them; false with `error` on the first failure.
+    bool publish(QString* error);
 
     QString _folder;
     QUrl _baseURL;

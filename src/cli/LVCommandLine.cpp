@@ -424,6 +424,11 @@ int LVCommandLine::run(const QStringList& arguments)
         return Success;
     }
     const bool json = parser.isSet(QStringLiteral("json"));
+    // "--mirror --all-versions" would take the next option for the folder.
+    for (const QString& option : parser.optionNames()) {
+        if (parser.value(option).startsWith(QLatin1String("--")))
+            return usageError(QStringLiteral("--%1 needs a value, not the option %2.").arg(option, parser.value(option)));
+    }
     int commands = 0;
     for (const QString& option : commandOptions)
         commands += parser.isSet(option) ? 1 : 0;
