@@ -417,7 +417,7 @@ void LVDownloader::receive(qint64 count, const QByteArray* data)
         if (!_reportDue && delegate()) {
             _reportDue = true;
             const qint64 wait = 1000 - _lastProgressUpdateDate.msecsTo(now);
-            QTimer::singleShot(std::max<qint64>(wait, 0), Qt::PreciseTimer, this, [this] {
+            QTimer::singleShot(int(std::max<qint64>(wait, 0)), Qt::PreciseTimer, this, [this] {
                 if (_reportDue && !_ended)
                     reportProgress();
             });
