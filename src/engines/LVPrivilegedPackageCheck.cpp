@@ -6,7 +6,6 @@ namespace {
 
 // $1 package, $2 expected digest, $3 installer, $4 folder for the copy, then the digest command.
 constexpr const char* kScript = R"(export LC_ALL=C
-umask 077
 package=$1 expected=$2 installer=$3 parent=$4
 shift 4
 mkdir -p "$parent" || exit 1
