@@ -48,8 +48,8 @@ QString repeatedKey(const QByteArray& data)
                 ++next;
             if (depth != 1 || next >= data.size() || data.at(next) != ':')
                 continue;
-            const QJsonDocument key = QJsonDocument::fromJson('[' + data.mid(start, i - start + 1) + ']');
-            const QString name = key.array().first().toString();
+            const QJsonArray key = QJsonDocument::fromJson('[' + data.mid(start, i - start + 1) + ']').array();
+            const QString name = key.isEmpty() ? QString() : key.first().toString();
             if (seen.contains(name))
                 return name;
             seen.insert(name);
