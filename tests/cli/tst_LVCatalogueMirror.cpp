@@ -1,3 +1,5 @@
+#include "TestMain.h"
+
 #include "LocalHttpServer.h"
 #include "catalogue/LVServers.h"
 #include "cli/LVCatalogueMirror.h"
@@ -142,5 +144,5 @@ void tst_LVCatalogueMirror::urlsOnOnePathGetTheirOwnFiles()
     QCOMPARE(paths.size(), 3);
 }
 
-QTEST_GUILESS_MAIN(tst_LVCatalogueMirror)
+LV_TEST_GUILESS_MAIN(tst_LVCatalogueMirror)
 #include "tst_LVCatalogueMirror.moc"
