@@ -314,6 +314,11 @@ void tst_DemoInstalls::oneDigestRuleOnAPathOnlyMirror()
         QVERIFY2(owner.outcome.contains("The installer of 'Prismatic Glow' did not match its checksum and was deleted."),
                  qPrintable(owner.outcome));
         QCOMPARE(record->checkInstalledPluginVersion(), QString());
+        // A package swapped after the first check is caught by the administrator step's own.
+        const QStringList log = _env->systemLog->lines();
+        QCOMPARE(std::any_of(log.begin(), log.end(),
+                             [](const QString& line) { return line.contains("found by the administrator step"); }),
+                 tampering == QLatin1String("swapped"));
     }
     // cleanup() checks that the package is gone either way.
 }

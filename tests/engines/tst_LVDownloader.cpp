@@ -906,7 +906,7 @@ void tst_LVDownloader::downloadsHaveLimits()
     QVERIFY(awaitEnd(delegate, 8000));
     QVERIFY2(clock.elapsed() < 6000, qPrintable(QString::number(clock.elapsed())));
     QCOMPARE(downloader->error().code(), qint64(errorCode));
-    QCOMPARE(delegate.finalEvent(), QStringLiteral(errorCode == 0 ? "completed" : "failed"));
+    QCOMPARE(delegate.finalEvent(), QString::fromLatin1(errorCode == 0 ? "completed" : "failed"));
 }
 
 void tst_LVDownloader::progressHeldBackIsReportedWhenTheSecondIsOver()
