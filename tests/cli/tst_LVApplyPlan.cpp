@@ -147,7 +147,8 @@ void tst_LVApplyPlan::readsOnlyWellFormedFiles()
     }
     QString error;
     const QVariantMap read = LVApplyPlan::readFile(path, &error);
-    QCOMPARE(read, valid ? QVariantMap{{"LV-PRISM", "latest"}, {"LV-RETRO", "absent"}} : QVariantMap());
+    const QVariantMap expected{{"LV-PRISM", "latest"}, {"LV-RETRO", "absent"}};
+    QCOMPARE(read, valid ? expected : QVariantMap());
     QCOMPARE(error.isEmpty(), valid);
     if (!valid) {
         QVERIFY2(error.contains(path) && error.contains(reason), qPrintable(error));
