@@ -7,11 +7,11 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
-#include <QSet>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <QSet>
 
 namespace {
 
@@ -201,8 +201,7 @@ QList<LVApplyPlan::Step> LVApplyPlan::make(const QVariantMap& desired, const VMP
         if (step.wanted == kAbsent) {
             step.action = isInstalled ? Action::Uninstall : Action::None;
         } else {
-            step.target =
-                step.wanted == kLatest ? product->latestVersionItem() : exactVersion(*product, step.wanted);
+            step.target = step.wanted == kLatest ? product->latestVersionItem() : exactVersion(*product, step.wanted);
             if (!step.target) {
                 *error = QStringLiteral("'%1' has no version at all.").arg(product->productID());
                 return {};

@@ -11,8 +11,8 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
-#include <QLockFile>
 #include <QJsonDocument>
+#include <QLockFile>
 #include <QSaveFile>
 #include <filesystem>
 
@@ -224,7 +224,8 @@ QList<LVCatalogueMirror::FileResult> LVCatalogueMirror::run(const QVariantMap& c
     QStringList failedPackages, failedOthers;
     for (const Entry& entry : std::as_const(_entries)) {
         if (entry.result.outcome == QLatin1String("failed"))
-            (entry.package ? failedPackages : failedOthers).append(entry.path.isEmpty() ? entry.result.url : entry.path);
+            (entry.package ? failedPackages : failedOthers)
+                .append(entry.path.isEmpty() ? entry.result.url : entry.path);
     }
     QString writeError;
     // A failed run leaves the previous catalogue and every file it names as they were.
@@ -265,7 +266,8 @@ bool LVCatalogueMirror::publish(QString* error)
         std::filesystem::rename(QFile::encodeName(partPath(entry)).toStdString(),
                                 QFile::encodeName(QDir(_folder).filePath(entry.path)).toStdString(), code);
         if (code) {
-            *error = QStringLiteral("Cannot put %1 in place: %2").arg(entry.path, QString::fromStdString(code.message()));
+            *error =
+                QStringLiteral("Cannot put %1 in place: %2").arg(entry.path, QString::fromStdString(code.message()));
             return false;
         }
         manifest.insert(entry.path, QJsonObject{{QStringLiteral("url"), entry.source.toString()},

@@ -10,8 +10,8 @@
 #include "cli/LVHeadlessSession.h"
 #include "cli/LVStudioCommands.h"
 #include "engines/LVActionHistory.h"
-#include "engines/LVDownloader.h"
 #include "engines/LVDownloadFolder.h"
+#include "engines/LVDownloader.h"
 #include "engines/LVOperationLock.h"
 #include "engines/LVPackageChecksum.h"
 #include "platform/InterruptCleanup.h"
@@ -427,7 +427,8 @@ int LVCommandLine::run(const QStringList& arguments)
     // "--mirror --all-versions" would take the next option for the folder.
     for (const QString& option : parser.optionNames()) {
         if (parser.value(option).startsWith(QLatin1String("--")))
-            return usageError(QStringLiteral("--%1 needs a value, not the option %2.").arg(option, parser.value(option)));
+            return usageError(
+                QStringLiteral("--%1 needs a value, not the option %2.").arg(option, parser.value(option)));
     }
     int commands = 0;
     for (const QString& option : commandOptions)

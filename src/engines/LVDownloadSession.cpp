@@ -266,7 +266,7 @@ void LVDownloadSession::collectFinishedTransfers()
         const std::shared_ptr<LVDownloadTask> task = found->second;
         const CURLcode code = message->data.result;
         const VMError error = task->_tooLarge || code == CURLE_FILESIZE_EXCEEDED ? tooLargeError()
-                              : code == CURLE_OK ? VMError()
+                              : code == CURLE_OK                                 ? VMError()
                                                  : errorForCurlCode(code, QByteArray(task->_errorBuffer.data()));
         finish(task, error);
     }

@@ -27,8 +27,12 @@ fi
 QStringList LVPrivilegedPackageCheck::shellArguments(const QString& package, const QString& expected)
 {
     const CommandLineTools& tools = Platform::commandLineTools();
-    return QStringList{QStringLiteral("-c"), QString::fromLatin1(kScript), QStringLiteral("lumivane-install"),
-                       package, expected, tools.installerPath(),
+    return QStringList{QStringLiteral("-c"),
+                       QString::fromLatin1(kScript),
+                       QStringLiteral("lumivane-install"),
+                       package,
+                       expected,
+                       tools.installerPath(),
                        Platform::systemInfo().pathInSystemRoot(QStringLiteral("/private/var/tmp"))} +
            tools.sha256Command();
 }

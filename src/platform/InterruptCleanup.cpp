@@ -28,7 +28,9 @@ void removeRegistered(int signal)
 
 void InterruptCleanup::install()
 {
-    struct sigaction action {};
+    struct sigaction action
+    {
+    };
     action.sa_handler = removeRegistered;
     sigemptyset(&action.sa_mask);
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})

@@ -38,7 +38,9 @@ QList<QByteArray> namesIn(int folder)
 // Removes the entry `name` of the open folder `parent`, descending into real folders only.
 bool removeAt(int parent, const char* name)
 {
-    struct stat status {};
+    struct stat status
+    {
+    };
     if (fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) != 0)
         return false;
     if (!S_ISDIR(status.st_mode))
@@ -59,10 +61,13 @@ bool PrivateFolder::ensure(const QString& path, QString* error)
     const QByteArray native = QFile::encodeName(path);
     if (mkdir(native.constData(), 0700) != 0 && errno != EEXIST) {
         if (error)
-            *error = refusal(path, QStringLiteral("can't be created (%1)").arg(QString::fromLocal8Bit(strerror(errno))));
+            *error =
+                refusal(path, QStringLiteral("can't be created (%1)").arg(QString::fromLocal8Bit(strerror(errno))));
         return false;
     }
-    struct stat status {};
+    struct stat status
+    {
+    };
     if (lstat(native.constData(), &status) != 0 || S_ISLNK(status.st_mode) || !S_ISDIR(status.st_mode)) {
         if (error)
             *error = refusal(path, QStringLiteral("is a link or not a folder"));

@@ -120,9 +120,8 @@ void tst_LVApplyPlan::readsOnlyWellFormedFiles_data()
     QTest::newRow("garbage") << QByteArray("LV-PRISM: latest") << false << "neither";
     QTest::newRow("a key twice") << QByteArray(R"({"LV-PRISM": "latest", "LV-RETRO": "absent", "LV-PRISM": "absent"})")
                                  << false << "names 'LV-PRISM' more than once";
-    QTest::newRow("a key twice, escaped once")
-        << QByteArray(R"({"LV-PRISM": "latest", "LV-\u0050RISM": "absent"})") << false
-        << "names 'LV-PRISM' more than once";
+    QTest::newRow("a key twice, escaped once") << QByteArray(R"({"LV-PRISM": "latest", "LV-\u0050RISM": "absent"})")
+                                               << false << "names 'LV-PRISM' more than once";
     QTest::newRow("too large") << QByteArray("{}").append(QByteArray(LVApplyPlan::maximumFileSize, ' ')) << false
                                << "is larger than";
     QTest::newRow("a link to an endless device") << QByteArray("<link to /dev/zero>") << false << "not a regular file";

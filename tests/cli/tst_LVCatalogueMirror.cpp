@@ -39,9 +39,9 @@ QVariantMap productWith(const QString& id, const QString& url)
 // The tools' files every mirror fetches from the download server, here the test's.
 void serveTools(LocalHttpServer& server)
 {
-    for (const char* path : {"/VM_installers/uninstallers/TotalRemoveAllProducts.bash",
-                             "/VM_installers/uninstallers/TotalRemoveAllFxPlug3.bash",
-                             "/VM_installers/LV_GatherDiagnostics.app.zip"})
+    for (const char* path :
+         {"/VM_installers/uninstallers/TotalRemoveAllProducts.bash",
+          "/VM_installers/uninstallers/TotalRemoveAllFxPlug3.bash", "/VM_installers/LV_GatherDiagnostics.app.zip"})
         server.setRoute(path, "tool");
     LVServers::setOverrideURL(server.url(QStringLiteral("/")));
 }
@@ -102,8 +102,7 @@ void tst_LVCatalogueMirror::failedRunLeavesThePreviousMirror()
     server.setRoute("/p/A.pkg", "second contents of A");
     LVCatalogueMirror second(folder, QUrl(), false);
     const QList<LVCatalogueMirror::FileResult> results = second.run(
-        catalogueOf({productWith("A", base + "/p/A.pkg"),
-                     productWith("B", brokenURL.arg(base).arg(server.port()))}),
+        catalogueOf({productWith("A", base + "/p/A.pkg"), productWith("B", brokenURL.arg(base).arg(server.port()))}),
         &error);
     QVERIFY(!error.isEmpty());
     int failed = 0;

@@ -276,10 +276,9 @@ void tst_LVCommandLine::lockHeldByAnotherCopy()
     // Another user's copy (another home) on the same machine waits its turn as well.
     const QString otherHome = _env->path() + QStringLiteral("/other home");
     QVERIFY(QDir().mkpath(otherHome + QStringLiteral("/data")));
-    const Run result = run({QStringLiteral("--install"), QStringLiteral("LV-PRISM"), QStringLiteral("--yes")}, 120000,
-                           false,
-                           {{QStringLiteral("HOME"), otherHome},
-                            {QStringLiteral("XDG_DATA_HOME"), otherHome + QStringLiteral("/data")}});
+    const Run result = run(
+        {QStringLiteral("--install"), QStringLiteral("LV-PRISM"), QStringLiteral("--yes")}, 120000, false,
+        {{QStringLiteral("HOME"), otherHome}, {QStringLiteral("XDG_DATA_HOME"), otherHome + QStringLiteral("/data")}});
     QCOMPARE(result.status, 4);
     QVERIFY2(result.err.contains(QByteArray::number(QCoreApplication::applicationPid())), result.err.constData());
     // Reading needs no lock.

@@ -237,10 +237,11 @@ void tst_DemoInstalls::oneDigestRuleOnAPathOnlyMirror_data()
         QTest::addRow("%s, the package", shape) << shape << "" << true;
         QTest::addRow("%s, tampered on the mirror", shape) << shape << "served" << false;
     }
-    QTest::newRow("version's URL and digest, swapped after the check")
-        << "version's URL and digest" << "swapped" << false;
+    QTest::newRow("version's URL and digest, swapped after the check") << "version's URL and digest"
+                                                                       << "swapped" << false;
     // The URL is shared, the digest is the other version's: nothing vouches for this package.
-    QTest::newRow("shared URL, only the other version's digest") << "shared URL" << "" << false;
+    QTest::newRow("shared URL, only the other version's digest") << "shared URL"
+                                                                 << "" << false;
 }
 
 // Catalogues as a mirror writes them: download URLs of a path alone, on the server override.
@@ -311,8 +312,9 @@ void tst_DemoInstalls::oneDigestRuleOnAPathOnlyMirror()
         QCOMPARE(owner.outcome, QStringLiteral("installCompleted"));
         QCOMPARE(record->checkInstalledPluginVersion(), QStringLiteral("2.0.1"));
     } else {
-        QVERIFY2(owner.outcome.contains("The installer of 'Prismatic Glow' did not match its checksum and was deleted."),
-                 qPrintable(owner.outcome));
+        QVERIFY2(
+            owner.outcome.contains("The installer of 'Prismatic Glow' did not match its checksum and was deleted."),
+            qPrintable(owner.outcome));
         QCOMPARE(record->checkInstalledPluginVersion(), QString());
         // A package swapped after the first check is caught by the administrator step's own.
         const QStringList log = _env->systemLog->lines();

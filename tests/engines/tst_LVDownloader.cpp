@@ -897,7 +897,8 @@ void tst_LVDownloader::downloadsHaveLimits()
     LocalHttpServer server;
     server.setRoute("/package.pkg", response);
     const QString path = LVDownloader::downloadFilePathWithSuggestedFileName(QStringLiteral("package.pkg"));
-    std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(server.url(QStringLiteral("/package.pkg"))));
+    std::unique_ptr<LVDownloader> downloader(
+        LVDownloader::downloaderWithURL(server.url(QStringLiteral("/package.pkg"))));
     RecordingDelegate delegate;
     delegate.watch(downloader.get());
     QElapsedTimer clock;
@@ -924,9 +925,8 @@ void tst_LVDownloader::progressHeldBackIsReportedWhenTheSecondIsOver()
     RecordingDelegate delegate;
     delegate.watch(downloader.get());
     QVERIFY(downloader->start());
-    QTRY_VERIFY_WITH_TIMEOUT(!delegate.progressEvents().isEmpty() &&
-                                 qFuzzyCompare(delegate.progressEvents().last().progress, 40.0),
-                             2500);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        !delegate.progressEvents().isEmpty() && qFuzzyCompare(delegate.progressEvents().last().progress, 40.0), 2500);
     const QList<RecordingDelegate::Event> reports = delegate.progressEvents();
     for (qsizetype i = 1; i < reports.size(); ++i)
         QVERIFY(reports.at(i).milliseconds - reports.at(i - 1).milliseconds >= 950);
@@ -970,12 +970,11 @@ void tst_LVDownloader::downloadFolderIsTheUsersOwn()
         if (found == QLatin1String("another user's")) {
             if (geteuid() != 0)
                 QSKIP("Only root can give a folder to another user here.");
-            QCOMPARE(QProcess::execute(QStringLiteral("chown"), {QStringLiteral("-h"), QStringLiteral("65534"), folder}),
-                     0);
+            QCOMPARE(
+                QProcess::execute(QStringLiteral("chown"), {QStringLiteral("-h"), QStringLiteral("65534"), folder}), 0);
         } else {
-            QVERIFY(QFile::setPermissions(folder, found == QLatin1String("0777")
-                                                      ? QFileDevice::Permissions(0x7777)
-                                                      : QFileDevice::Permissions(0x7755)));
+            QVERIFY(QFile::setPermissions(folder, found == QLatin1String("0777") ? QFileDevice::Permissions(0x7777)
+                                                                                 : QFileDevice::Permissions(0x7755)));
         }
     }
 

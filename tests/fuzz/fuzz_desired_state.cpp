@@ -27,9 +27,9 @@ QVariantMap product(const QString& id, const QStringList& versions)
 
 const VMCatalogue& catalogue()
 {
-    static const VMCatalogue parsed = VMCatalogue::initWithData(VMPropertyList::toXmlData(QVariantMap{
-        {"Products", QVariantMap{{"Products", QVariantList{product("LV-A", {"1.0.0", "2.0.1"}),
-                                                           product("LV-B", {"3.1", "3.2.4"})}}}}}));
+    static const VMCatalogue parsed = VMCatalogue::initWithData(VMPropertyList::toXmlData(
+        QVariantMap{{"Products", QVariantMap{{"Products", QVariantList{product("LV-A", {"1.0.0", "2.0.1"}),
+                                                                       product("LV-B", {"3.1", "3.2.4"})}}}}}));
     return parsed;
 }
 
@@ -42,10 +42,11 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
     static char* appArgv[] = {name, nullptr};
     static QCoreApplication app(appArgc, appArgv);
     Platform::setSystemLog(std::make_shared<SystemLog>());
-    writeSeeds(*argc, *argv,
-               {R"({"LV-A": "latest", "LV-B": "absent"})", R"({"LV-A": "2.0.1", "LV-A": "1.0.0"})",
-                R"({"com.example.LV-B": "3.1", "x": {"LV-A": 1}})", "{}",
-                R"(<?xml version="1.0"?><plist version="1.0"><dict><key>LV-A</key><string>1.0.0</string></dict></plist>)"});
+    writeSeeds(
+        *argc, *argv,
+        {R"({"LV-A": "latest", "LV-B": "absent"})", R"({"LV-A": "2.0.1", "LV-A": "1.0.0"})",
+         R"({"com.example.LV-B": "3.1", "x": {"LV-A": 1}})", "{}",
+         R"(<?xml version="1.0"?><plist version="1.0"><dict><key>LV-A</key><string>1.0.0</string></dict></plist>)"});
     return 0;
 }
 
@@ -55,11 +56,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     QString error;
     const QVariantMap desired = LVApplyPlan::readData(bytes, QStringLiteral("fuzz.json"), &error);
     if (error.isEmpty() && catalogue().productsCollection())
-        (void)LVApplyPlan::make(desired, *catalogue().productsCollection(),
-                                [](const VMSingleProductItem& item) {
-                                    return item.productID() == QLatin1String("LV-B") ? QStringLiteral("3.1") : QString();
-                                },
-                                &error);
+        (void)LVApplyPlan::make(
+            desired, *catalogue().productsCollection(),
+            [](const VMSingleProductItem& item) {
+                return item.productID() == QLatin1String("LV-B") ? QStringLiteral("3.1") : QString();
+            },
+            &error);
     // Whatever the input, an error stays short enough to print.
     if (error.size() > 1000)
         std::abort();

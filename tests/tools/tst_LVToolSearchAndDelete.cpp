@@ -204,8 +204,8 @@ void tst_LVToolSearchAndDelete::script_data()
         << QStringList{"/Users/Shared/Old Installers/A.app", "/tmp/it's.app"}
         << "#!/bin/bash\n\nexport LC_ALL=C\nmv '/Users/Shared/Old Installers/A.app' '%T'\nmv '/tmp/it'\\''s.app' "
            "'%T'\necho $?";
-    QTest::newRow("a newline is left out")
-        << QStringList{"/tmp/a\nb.app", "/tmp/c.app"} << "#!/bin/bash\n\nexport LC_ALL=C\nmv '/tmp/c.app' '%T'\necho $?";
+    QTest::newRow("a newline is left out") << QStringList{"/tmp/a\nb.app", "/tmp/c.app"}
+                                           << "#!/bin/bash\n\nexport LC_ALL=C\nmv '/tmp/c.app' '%T'\necho $?";
 }
 
 void tst_LVToolSearchAndDelete::script()
