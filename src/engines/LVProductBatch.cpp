@@ -357,8 +357,8 @@ void LVProductBatch::installDownloaded()
     QList<LVProductOperation*> running;
     for (const QPointer<LVProductOperation>& operation : std::as_const(operations))
         running.append(operation.data());
-    const std::shared_ptr<QSemaphore> ended = _installationsEnded;
-    VMDispatch::performInBackground([guard, policy, running, needsAdministrator, ended] {
+    const std::shared_ptr<QSemaphore> installationEnds = _installationsEnded;
+    VMDispatch::performInBackground([guard, policy, running, needsAdministrator, installationEnds] {
         int status = PrivilegedExecution::Success;
         {
             std::shared_ptr<LVAdminAuthorization> authorization;
@@ -373,7 +373,7 @@ void LVProductBatch::installDownloaded()
                     if (previousStarted && policy.secondsBetweenInstallations > 0.0) {
                         // The wait counts from the previous installation's end as its owner hears
                         // it, which comes a while after the package installer has returned.
-                        ended->tryAcquire(1, kLongestInstallationEndMs);
+                        installationEnds->tryAcquire(1, kLongestInstallationEndMs);
                         QThread::msleep(ulong(VMDispatch::scaledMilliseconds(policy.secondsBetweenInstallations)));
                     }
                     previousStarted = running.at(index)->install(

@@ -901,13 +901,11 @@ void LVProductOperation::endUninstallation(LVUninstaller* uninstaller, bool succ
     if (_uninstaller.get() == uninstaller)
         _uninstaller.reset();
     _runningUninstallers = qMax(0, _runningUninstallers - 1);
-    _someUninstallerSucceeded = _someUninstallerSucceeded || succeeded;
+    // What earlier scripts removed is confirmed even when a later one failed.
+    _someUninstallerSucceeded = _someUninstallerSucceeded || succeeded || uninstaller->completedScripts() > 0;
     const bool last = _runningUninstallers == 0;
     const bool confirm = _uninstallRequested && last;
-    // What earlier scripts removed is confirmed even when a later one failed.
-    const bool removedSomething =
-        _someUninstallerSucceeded ||
-        (last && _productItem && _productItem->checkInstalledPluginVersion() != _uninstallingVersion);
+    const bool removedSomething = _someUninstallerSucceeded;
     if (last)
         _someUninstallerSucceeded = false;
     if (_runningUninstallers == 0 && _scriptDownloaders.isEmpty()) {

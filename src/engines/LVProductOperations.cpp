@@ -6,6 +6,7 @@
 #include "foundation/VMNotificationCenter.h"
 
 #include <QCoreApplication>
+#include <utility>
 
 LVProductOperations::LVProductOperations(QObject* parent) : QObject(parent)
 {
@@ -93,7 +94,7 @@ LVProductOperation* LVProductOperations::operationForProduct(const VMSingleProdu
 bool LVProductOperations::isIdle() const
 {
     for (const QPointer<LVProductOperation>& operation : _operations) {
-        if (operation && operation->phase() != LVProductOperation::Phase::Idle)
+        if (operation && (operation->phase() != LVProductOperation::Phase::Idle || operation->manualDownloader()))
             return false;
     }
     for (const QPointer<LVProductBatch>& run : _batches) {

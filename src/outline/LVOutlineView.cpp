@@ -13,6 +13,7 @@
 #include <QScrollBar>
 #include <QStyledItemDelegate>
 #include <QTimer>
+#include <utility>
 
 namespace {
 // Index widgets belong to the rows. The default delegate deletes them when the view lets go of
