@@ -23,9 +23,10 @@ void LVProductOperations::installAnnounced(const QVariant& object)
     const std::shared_ptr<VMProductItem> announced = VMProductEvents::productOf(object);
     if (!announced)
         return;
-    const QVariant confirmed = announced->propertyForKey(VMProductEvents::temporaryVersionKey);
     bool cacheCleared = false;
-    for (const QPointer<LVProductOperation>& operation : std::as_const(_operations)) {
+    // A copy: the rows that hear the new versions may ask for operations meanwhile.
+    const auto operations = _operations;
+    for (const QPointer<LVProductOperation>& operation : operations) {
         const VMSingleProductItemPtr product = operation ? operation->productItem() : nullptr;
         if (!product)
             continue;
@@ -35,7 +36,9 @@ void LVProductOperations::installAnnounced(const QVariant& object)
                              product->allProductIdentifiers().contains(announced->productIdentifier());
         if (!same && !sharing)
             continue;
-        if (same && confirmed.isValid() && !confirmed.isNull()) {
+        // A version just confirmed for the product is taken as it is; otherwise it is looked up.
+        const QVariant confirmed = product->propertyForKey(VMProductEvents::temporaryVersionKey);
+        if (confirmed.isValid() && !confirmed.isNull()) {
             operation->setInstalledVersion(confirmed.toString());
             continue;
         }
@@ -51,7 +54,9 @@ void LVProductOperations::uninstallAnnounced(const QVariant& object)
     if (!announced)
         return;
     VMInstalledVersions::clearBundleIdentifierCache();
-    for (const QPointer<LVProductOperation>& operation : std::as_const(_operations)) {
+    // A copy: the rows that hear the new versions may ask for operations meanwhile.
+    const auto operations = _operations;
+    for (const QPointer<LVProductOperation>& operation : operations) {
         const VMSingleProductItemPtr product = operation ? operation->productItem() : nullptr;
         if (product && (product->productID() == announced->productID() ||
                         (!announced->productIdentifier().isNull() &&
