@@ -130,13 +130,19 @@ void LVProductOperation::detectInstalledVersion()
 
 LVProductBatch* LVProductOperation::holder() const
 {
+    auto* run = static_cast<LVProductBatch*>(_holder.data());
     // A stalled run stays as it stands but no longer speaks for its products.
-    return _holder && !_holder->isStalled() && !_holder->hasEnded() ? _holder.data() : nullptr;
+    return run && !run->isStalled() && !run->hasEnded() ? run : nullptr;
+}
+
+bool LVProductOperation::isHeldBy(const LVProductBatch* run) const
+{
+    return run && _holder.data() == run;
 }
 
 void LVProductOperation::setHolder(LVProductBatch* run)
 {
-    if (_holder == run)
+    if (_holder.data() == run)
         return;
     _holder = run;
     emit holderChanged();

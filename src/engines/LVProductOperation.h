@@ -100,7 +100,7 @@ public:
     void setHolder(LVProductBatch* run);
     bool isHeld() const { return holder() != nullptr; }
     // Whether `run` took the product, stalled or not.
-    bool isHeldBy(const LVProductBatch* run) const { return run && _holder == run; }
+    bool isHeldBy(const LVProductBatch* run) const;
     // Why a row may not do `action` now (its accessible description); empty when it may.
     QString refusal(RowAction action) const;
     // A row's Cancel: the product's own download, or the holding run's cancel when its policy lets
@@ -258,7 +258,8 @@ private:
 
     QPointer<LVDownloader> _installerDownloader;
     QPointer<LVDownloader> _manualDownloader;
-    QPointer<LVProductBatch> _holder;
+    // The run (an LVProductBatch) that took the product.
+    QPointer<QObject> _holder;
     QString _installedVersion;
     QString _packagePath;
     QVariantMap _installerSettings;

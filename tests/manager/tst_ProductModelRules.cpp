@@ -1,6 +1,7 @@
 #include "RecordingWorkspace.h"
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
+#include "TestMain.h"
 #include "TestPrivilegedExecution.h"
 #include "support/ProductShelf.h"
 
@@ -300,5 +301,5 @@ void tst_ProductModelRules::runsKeepTheirWork()
     QFile::remove(chosen);
 }
 
-QTEST_MAIN(tst_ProductModelRules)
+LV_TEST_MAIN(tst_ProductModelRules)
 #include "tst_ProductModelRules.moc"
