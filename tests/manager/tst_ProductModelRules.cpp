@@ -7,6 +7,7 @@
 
 #include "catalogue/VMBundleProductItem.h"
 #include "catalogue/VMInstallStatus.h"
+#include "catalogue/VMProductEvents.h"
 #include "catalogue/VMProductsCollection.h"
 #include "cli/LVHeadlessSession.h"
 #include "engines/LVProductOperation.h"
