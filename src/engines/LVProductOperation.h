@@ -99,6 +99,9 @@ public:
     LVProductBatch* holder() const;
     void setHolder(LVProductBatch* run);
     bool isHeld() const { return holder() != nullptr; }
+    // A run took the product and has not let go of it yet (its ending included): the run's
+    // summary, not the rows' alerts, speaks for the work.
+    bool isPartOfRun() const { return !_holder.isNull(); }
     // Whether `run` took the product, stalled or not.
     bool isHeldBy(const LVProductBatch* run) const;
     // Why a row may not do `action` now (its accessible description); empty when it may.

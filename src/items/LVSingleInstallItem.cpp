@@ -597,7 +597,7 @@ void LVSingleInstallItem::installCompleted(LVInstaller*)
 {
     // The operation confirms next; the announcement brings the alert (checkInstalledVersion). A
     // run over several products has an alert of its own.
-    _showUserAlert = !_operation->isHeld();
+    _showUserAlert = !_operation->isPartOfRun();
     updateStatus();
 }
 
@@ -606,7 +606,7 @@ void LVSingleInstallItem::installFailed(LVInstaller* installer)
     const VMError error = installer->error();
     VM_LOG_MESSAGE(QStringLiteral("Installer failed: %1").arg(error.description()));
     updateStatus();
-    if (error.code() != PrivilegedExecution::Canceled && !_operation->isHeld() && installManager())
+    if (error.code() != PrivilegedExecution::Canceled && !_operation->isPartOfRun() && installManager())
         installManager()->showError(error);
 }
 
@@ -657,7 +657,7 @@ void LVSingleInstallItem::uninstallCompleted(LVUninstaller*)
 {
     // The operation has posted "reloadLVUpdateItem" and "productUninstallCompleted" already.
     updateStatus();
-    if (!_operation->isHeld())
+    if (!_operation->isPartOfRun())
         showAlert(QStringLiteral("Uninstallation Completed"),
                   QStringLiteral("%1 was uninstalled successfully").arg(title()));
 }
@@ -665,7 +665,7 @@ void LVSingleInstallItem::uninstallCompleted(LVUninstaller*)
 void LVSingleInstallItem::uninstallFailed(LVUninstaller*)
 {
     updateStatus();
-    if (!_operation->isHeld())
+    if (!_operation->isPartOfRun())
         showAlert(
             QStringLiteral("Uninstall Failed"),
             QStringLiteral("Uninstall of %1 failed, please see directions for manual uninstall in the help section")

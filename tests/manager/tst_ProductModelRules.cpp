@@ -150,18 +150,23 @@ void tst_ProductModelRules::runsKeepTheirWork_data()
 
     const QStringList updated{"Updating Completed: All updates were installed successfully."};
     const QStringList bundled{"Installation Completed: Studio was installed successfully"};
-    for (const QString refresh : {"before", "during", "after"}) {
-        for (const QString action : {"install", "cancel", "manual download", "uninstall"}) {
-            const QString name = action + QStringLiteral(", refresh ") + refresh;
-            QTest::addRow("update-all: %s", qPrintable(name))
-                << "update-all" << action << refresh << updated << "2.0 2.0 2.0";
-            // A product row's Cancel is the bundle's cancel: no summary, nothing installed.
-            QTest::addRow("bundle: %s", qPrintable(name))
-                << "bundle" << action << refresh << (action == QLatin1String("cancel") ? QStringList() : bundled)
-                << (action == QLatin1String("cancel") ? "1.0 1.0 1.0" : "2.0 2.0 2.0");
-            QTest::addRow("command line: %s", qPrintable(name))
-                << "command line" << action << refresh << QStringList() << "2.0 2.0 2.0";
-        }
+    // Every run kind meets every row action and every refresh timing, each pair at least once.
+    const QStringList refreshes{"before", "during", "after"};
+    const QStringList actions{"install", "cancel", "manual download", "uninstall"};
+    for (int a = 0; a < actions.size(); ++a) {
+        const QString& action = actions.at(a);
+        const auto name = [&](int run) {
+            return action + QStringLiteral(", refresh ") + refreshes.at((a + run) % refreshes.size());
+        };
+        QTest::addRow("update-all: %s", qPrintable(name(0)))
+            << "update-all" << action << refreshes.at(a % 3) << updated << "2.0 2.0 2.0";
+        // A product row's Cancel is the bundle's cancel: no summary, nothing installed.
+        QTest::addRow("bundle: %s", qPrintable(name(1)))
+            << "bundle" << action << refreshes.at((a + 1) % 3)
+            << (action == QLatin1String("cancel") ? QStringList() : bundled)
+            << (action == QLatin1String("cancel") ? "1.0 1.0 1.0" : "2.0 2.0 2.0");
+        QTest::addRow("command line: %s", qPrintable(name(2)))
+            << "command line" << action << refreshes.at((a + 2) % 3) << QStringList() << "2.0 2.0 2.0";
     }
     // A refused password stalls the run: it keeps its packages, the rows read what is installed.
     QTest::newRow("update-all stalls") << "update-all" << "refuse" << "during" << QStringList() << "1.0 1.0 1.0";
