@@ -376,8 +376,8 @@ void LVProductBatch::installDownloaded()
                         installationEnds->tryAcquire(1, kLongestInstallationEndMs);
                         QThread::msleep(ulong(VMDispatch::scaledMilliseconds(policy.secondsBetweenInstallations)));
                     }
-                    previousStarted = running.at(index)->install(
-                        reference, LVProductOperation::Execution::Synchronous, policy.installOptions);
+                    previousStarted = running.at(index)->install(reference, LVProductOperation::Execution::Synchronous,
+                                                                 policy.installOptions);
                 }
             }
         }

@@ -157,9 +157,7 @@ QString LVProductOperation::refusal(RowAction action) const
         return _manualDownloader ? QStringLiteral("A manual download of this installer is under way.") : QString();
     case RowAction::Cancel:
         if (!run)
-            return _installerDownloader || _manualDownloader
-                       ? QString()
-                       : QStringLiteral("Nothing is downloading.");
+            return _installerDownloader || _manualDownloader ? QString() : QStringLiteral("Nothing is downloading.");
         if (!run->policy().rowsMayCancel)
             return QStringLiteral("Part of \"%1\", which cannot be cancelled here.").arg(run->policy().holderTitle);
         return run->isCancellable() ? QString()

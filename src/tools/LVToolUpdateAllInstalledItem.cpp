@@ -204,8 +204,9 @@ void LVToolUpdateAllInstalledItem::runEnded()
     // Two notifications per entry and nothing else; the model looks the versions up again, for
     // products that shared an installer as well.
     for (qsizetype index = 0; index < ended.size(); ++index) {
-        QObject* sender = ended.at(index).singleInstallItem ? static_cast<QObject*>(ended.at(index).singleInstallItem.data())
-                                                            : static_cast<QObject*>(this);
+        QObject* sender = ended.at(index).singleInstallItem
+                              ? static_cast<QObject*>(ended.at(index).singleInstallItem.data())
+                              : static_cast<QObject*>(this);
         LVProductOperations::announceUpdate(run->item(index).product, sender);
     }
     emit progressChanged();

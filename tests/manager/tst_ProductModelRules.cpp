@@ -111,8 +111,8 @@ void tst_ProductModelRules::showCatalogue()
     auto collection = std::make_shared<VMProductsCollection>();
     QList<VMProductItemPtr> products;
     for (const QString id : {"A", "B", "C"})
-        products.append(_shelf->product(
-            id, {{"Uninstall Script", _server->url("/uninstall/" + id + ".bash").toString()}}));
+        products.append(
+            _shelf->product(id, {{"Uninstall Script", _server->url("/uninstall/" + id + ".bash").toString()}}));
     products.append(VMBundleProductItem::initWithDict(
         {{"Bundle", true}, {"Product ID", "STUDIO"}, {"Title", "Studio"}, {"Included Product IDs", "A B C"}}));
     collection->setProductItems(products);
@@ -169,7 +169,9 @@ void tst_ProductModelRules::runsKeepTheirWork_data()
             << "command line" << action << refreshes.at((a + 2) % 3) << QStringList() << "2.0 2.0 2.0";
     }
     // A refused password stalls the run: it keeps its packages, the rows read what is installed.
-    QTest::newRow("update-all stalls") << "update-all" << "refuse" << "during" << QStringList() << "1.0 1.0 1.0";
+    QTest::newRow("update-all stalls") << "update-all"
+                                       << "refuse"
+                                       << "during" << QStringList() << "1.0 1.0 1.0";
 }
 
 void tst_ProductModelRules::runsKeepTheirWork()
@@ -289,8 +291,8 @@ void tst_ProductModelRules::runsKeepTheirWork()
     }
 
     // Every row reads the true state, and the bundle the user opened stays open.
-    const uint expected = versions.first() == QLatin1String("2.0") ? VMInstallStatus::LatestInstalled
-                                                                    : VMInstallStatus::UpdateAvailable;
+    const uint expected =
+        versions.first() == QLatin1String("2.0") ? VMInstallStatus::LatestInstalled : VMInstallStatus::UpdateAvailable;
     for (const QString id : {"A", "B", "C"}) {
         QTRY_COMPARE(row(id)->installStatus(), expected);
         QCOMPARE(row(id)->statusTextField()->text(), VMInstallStatus::statusText(expected));
