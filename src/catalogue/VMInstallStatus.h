@@ -9,7 +9,8 @@
 // command line. The numbers are the rows' install statuses.
 namespace VMInstallStatus {
 
-enum : uint {
+// Typed for what crosses from the engines to the rows; the values are the rows' own numbers.
+enum Status : uint {
     NotComputed = 0,
     NotInstalled = 1,
     LatestInstalled = 2,

@@ -40,6 +40,7 @@ QList<LVHeadlessSession::Result> LVHeadlessSession::install(const QList<Target>&
     // Ours to judge: the version asked for found installed is a success, whatever the words.
     policy.judgesByOutcome = true;
     policy.authorization = _authorization;
+    policy.holderTitle = QStringLiteral("the command line");
     LVProductBatch run(LVProductBatch::Kind::Install, items, policy);
     if (_progress) {
         connect(&run, &LVProductBatch::progressChanged, this, [this, &run] {
@@ -107,6 +108,7 @@ QList<LVHeadlessSession::Result> LVHeadlessSession::uninstall(const QList<VMSing
 
     LVProductBatch::Policy policy;
     policy.authorization = _authorization;
+    policy.holderTitle = QStringLiteral("the command line");
     LVProductBatch run(LVProductBatch::Kind::Uninstall, items, policy);
     runToTheEnd(run);
     for (qsizetype index = 0; index < run.count(); ++index) {

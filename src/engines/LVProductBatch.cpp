@@ -10,9 +10,13 @@
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 
+#include <QFile>
 #include <QThread>
 
 namespace {
+// How long the background run waits for an installation's end to reach the main thread.
+constexpr int kLongestInstallationEndMs = 5 * 60 * 1000;
+
 QString refusalText(int status)
 {
     return status == PrivilegedExecution::Canceled
@@ -44,8 +48,11 @@ LVProductBatch::LVProductBatch(Kind kind, const QList<Item>& items, const Policy
 
 LVProductBatch::~LVProductBatch()
 {
-    for (Entry& entry : _items)
+    for (Entry& entry : _items) {
         release(entry);
+        if (!entry.keptPackage.isEmpty())
+            QFile::remove(entry.keptPackage);
+    }
 }
 
 bool LVProductBatch::isFinal(State state)
@@ -109,26 +116,43 @@ void LVProductBatch::releaseLater(const Entry& entry)
 {
     // Once every observer has heard the step that ended the product's part.
     QPointer<LVProductOperation> operation = entry.joined ? nullptr : entry.operation;
-    VMDispatch::performOnMainThread(this, [operation] {
-        if (operation)
-            operation->setBatched(false);
+    QPointer<LVProductBatch> self(this);
+    VMDispatch::performOnMainThread(this, [operation, self] {
+        if (operation && self && operation->isHeldBy(self))
+            operation->setHolder(nullptr);
     });
 }
 
 void LVProductBatch::stall()
 {
     _stalled = true;
-    // The run stays as it stands; its products are free for other work again.
-    for (const Entry& entry : std::as_const(_items)) {
-        if (!isFinal(entry.state))
-            releaseLater(entry);
+    // The run stays as it stands and keeps its packages; its products are free for other work
+    // again, and their rows read what is installed.
+    for (Entry& entry : _items) {
+        if (entry.joined || !entry.operation)
+            continue;
+        if (entry.state == State::Downloaded)
+            entry.keptPackage = entry.operation->takePackage();
+        release(entry);
     }
 }
 
 void LVProductBatch::release(Entry& entry)
 {
-    if (entry.operation && !entry.joined)
-        entry.operation->setBatched(false);
+    if (entry.operation && !entry.joined && entry.operation->isHeldBy(this))
+        entry.operation->setHolder(nullptr);
+}
+
+void LVProductBatch::checkJoined(qsizetype index)
+{
+    Entry& entry = _items[index];
+    if (_ended || !entry.joined || isFinal(entry.state) || !entry.operation)
+        return;
+    LVProductOperation* operation = entry.operation;
+    if (operation->phase() != LVProductOperation::Phase::Idle || operation->isHeld())
+        return;
+    // The work it followed has stopped (a stalled or cancelled run): nothing will install it.
+    downloadFailed(index, QStringLiteral("The product's other installation did not finish."), false);
 }
 
 void LVProductBatch::observe(qsizetype index)
@@ -136,6 +160,11 @@ void LVProductBatch::observe(qsizetype index)
     LVProductOperation* operation = _items.at(index).operation;
     if (!operation)
         return;
+    connect(operation, &LVProductOperation::phaseChanged, this, [this, index] {
+        // After the engine's own callback, which ends the entry when it can.
+        if (_items.at(index).joined)
+            VMDispatch::performOnMainThread(this, [this, index] { checkJoined(index); });
+    });
     connect(operation, &LVProductOperation::progressChanged, this, [this, index] {
         if (_items.at(index).state == State::Downloading)
             emit progressChanged();
@@ -176,6 +205,8 @@ void LVProductBatch::observe(qsizetype index)
         // checksum) never reports a start.
         if (entry.state != State::Installing && (entry.state != State::Downloaded || entry.joined))
             return;
+        if (!entry.joined)
+            _installationsEnded->release();
         if (!succeeded) {
             setState(index, State::InstallFailed, installer->error().description());
             endIfDone();
@@ -188,7 +219,9 @@ void LVProductBatch::observe(qsizetype index)
             return;
         }
         const VMVersionItemPtr version = installer->representedObject().value<VMVersionItemPtr>();
-        entry.operation->confirmInstallation(version ? version : entry.item.version, _policy.secondsBeforeAnnouncement);
+        entry.operation->confirmInstallation(version ? version : entry.item.version,
+                                             LVProductOperation::Confirmation::Bundle,
+                                             _policy.secondsBeforeAnnouncement);
     });
     connect(operation, &LVProductOperation::installationConfirmed, this, [this, index] {
         if (_items.at(index).state == State::Installing) {
@@ -227,7 +260,7 @@ bool LVProductBatch::start()
         LVProductOperation* operation = entry.operation;
         if (!operation)
             continue;
-        if (operation->isBatched() || operation->phase() == LVProductOperation::Phase::Downloading ||
+        if (operation->isHeld() || operation->phase() == LVProductOperation::Phase::Downloading ||
             operation->phase() == LVProductOperation::Phase::Installing ||
             operation->phase() == LVProductOperation::Phase::Confirming) {
             // Already on its way: one run per product, this one follows it.
@@ -237,7 +270,7 @@ bool LVProductBatch::start()
             }
             continue;
         }
-        operation->setBatched(true);
+        operation->setHolder(this);
         operation->setJudgesByOutcome(_policy.judgesByOutcome);
     }
     downloadNext();
@@ -252,7 +285,7 @@ bool LVProductBatch::startDownload(Entry& entry)
     if (entry.item.installerURL.isEmpty())
         return operation->startDownload(entry.item.version);
     // The version as represented object, when there is one, so that the history names it.
-    return operation->startDownload(QUrl(entry.item.installerURL), {}, LVProductOperation::installerDownload,
+    return operation->startDownload(QUrl(entry.item.installerURL), {},
                                     entry.item.version ? QVariant::fromValue(entry.item.version) : QVariant());
 }
 
@@ -324,7 +357,8 @@ void LVProductBatch::installDownloaded()
     QList<LVProductOperation*> running;
     for (const QPointer<LVProductOperation>& operation : std::as_const(operations))
         running.append(operation.data());
-    VMDispatch::performInBackground([guard, policy, running, needsAdministrator] {
+    const std::shared_ptr<QSemaphore> installationEnds = _installationsEnded;
+    VMDispatch::performInBackground([guard, policy, running, needsAdministrator, installationEnds] {
         int status = PrivilegedExecution::Success;
         {
             std::shared_ptr<LVAdminAuthorization> authorization;
@@ -334,11 +368,16 @@ void LVProductBatch::installDownloaded()
             }
             if (status == PrivilegedExecution::Success) {
                 const auto reference = authorization ? authorization->authorizationRef() : nullptr;
+                bool previousStarted = false;
                 for (qsizetype index = 0; index < running.size(); ++index) {
-                    if (index > 0 && policy.secondsBetweenInstallations > 0.0)
+                    if (previousStarted && policy.secondsBetweenInstallations > 0.0) {
+                        // The wait counts from the previous installation's end as its owner hears
+                        // it, which comes a while after the package installer has returned.
+                        installationEnds->tryAcquire(1, kLongestInstallationEndMs);
                         QThread::msleep(ulong(VMDispatch::scaledMilliseconds(policy.secondsBetweenInstallations)));
-                    running.at(index)->install(reference, LVProductOperation::Execution::Synchronous,
-                                               policy.installOptions);
+                    }
+                    previousStarted = running.at(index)->install(reference, LVProductOperation::Execution::Synchronous,
+                                                                 policy.installOptions);
                 }
             }
         }
@@ -369,8 +408,8 @@ void LVProductBatch::runUninstall()
     QList<LVProductOperation*> running;
     for (qsizetype index = 0; index < _items.size(); ++index) {
         LVProductOperation* operation = _items.at(index).operation;
-        if (operation && operation->phase() == LVProductOperation::Phase::Idle && !operation->isBatched()) {
-            operation->setBatched(true);
+        if (operation && operation->phase() == LVProductOperation::Phase::Idle && !operation->isHeld()) {
+            operation->setHolder(this);
             running.append(operation);
         } else {
             running.append(nullptr);

@@ -6,6 +6,7 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QSemaphore>
 #include <QVariantMap>
 #include <memory>
 
@@ -16,6 +17,10 @@ class LVProductOperation;
 // install in order on one background thread under one administrator authorization, then are
 // confirmed. Uninstalling: the products' scripts run on one background thread under one
 // authorization. What a failure means (stall, abandon, go on) is the owner's policy.
+//
+// While the run lasts it holds its products (LVProductOperation::holder()): their rows show its
+// progress and act on it only as its policy allows. A stalled run keeps its packages but lets go
+// of its products, whose rows read what is installed again.
 class LVProductBatch : public QObject
 {
     Q_OBJECT
@@ -77,6 +82,10 @@ public:
         // Held by the caller for longer than the run; none: the run acquires its own.
         std::shared_ptr<LVAdminAuthorization> authorization;
         LVAdminAuthorization::CreateFailureLog createFailureLog = LVAdminAuthorization::CreateFailureLog::Always;
+        // Who holds the products, as the rows name it when they refuse an action.
+        QString holderTitle;
+        // A product row's Cancel cancels the whole run (a bundle's); otherwise rows may not cancel it.
+        bool rowsMayCancel = false;
     };
 
     LVProductBatch(Kind kind, const QList<Item>& items, const Policy& policy, QObject* parent = nullptr);
@@ -103,6 +112,10 @@ public:
     qint64 receivedBytes() const;
     qint64 expectedBytes() const;
     bool hasEnded() const { return _ended; }
+    bool isStalled() const { return _stalled; }
+    // cancel() would act: the run downloads or waits for its installations to begin.
+    bool isCancellable() const { return _started && !_ended && !_stalled && !_backgroundRunning; }
+    const Policy& policy() const { return _policy; }
     // The status of the administrator right when it was not granted; 0 otherwise.
     int authorizationStatus() const { return _authorizationStatus; }
 
@@ -127,6 +140,8 @@ private:
         // Follows an installation that someone else started; the batch neither installs nor
         // confirms it.
         bool joined = false;
+        // The package of a stalled run, which no one else may delete.
+        QString keptPackage;
     };
 
     void observe(qsizetype index);
@@ -142,6 +157,8 @@ private:
     void stall();
     void releaseLater(const Entry& entry);
     void release(Entry& entry);
+    // A joined product whose other work ended without installing it.
+    void checkJoined(qsizetype index);
 
     const Kind _kind;
     QList<Entry> _items;
@@ -151,4 +168,6 @@ private:
     bool _backgroundRunning = false;
     bool _ended = false;
     int _authorizationStatus = 0;
+    // Released by each installation's end, so that the next begins its wait only then.
+    std::shared_ptr<QSemaphore> _installationsEnded = std::make_shared<QSemaphore>();
 };

@@ -11,6 +11,7 @@
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVPackageChecksum.h"
+#include "engines/LVProductBatch.h"
 #include "engines/LVUninstaller.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
@@ -58,7 +59,8 @@ QString timeText(double seconds)
 } // namespace
 
 LVProductOperation::LVProductOperation(const VMSingleProductItemPtr& product, QObject* parent)
-    : QObject(parent), _productItem(product)
+    : QObject(parent), _productItem(product),
+      _installedVersion(product ? product->checkInstalledPluginVersion() : QString())
 {}
 
 LVProductOperation::~LVProductOperation()
@@ -66,6 +68,9 @@ LVProductOperation::~LVProductOperation()
     // Children: deleting a downloader cancels it without a callback and removes its file when asked to.
     if (_installerDownloader)
         _installerDownloader->setDeleteDownloadFile(true);
+    // The user's chosen file stays, whatever became of the download.
+    if (_manualDownloader)
+        _manualDownloader->setDeleteDownloadFile(false);
     QMutexLocker locker(&_packageLock);
     if (!_packagePath.isEmpty())
         QFile::remove(_packagePath);
@@ -109,17 +114,90 @@ void LVProductOperation::setProductItem(const VMSingleProductItemPtr& product)
         _productItem = product;
 }
 
+void LVProductOperation::setInstalledVersion(const QString& version)
+{
+    if (version == _installedVersion && version.isNull() == _installedVersion.isNull())
+        return;
+    _installedVersion = version;
+    emit installedVersionChanged(version);
+}
+
+void LVProductOperation::detectInstalledVersion()
+{
+    if (_productItem)
+        setInstalledVersion(_productItem->checkInstalledPluginVersion());
+}
+
+LVProductBatch* LVProductOperation::holder() const
+{
+    auto* run = static_cast<LVProductBatch*>(_holder.data());
+    // A stalled run stays as it stands but no longer speaks for its products.
+    return run && !run->isStalled() && !run->hasEnded() ? run : nullptr;
+}
+
+bool LVProductOperation::isHeldBy(const LVProductBatch* run) const
+{
+    return run && _holder.data() == run;
+}
+
+void LVProductOperation::setHolder(LVProductBatch* run)
+{
+    if (_holder.data() == run)
+        return;
+    _holder = run;
+    emit holderChanged();
+    emit phaseChanged(_phase);
+}
+
+QString LVProductOperation::refusal(RowAction action) const
+{
+    const LVProductBatch* run = holder();
+    switch (action) {
+    case RowAction::ManualDownload:
+        return _manualDownloader ? QStringLiteral("A manual download of this installer is under way.") : QString();
+    case RowAction::Cancel:
+        if (!run)
+            return _installerDownloader || _manualDownloader ? QString() : QStringLiteral("Nothing is downloading.");
+        if (!run->policy().rowsMayCancel)
+            return QStringLiteral("Part of \"%1\", which cannot be cancelled here.").arg(run->policy().holderTitle);
+        return run->isCancellable() ? QString()
+                                    : QStringLiteral("\"%1\" is installing.").arg(run->policy().holderTitle);
+    case RowAction::Install:
+    case RowAction::Uninstall:
+        if (run)
+            return QStringLiteral("Part of \"%1\" until it ends.").arg(run->policy().holderTitle);
+        if (action == RowAction::Uninstall && _phase != Phase::Idle)
+            return QStringLiteral("The product is busy.");
+        if (action == RowAction::Install && _phase == Phase::Uninstalling)
+            return QStringLiteral("The product is being uninstalled.");
+        return QString();
+    }
+    return QString();
+}
+
+void LVProductOperation::cancelFromRow()
+{
+    if (!refusal(RowAction::Cancel).isEmpty())
+        return;
+    if (LVProductBatch* run = holder()) {
+        // The run's own cancel, with its policy: a bundle's run is abandoned as a whole.
+        run->cancel();
+        return;
+    }
+    if (_installerDownloader)
+        cancelDownload();
+    else if (_manualDownloader)
+        _manualDownloader->cancel();
+}
+
 bool LVProductOperation::requestInstallation(const VMVersionItemPtr& version)
 {
     if (_phase == Phase::Uninstalling)
         return false;
     // The run this product is part of, or the confirmation under way, covers the request.
-    if (_batched || _phase == Phase::Confirming)
+    if (holder() || _phase == Phase::Confirming)
         return true;
     if (_phase == Phase::Downloading || _phase == Phase::Installing) {
-        // Joins the run under way; a manual download is no installation to join.
-        if (_installerDownloader && _installerDownloader->identifier() != installerDownload)
-            return false;
         _installRequested = true;
         return true;
     }
@@ -149,13 +227,15 @@ bool LVProductOperation::isInstalling() const
     return _phase == Phase::Installing;
 }
 
-uint LVProductOperation::busyStatus() const
+VMInstallStatus::Status LVProductOperation::busyStatus() const
 {
-    if (_installerDownloader)
+    const bool held = holder() != nullptr;
+    if (_installerDownloader || (_manualDownloader && !held))
         return VMInstallStatus::Downloading;
     switch (_phase) {
     case Phase::Downloaded:
-        return VMInstallStatus::WaitingForBundle;
+        // A package nobody will install (its run has stalled) is no work on the product.
+        return held ? VMInstallStatus::WaitingForBundle : VMInstallStatus::NotComputed;
     case Phase::Installing:
     case Phase::Confirming:
         return VMInstallStatus::Installing;
@@ -173,6 +253,18 @@ QString LVProductOperation::packagePath() const
 {
     QMutexLocker locker(&_packageLock);
     return _packagePath;
+}
+
+QString LVProductOperation::takePackage()
+{
+    QString package;
+    {
+        QMutexLocker locker(&_packageLock);
+        package = std::exchange(_packagePath, QString());
+    }
+    if (_phase == Phase::Downloaded)
+        setPhase(Phase::Idle);
+    return package;
 }
 
 QVariantMap LVProductOperation::installerSettings() const
@@ -205,15 +297,41 @@ bool LVProductOperation::startDownload(const VMVersionItemPtr& version)
     const QUrl url(settings->value(QStringLiteral("downloadURL")).toString());
     if (url.isEmpty())
         return false;
-    if (!startDownload(url, *settings, installerDownload, QVariant::fromValue(version)))
+    if (!startDownload(url, *settings, QVariant::fromValue(version)))
         return false;
     VM_LOG_MESSAGE(QStringLiteral("Installer settings: %1").arg(settingsDescription(*settings)));
     return true;
 }
 
-bool LVProductOperation::startDownload(const QUrl& url, const QVariantMap& installerSettings, qint64 identifier,
+bool LVProductOperation::startManualDownload(const QUrl& url, const QString& filePath)
+{
+    if (_manualDownloader || filePath.isEmpty())
+        return false;
+    LVDownloader* downloader = LVDownloader::downloaderWithURL(url, this);
+    if (!downloader)
+        return false;
+    downloader->setIdentifier(manualDownload);
+    downloader->setDelegate(this);
+    if (!downloader->startWithDownloadFilePath(filePath)) {
+        delete downloader;
+        return false;
+    }
+    // The row's own: no package, settings or phase of the product's other work changes.
+    _manualDownloader = downloader;
+    emit phaseChanged(_phase);
+    emit progressChanged();
+    return true;
+}
+
+LVDownloader* LVProductOperation::manualDownloader() const
+{
+    return _manualDownloader.data();
+}
+
+bool LVProductOperation::startDownload(const QUrl& url, const QVariantMap& installerSettings,
                                        const QVariant& representedObject, const QString& filePath)
 {
+    const qint64 identifier = installerDownload;
     if (_installerDownloader || _phase == Phase::Installing || _phase == Phase::Uninstalling)
         return false;
     const QString path =
@@ -287,19 +405,28 @@ void LVProductOperation::forgetInstallerDownloader(LVDownloader* downloader)
     downloader->deleteLater();
 }
 
+LVDownloader* LVProductOperation::shownDownloader() const
+{
+    if (_installerDownloader)
+        return _installerDownloader;
+    return holder() ? nullptr : _manualDownloader.data();
+}
+
 qint64 LVProductOperation::expectedBytes() const
 {
-    return _installerDownloader ? _installerDownloader->expectedDataSize() : 0;
+    const LVDownloader* downloader = shownDownloader();
+    return downloader ? downloader->expectedDataSize() : 0;
 }
 
 qint64 LVProductOperation::receivedBytes() const
 {
-    return _installerDownloader ? qint64(_installerDownloader->currentDownloadDataSize()) : 0;
+    const LVDownloader* downloader = shownDownloader();
+    return downloader ? qint64(downloader->currentDownloadDataSize()) : 0;
 }
 
 double LVProductOperation::bytesPerSecond() const
 {
-    if (!_installerDownloader || !_downloadClock.isValid())
+    if (!shownDownloader() || !_downloadClock.isValid())
         return 0.0;
     const qint64 elapsed = _downloadClock.elapsed();
     return elapsed > 0 ? double(receivedBytes()) * 1000.0 / double(elapsed) : 0.0;
@@ -322,7 +449,7 @@ double LVProductOperation::downloadFraction() const
 
 QString LVProductOperation::progressDescription() const
 {
-    if (!_installerDownloader)
+    if (!shownDownloader())
         return QString();
     const qint64 expected = expectedBytes();
     const qint64 received = receivedBytes();
@@ -340,7 +467,7 @@ QString LVProductOperation::progressDescription() const
 
 void LVProductOperation::downloadStarted(LVDownloader* downloader)
 {
-    if (downloader == _installerDownloader) {
+    if (downloader == shownDownloader()) {
         _downloadClock.start();
         emit progressChanged();
     }
@@ -349,9 +476,21 @@ void LVProductOperation::downloadStarted(LVDownloader* downloader)
 
 void LVProductOperation::downloadProgress(double progress, LVDownloader* downloader)
 {
-    if (downloader == _installerDownloader)
+    if (downloader == shownDownloader())
         emit progressChanged();
     emit downloadAdvanced(progress, downloader);
+}
+
+void LVProductOperation::endManualDownload(LVDownloader* downloader, bool succeeded)
+{
+    _manualDownloader = nullptr;
+    // The user's chosen file is theirs, whatever became of the download.
+    downloader->setDeleteDownloadFile(false);
+    downloader->setParent(nullptr);
+    downloader->deleteLater();
+    emit phaseChanged(_phase);
+    emit progressChanged();
+    emit downloadEnded(downloader, succeeded);
 }
 
 void LVProductOperation::downloadCompleted(LVDownloader* downloader)
@@ -376,6 +515,10 @@ void LVProductOperation::downloadCompleted(LVDownloader* downloader)
         }
         return;
     }
+    if (downloader == _manualDownloader) {
+        endManualDownload(downloader, true);
+        return;
+    }
     if (downloader == _installerDownloader) {
         forgetInstallerDownloader(downloader);
         if (downloader->identifier() == installerDownload && !downloader->downloadFilePath().isEmpty()) {
@@ -396,7 +539,7 @@ void LVProductOperation::downloadCompleted(LVDownloader* downloader)
     emit downloadEnded(downloader, true);
     if (!self)
         return;
-    if (_installRequested && !_batched && downloader->identifier() == installerDownload &&
+    if (_installRequested && !holder() && downloader->identifier() == installerDownload &&
         _phase == Phase::Downloaded && !install())
         _installRequested = false;
 }
@@ -417,6 +560,9 @@ void LVProductOperation::downloadFailed(LVDownloader* downloader)
             downloader->deleteLater();
             setPhase(Phase::Idle);
         }
+    } else if (downloader == _manualDownloader) {
+        endManualDownload(downloader, false);
+        return;
     } else if (downloader == _installerDownloader) {
         if (downloader->identifier() == installerDownload) {
             const auto version = downloader->representedObject().value<VMVersionItemPtr>();
@@ -425,10 +571,11 @@ void LVProductOperation::downloadFailed(LVDownloader* downloader)
                    version ? version->productVersion() : QString(),
                    _downloadCancelled ? QString() : downloader->error().description());
         }
+        // A cancelled download's file goes; a failed one's stays where the downloader put it.
+        downloader->setDeleteDownloadFile(_downloadCancelled);
+        if (_downloadCancelled)
+            downloader->cleanUp();
         _downloadCancelled = false;
-        // A partial package is of no use to anyone.
-        downloader->setDeleteDownloadFile(true);
-        downloader->cleanUp();
         forgetInstallerDownloader(downloader);
         if (downloader->identifier() == installerDownload) {
             QMutexLocker locker(&_packageLock);
@@ -558,19 +705,22 @@ void LVProductOperation::endInstallation(LVInstaller* installer, bool succeeded)
     if (!self)
         return;
     if (confirm)
-        confirmInstallation(version);
+        confirmInstallation(version, Confirmation::Row);
     if (_installingVersionItem == version && !_installer) {
         QMutexLocker locker(&_packageLock);
         _installingVersionItem.reset();
     }
 }
 
-void LVProductOperation::confirmInstallation(const VMVersionItemPtr& version, double secondsBeforeAnnouncement)
+void LVProductOperation::confirmInstallation(const VMVersionItemPtr& version, Confirmation confirmation,
+                                             double secondsBeforeAnnouncement)
 {
     if (version)
         beginConfirmation(version);
-    VMNotificationCenter::defaultCenter().postNotification(VMProductEvents::reloadUpdateItem,
-                                                           QVariant::fromValue(static_cast<QObject*>(this)));
+    // A bundle's products only announce: a reload would fold up the bundle the user opened.
+    if (confirmation == Confirmation::Row)
+        VMNotificationCenter::defaultCenter().postNotification(VMProductEvents::reloadUpdateItem,
+                                                               QVariant::fromValue(static_cast<QObject*>(this)));
     if (!version || secondsBeforeAnnouncement <= 0.0) {
         // Every row of this product confirms the new version from here.
         announceInstallation();
@@ -755,12 +905,18 @@ void LVProductOperation::endUninstallation(LVUninstaller* uninstaller, bool succ
     if (_uninstaller.get() == uninstaller)
         _uninstaller.reset();
     _runningUninstallers = qMax(0, _runningUninstallers - 1);
-    const bool confirm = _uninstallRequested && _runningUninstallers == 0;
+    // What earlier scripts removed is confirmed even when a later one failed.
+    _someUninstallerSucceeded = _someUninstallerSucceeded || succeeded || uninstaller->completedScripts() > 0;
+    const bool last = _runningUninstallers == 0;
+    const bool confirm = _uninstallRequested && last;
+    const bool removedSomething = _someUninstallerSucceeded;
+    if (last)
+        _someUninstallerSucceeded = false;
     if (_runningUninstallers == 0 && _scriptDownloaders.isEmpty()) {
         _uninstallRequested = false;
         setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
     }
-    if (confirm && succeeded && _productItem) {
+    if (confirm && removedSomething && _productItem) {
         VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
         center.postNotification(VMProductEvents::reloadUpdateItem, QVariant::fromValue(static_cast<QObject*>(this)));
         center.postNotification(VMProductEvents::uninstallCompleted, QVariant::fromValue(_productItem));

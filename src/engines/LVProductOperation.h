@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/VMInstallStatus.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "engines/LVDownloaderDelegate.h"
 #include "engines/LVInstallerDelegate.h"
@@ -19,13 +20,21 @@
 
 class LVDownloader;
 class LVInstaller;
+class LVProductBatch;
 class LVUninstaller;
 
 // Carries one product through download -> package installer -> confirmation, and through
 // uninstall: the one mechanism behind the single-product row, the bundle's product rows, the
 // update-all tool and the command line. It owns the downloader, the downloaded package, the
 // installer settings and the installer or uninstaller of its product, and deletes packages it no
-// longer needs. Policy (alerts, queues, the 2.0 s waits, what a failure means) stays with the owner.
+// longer needs — never one that a run holds. It also holds what every view shows of the product:
+// the installed version (detected here, once), the status of the work and which run holds it.
+// Policy (alerts, queues, the 2.0 s waits, what a failure means) stays with the owner.
+//
+// The rule for a product held by a run: its rows show the run's progress; what they may do
+// while it lasts is answered by refusal(), and their Cancel goes to the run (cancelFromRow()),
+// so that no view deletes, cancels or stalls work it does not own. A manual download is the
+// row's own: its own downloader and file, next to whatever the product's run holds.
 //
 // Observers connect to the signals below, which follow the engines' own callbacks after the
 // operation has updated its phase. requestInstallation() and requestUninstallation() carry the
@@ -50,6 +59,11 @@ public:
     };
     Q_ENUM(Phase)
     enum class Execution { Background, Synchronous };
+    // What a row may ask of the product.
+    enum class RowAction { Install, Cancel, Uninstall, ManualDownload };
+    // How an installation is confirmed: a product row's confirmation posts "reloadLVUpdateItem"
+    // before the announcement; a bundle's product announces only, after its wait.
+    enum class Confirmation { Row, Bundle };
 
     // Downloader identifiers.
     static constexpr qint64 iconDownload = 1;
@@ -69,11 +83,32 @@ public:
     bool isDownloading() const;
     bool isInstalling() const;
     bool isUninstalling() const;
-    // What a row of the product shows for the operation, in the rows' numbering (VMInstallStatus):
-    // Downloading while an installer downloads, WaitingForBundle while its package waits for a
-    // run's installation, Installing while it installs or is confirmed; NotComputed otherwise,
-    // when the installed version decides.
-    uint busyStatus() const;
+    // What a row of the product shows for the operation: Downloading while an installer (or a
+    // manual download outside a run) downloads, WaitingForBundle while its package waits for the
+    // holding run's installation, Installing while it installs or is confirmed; NotComputed
+    // otherwise, when the installed version decides.
+    VMInstallStatus::Status busyStatus() const;
+
+    // The installed version as last detected or confirmed; null when none.
+    QString installedVersion() const { return _installedVersion; }
+    void setInstalledVersion(const QString& version);
+    // Looks again on disk (after an installation whose version nobody confirmed, or an uninstall).
+    void detectInstalledVersion();
+
+    // The run that holds the product, or null. A stalled run lets go of its products.
+    LVProductBatch* holder() const;
+    void setHolder(LVProductBatch* run);
+    bool isHeld() const { return holder() != nullptr; }
+    // A run took the product and has not let go of it yet (its ending included): the run's
+    // summary, not the rows' alerts, speaks for the work.
+    bool isPartOfRun() const { return !_holder.isNull(); }
+    // Whether `run` took the product, stalled or not.
+    bool isHeldBy(const LVProductBatch* run) const;
+    // Why a row may not do `action` now (its accessible description); empty when it may.
+    QString refusal(RowAction action) const;
+    // A row's Cancel: the product's own download, or the holding run's cancel when its policy lets
+    // rows cancel it. Nothing when refusal(Cancel) is not empty.
+    void cancelFromRow();
 
     // The product's uninstall scripts: its own URL if non-empty, then each version's non-empty
     // one in catalogue order; repeats kept (callers skip them when downloading).
@@ -88,10 +123,6 @@ public:
     // "productUninstallCompleted", then uninstallEnded(). A request while the product uninstalls
     // joins (true); false when it is busy otherwise or nothing can start.
     bool requestUninstallation(const QStringList& scriptURLs);
-    // Part of a batch (LVProductBatch), which installs and confirms the product: a request to
-    // install it joins the batch's run instead of installing by itself.
-    void setBatched(bool batched) { _batched = batched; }
-    bool isBatched() const { return _batched; }
     // Whether a failed installation after which the version asked for is found installed counts
     // as a success (history "succeeded", the installer's output as its detail). Off for the
     // window, which judges by the installer's words; on for the command line.
@@ -102,17 +133,25 @@ public:
     // object the version; logs "Installer settings: %@" and keeps the settings. False when a
     // download runs already, or with no version, URL or path, or when the start fails.
     bool startDownload(const VMVersionItemPtr& version);
-    // The general form: any URL and settings, a chosen identifier (2 or 3), represented object and
-    // target file (empty: the proposed temporary path). The update-all tool and manual downloads.
-    bool startDownload(const QUrl& url, const QVariantMap& installerSettings, qint64 identifier,
-                       const QVariant& representedObject, const QString& filePath = QString());
-    // The running downloader, or null.
+    // The general form: any URL and settings, represented object and target file (empty: the
+    // proposed temporary path). Identifier 2. The update-all tool.
+    bool startDownload(const QUrl& url, const QVariantMap& installerSettings, const QVariant& representedObject,
+                       const QString& filePath = QString());
+    // "Download Installer Manually...": identifier 3 into the chosen file, beside any other work.
+    // False while a manual download runs or when it cannot start.
+    bool startManualDownload(const QUrl& url, const QString& filePath);
+    // The running installer download, or null.
     LVDownloader* downloader() const;
-    // Cancels the running download (its downloadFailed: follows) and deletes its file.
+    LVDownloader* manualDownloader() const;
+    // The download whose progress the rows show: the installer's, else a manual one outside a run.
+    LVDownloader* shownDownloader() const;
+    // Cancels the running installer download (its downloadFailed: follows) and deletes its file.
     void cancelDownload();
 
     // The downloaded package waiting for install(); empty when none.
     QString packagePath() const;
+    // A stalled run keeps its package: the operation forgets it and is idle again.
+    QString takePackage();
     QVariantMap installerSettings() const;
     // The version being installed (the represented object of the installer download), or null.
     VMVersionItemPtr installingVersionItem() const { return _installingVersionItem; }
@@ -131,10 +170,11 @@ public:
     // The confirmation after a successful install: stores the version under "temporaryVersionStr",
     // registers the plug-in found at xpcPathForBundleIndentifier: with pluginkit and launches the
     // wrapper app (bundle identifier: the version's productIdentifier, else the product's), posts
-    // "reloadLVUpdateItem", then, after `secondsBeforeAnnouncement` (phase Confirming meanwhile),
-    // posts "productInstallCompleted" with the product, removes "temporaryVersionStr" again and
-    // emits installationConfirmed(). Without a version only the two notifications are posted.
-    void confirmInstallation(const VMVersionItemPtr& version, double secondsBeforeAnnouncement = 0.0);
+    // "reloadLVUpdateItem" (a row's confirmation only), then, after `secondsBeforeAnnouncement`
+    // (phase Confirming meanwhile), posts "productInstallCompleted" with the product, removes
+    // "temporaryVersionStr" again and emits installationConfirmed().
+    void confirmInstallation(const VMVersionItemPtr& version, Confirmation confirmation,
+                             double secondsBeforeAnnouncement = 0.0);
 
     // Downloads every script (identifier 4, repeats skipped) at the same time, then runs them in
     // the order their downloads completed on a background thread under one LVAdminAuthorization. A
@@ -175,6 +215,9 @@ public:
 
 signals:
     void phaseChanged(LVProductOperation::Phase phase);
+    void installedVersionChanged(const QString& version);
+    // Another run holds the product, or none does any more.
+    void holderChanged();
     void progressChanged();
     // The engines' callbacks for observers. `progress`
     // is the downloader's, 0 to 100. installEnded(…, true) comes before the confirmation of a
@@ -207,6 +250,7 @@ private:
     bool outcomeIsInstalled() const;
     void endUninstallation(LVUninstaller* uninstaller, bool succeeded);
     void forgetInstallerDownloader(LVDownloader* downloader);
+    void endManualDownload(LVDownloader* downloader, bool succeeded);
     void runUninstallScripts(const QByteArrayList& scripts);
     // Main thread: takes over a runner made on a background thread before it starts.
     void adoptInstaller(const std::shared_ptr<LVInstaller>& installer);
@@ -216,6 +260,10 @@ private:
     Phase _phase = Phase::Idle;
 
     QPointer<LVDownloader> _installerDownloader;
+    QPointer<LVDownloader> _manualDownloader;
+    // The run (an LVProductBatch) that took the product.
+    QPointer<QObject> _holder;
+    QString _installedVersion;
     QString _packagePath;
     QVariantMap _installerSettings;
     VMVersionItemPtr _installingVersionItem;
@@ -233,10 +281,10 @@ private:
     bool _installRequested = false;
     bool _uninstallRequested = false;
     bool _judgesByOutcome = false;
-    bool _batched = false;
     // Guards the package path, settings and version, which a synchronous install reads on its
     // background thread.
     mutable QMutex _packageLock;
     int _runningUninstallers = 0;
+    bool _someUninstallerSucceeded = false;
     int _runningInstallers = 0;
 };

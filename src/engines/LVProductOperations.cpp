@@ -1,10 +1,76 @@
 #include "LVProductOperations.h"
 
+#include "catalogue/VMInstalledVersions.h"
+#include "catalogue/VMProductEvents.h"
 #include "engines/LVProductOperation.h"
+#include "foundation/VMNotificationCenter.h"
 
 #include <QCoreApplication>
+#include <utility>
 
-LVProductOperations::LVProductOperations(QObject* parent) : QObject(parent) {}
+LVProductOperations::LVProductOperations(QObject* parent) : QObject(parent)
+{
+    // Made before any row observes: the rows hear an announcement after the model has taken it.
+    VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
+    center.addObserver(this, VMProductEvents::installCompleted,
+                       [this](const VMNotification& notification) { installAnnounced(notification.object); });
+    center.addObserver(this, VMProductEvents::uninstallCompleted,
+                       [this](const VMNotification& notification) { uninstallAnnounced(notification.object); });
+}
+
+void LVProductOperations::installAnnounced(const QVariant& object)
+{
+    const std::shared_ptr<VMProductItem> announced = VMProductEvents::productOf(object);
+    if (!announced)
+        return;
+    bool cacheCleared = false;
+    // A copy: the rows that hear the new versions may ask for operations meanwhile.
+    const auto operations = _operations;
+    for (const QPointer<LVProductOperation>& operation : operations) {
+        const VMSingleProductItemPtr product = operation ? operation->productItem() : nullptr;
+        if (!product)
+            continue;
+        const bool same = product->productID() == announced->productID();
+        // A product built from the same installer shares the announced plug-in.
+        const bool sharing = !announced->productIdentifier().isNull() &&
+                             product->allProductIdentifiers().contains(announced->productIdentifier());
+        if (!same && !sharing)
+            continue;
+        // A version just confirmed for the product is taken as it is; otherwise it is looked up.
+        const QVariant confirmed = product->propertyForKey(VMProductEvents::temporaryVersionKey);
+        if (confirmed.isValid() && !confirmed.isNull()) {
+            operation->setInstalledVersion(confirmed.toString());
+            continue;
+        }
+        if (!std::exchange(cacheCleared, true))
+            VMInstalledVersions::clearBundleIdentifierCache();
+        operation->detectInstalledVersion();
+    }
+}
+
+void LVProductOperations::uninstallAnnounced(const QVariant& object)
+{
+    const std::shared_ptr<VMProductItem> announced = VMProductEvents::productOf(object);
+    if (!announced)
+        return;
+    VMInstalledVersions::clearBundleIdentifierCache();
+    // A copy: the rows that hear the new versions may ask for operations meanwhile.
+    const auto operations = _operations;
+    for (const QPointer<LVProductOperation>& operation : operations) {
+        const VMSingleProductItemPtr product = operation ? operation->productItem() : nullptr;
+        if (product && (product->productID() == announced->productID() ||
+                        (!announced->productIdentifier().isNull() &&
+                         product->allProductIdentifiers().contains(announced->productIdentifier()))))
+            operation->detectInstalledVersion();
+    }
+}
+
+void LVProductOperations::announceUpdate(const VMSingleProductItemPtr& product, QObject* sender)
+{
+    VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
+    center.postNotification(VMProductEvents::reloadUpdateItem, QVariant::fromValue(sender));
+    center.postNotification(VMProductEvents::installCompleted, QVariant::fromValue(product));
+}
 
 LVProductOperations& LVProductOperations::shared()
 {
@@ -21,26 +87,19 @@ LVProductOperation* LVProductOperations::operationForProduct(const VMSingleProdu
     QPointer<LVProductOperation>& operation = _operations[product->productID()];
     if (!operation)
         operation = new LVProductOperation(product, this);
-    else if (operation->productItem() != product)
+    else if (operation->productItem() != product) {
         operation->setProductItem(product);
+        // A refreshed catalogue looks again at what is installed, unless work on it is under way.
+        if (operation->phase() == LVProductOperation::Phase::Idle && !operation->isHeld())
+            operation->detectInstalledVersion();
+    }
     return operation;
-}
-
-LVProductOperation* LVProductOperations::existingOperation(const QString& productID) const
-{
-    return _operations.value(productID);
-}
-
-bool LVProductOperations::isBusy(const QString& productID) const
-{
-    const LVProductOperation* operation = existingOperation(productID);
-    return operation && operation->phase() != LVProductOperation::Phase::Idle;
 }
 
 bool LVProductOperations::isIdle() const
 {
     for (const QPointer<LVProductOperation>& operation : _operations) {
-        if (operation && operation->phase() != LVProductOperation::Phase::Idle)
+        if (operation && (operation->phase() != LVProductOperation::Phase::Idle || operation->manualDownloader()))
             return false;
     }
     for (const QPointer<LVProductBatch>& run : _batches) {
@@ -59,6 +118,9 @@ LVProductOperation* LVProductOperations::install(const VMSingleProductItemPtr& p
 LVProductOperation* LVProductOperations::uninstall(const VMSingleProductItemPtr& product, const QStringList& scriptURLs)
 {
     LVProductOperation* operation = operationForProduct(product);
+    // A run holds the product: its row may not take it away meanwhile.
+    if (operation && operation->isHeld())
+        return nullptr;
     return operation && operation->requestUninstallation(scriptURLs) ? operation : nullptr;
 }
 

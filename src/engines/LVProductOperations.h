@@ -10,10 +10,13 @@
 
 class LVProductOperation;
 
-// The application's operations on products, one per product ID, living as long as the
-// application. Rows, tools and the command line ask it for work and observe a product's operation
-// by its signals; a row made by a catalogue refresh finds the operation that is running for its
-// product, and a row that goes away only stops observing.
+// The application's product model: one operation per product ID, living as long as the
+// application, with the product's state (installed version, work under way, the run holding it).
+// Rows, tools and the command line ask it for work and observe a product's operation by its
+// signals; a row made by a catalogue refresh finds the operation that is running for its product,
+// and a row that goes away only stops observing. The installed versions follow the announcements:
+// a confirmed version ("temporaryVersionStr") is taken as it is, anything else is looked up again,
+// so that every view reads the same value after any kind of run.
 class LVProductOperations : public QObject
 {
     Q_OBJECT
@@ -24,11 +27,6 @@ public:
     // The product's operation, made on first request. A newer record of the same product (a
     // refreshed catalogue) becomes the operation's record, so the confirmation reaches it.
     LVProductOperation* operationForProduct(const VMSingleProductItemPtr& product);
-    // Null when the product has no operation yet.
-    LVProductOperation* existingOperation(const QString& productID) const;
-    // Whether the product downloads, installs or uninstalls right now.
-    bool isBusy(const QString& productID) const;
-
     // No product is busy and no run is under way.
     bool isIdle() const;
 
@@ -48,8 +46,15 @@ public:
     // The run under way under `key`, or null.
     LVProductBatch* batch(const QString& key) const;
 
+    // The update-all run's confirmation of one entry: "reloadLVUpdateItem" with `sender`, then
+    // "productInstallCompleted" with the product; nothing else (no temporary version, no plug-in
+    // registration, no wrapper launch). The model looks the installed versions up again.
+    static void announceUpdate(const VMSingleProductItemPtr& product, QObject* sender);
+
 private:
     explicit LVProductOperations(QObject* parent);
+    void installAnnounced(const QVariant& object);
+    void uninstallAnnounced(const QVariant& object);
 
     QHash<QString, QPointer<LVProductOperation>> _operations;
     QHash<QString, QPointer<LVProductBatch>> _batches;

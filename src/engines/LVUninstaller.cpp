@@ -105,6 +105,7 @@ bool LVUninstaller::start()
             finish(error);
             return true;
         }
+        ++_completedScripts;
     }
     finish(VMError());
     return true;

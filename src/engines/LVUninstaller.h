@@ -10,6 +10,7 @@
 #include <QStringList>
 #include <QVariant>
 #include <QVariantMap>
+#include <atomic>
 #include <memory>
 #include <optional>
 
@@ -57,6 +58,8 @@ public:
     void setRepresentedObject(const QVariant& object) { _representedObject = object; }
 
     QStringList scriptFilePaths() const { return _scriptFilePaths; }
+    // How many scripts ran cleanly before the run ended: what a failed run still removed.
+    int completedScripts() const { return _completedScripts.load(); }
 
 private:
     LVUninstaller(const QByteArrayList& scripts, const QVariantMap& options);
@@ -68,6 +71,7 @@ private:
     LVUninstallerDelegate* _delegate = nullptr;
     QPointer<QObject> _delegateObject;
     VMError _error;
+    std::atomic<int> _completedScripts{0};
     QVariant _representedObject;
     QVariantMap _options;
 };

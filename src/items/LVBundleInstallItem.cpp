@@ -231,6 +231,7 @@ void LVBundleInstallItem::updateView(uint status)
         button->setIcon(LVStatusImages::named(QStringLiteral("NSTouchBarDownloadTemplate")));
         button->setToolTip(QStringLiteral("Download & Install"));
         button->setAccessibleName(QStringLiteral("Download & Install"));
+        button->setAccessibleDescription(QString());
         button->setEnabled(true);
         button->show();
         bar->hide();
@@ -239,6 +240,7 @@ void LVBundleInstallItem::updateView(uint status)
         button->setIcon(LVStatusImages::named(QStringLiteral("NSStopProgressFreestandingTemplate")));
         button->setToolTip(QStringLiteral("Cancel Download"));
         button->setAccessibleName(QStringLiteral("Cancel Download"));
+        button->setAccessibleDescription(QString());
         button->setEnabled(enabled);
         button->show();
     };
@@ -257,13 +259,18 @@ void LVBundleInstallItem::updateView(uint status)
         showStatus(QStringLiteral("Bundle not fully installed"), QStringLiteral("NSStatusPartiallyAvailable"));
         offerDownload();
         break;
-    case StatusDownloading:
+    case StatusDownloading: {
         _ui->_statusTextField->setText(QStringLiteral("Downloading"));
-        showStop(true);
+        // Only the bundle's own run is its to cancel; a member fetched by other work is not.
+        const bool own = _run && _run->isCancellable();
+        showStop(own);
+        button->setAccessibleDescription(
+            own ? QString() : QStringLiteral("A product of this bundle is being downloaded by other work."));
         // Indeterminate: a busy bar that animates for as long as it is shown.
         bar->setRange(0, 0);
         bar->show();
         break;
+    }
     case StatusInstalling:
     case StatusWaitingForBundle:
         _ui->_statusTextField->setText(QStringLiteral("Installing..."));
@@ -373,8 +380,10 @@ QString LVBundleInstallItem::runKey() const
 
 void LVBundleInstallItem::startDownload()
 {
-    if (isDownloading()) {
-        cancelDownload();
+    // The button toggles to cancel the bundle's own run; a member busy elsewhere is joined.
+    if (_run) {
+        if (_run->isCancellable())
+            cancelDownload();
         return;
     }
     QList<LVProductBatch::Item> items;
@@ -391,6 +400,9 @@ void LVBundleInstallItem::startDownload()
     policy.refusedAuthorization = LVProductBatch::Policy::OnFailure::Abandon;
     // The system needs a moment to see a new plug-in before the rows look for it.
     policy.secondsBeforeAnnouncement = 2.0;
+    policy.holderTitle = title();
+    // A product row's Cancel is the bundle's cancel.
+    policy.rowsMayCancel = true;
     LVProductBatch* run =
         LVProductOperations::shared().makeBatch(runKey(), LVProductBatch::Kind::Install, items, policy);
     if (!run)
@@ -544,6 +556,7 @@ void LVBundleInstallItem::startUninstalling()
     LVProductBatch::Policy policy;
     // A refused password ends the uninstallation without a word.
     policy.refusedAuthorization = LVProductBatch::Policy::OnFailure::Abandon;
+    policy.holderTitle = title();
     LVProductBatch* run =
         LVProductOperations::shared().makeBatch(runKey(), LVProductBatch::Kind::Uninstall, items, policy);
     if (!run)

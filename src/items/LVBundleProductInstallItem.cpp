@@ -33,11 +33,11 @@ LVBundleProductInstallItem* LVBundleProductInstallItem::initWithProdcutItem(cons
 
 LVBundleProductInstallItem::LVBundleProductInstallItem(const VMSingleProductItemPtr& productItem, QObject* parent)
     : LVInstallItem(parent), _productItem(productItem),
-      _operation(LVProductOperations::shared().operationForProduct(productItem)),
-      _installedVersion(productItem->checkInstalledPluginVersion())
+      _operation(LVProductOperations::shared().operationForProduct(productItem))
 {
     // The operation outlives this row: a row made by a refresh shows the step it has reached.
     followOperation(_operation);
+    connect(_operation, &LVProductOperation::installedVersionChanged, this, [this] { updateStatus(); });
     VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
     center.addObserver(this, VMProductEvents::installCompleted,
                        [this](const VMNotification& notification) { installCompletedNotif(notification); });
@@ -50,6 +50,17 @@ LVBundleProductInstallItem::~LVBundleProductInstallItem()
     VMNotificationCenter::defaultCenter().removeObserver(this);
     delete _iconDownloader;
     delete _containerView;
+}
+
+QString LVBundleProductInstallItem::installedVersion() const
+{
+    return _operation ? _operation->installedVersion() : QString();
+}
+
+void LVBundleProductInstallItem::setInstalledVersion(const QString& version)
+{
+    if (_operation)
+        _operation->setInstalledVersion(version);
 }
 
 QString LVBundleProductInstallItem::title() const
@@ -118,9 +129,10 @@ void LVBundleProductInstallItem::updateStatus()
         return;
     }
     uint status = _operation->busyStatus();
+    const QString installed = installedVersion();
     if (status == StatusNotComputed)
-        status = _installedVersion.isEmpty() ? uint(StatusNotInstalled)
-                                             : VMInstallStatus::singleProductStatus(*_productItem, _installedVersion);
+        status = installed.isEmpty() ? uint(StatusNotInstalled)
+                                     : VMInstallStatus::singleProductStatus(*_productItem, installed);
     setInstallStatus(status);
     updateView(status);
     if (_installItem)
@@ -204,7 +216,7 @@ void LVBundleProductInstallItem::checkInstalledVersion(int)
     VM_LOG_MESSAGE(QStringLiteral("%1: %2").arg(VMProductEvents::temporaryVersionKey, version.toString()));
     if (version.toString().isEmpty())
         return;
-    _installedVersion = version.toString();
+    // The model has taken the version already.
     updateStatus();
 }
 
@@ -225,7 +237,7 @@ void LVBundleProductInstallItem::uninstallCompletedNotif(const VMNotification& n
 {
     if (!concernsThisProduct(notification))
         return;
-    _installedVersion = _productItem->checkInstalledPluginVersion();
+    // The model has looked again already.
     updateStatus();
 }
 
@@ -233,7 +245,7 @@ void LVBundleProductInstallItem::uninstallCompletedNotif(const VMNotification& n
 
 void LVBundleProductInstallItem::downloadProgress(double progress, LVDownloader* downloader)
 {
-    if (downloader->identifier() != LVProductOperation::installerDownload)
+    if (downloader != _operation->shownDownloader())
         return;
     updateStatus();
     // The downloader reports percent, or a negative value while the size is unknown.

@@ -46,8 +46,9 @@ public:
     bool shouldSelect() override { return true; }
     void updateStatus() override;
 
-    QString installedVersion() const { return _installedVersion; }
-    void setInstalledVersion(const QString& version) { _installedVersion = version; }
+    // The product model's value; setting it sets the model's.
+    QString installedVersion() const;
+    void setInstalledVersion(const QString& version);
     // The installer has been downloaded and waits for the bundle's installation.
     bool waitingToInstall() const;
     bool isDownloading() const;
@@ -83,7 +84,6 @@ private:
     VMSingleProductItemPtr _productItem;
     QPointer<LVBundleInstallItem> _installItem;
     QPointer<LVProductOperation> _operation;
-    QString _installedVersion;
     QPointer<LVDownloader> _iconDownloader;
 
     std::unique_ptr<Ui::LVBundleProductInstallItem> _ui;

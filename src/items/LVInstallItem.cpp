@@ -1,6 +1,7 @@
 #include "LVInstallItem.h"
 
 #include "catalogue/LVServers.h"
+#include "catalogue/VMProductItem.h"
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVProductOperation.h"
@@ -13,6 +14,12 @@
 LVInstallItem::LVInstallItem(QObject* parent) : QObject(parent) {}
 
 LVInstallItem::~LVInstallItem() = default;
+
+QString LVInstallItem::outlineKey() const
+{
+    const std::shared_ptr<VMProductItem> product = productItem();
+    return product ? product->productID() : title();
+}
 
 uint LVInstallItem::installStatus()
 {

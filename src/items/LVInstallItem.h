@@ -49,6 +49,8 @@ public:
 
     Kind outlineKind() const override { return Kind::Install; }
     QString title() const override { return QStringLiteral(""); }
+    // The product's (or bundle's) ID, which a refreshed row shares with the row it replaces.
+    QString outlineKey() const override;
 
     // The stored status; a status still to be computed is computed first.
     uint installStatus();

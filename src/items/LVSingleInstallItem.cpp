@@ -89,8 +89,11 @@ LVSingleInstallItem::LVSingleInstallItem(const VMSingleProductItemPtr& productIt
     _operation = LVProductOperations::shared().operationForProduct(productItem);
     LVProductOperation* operation = _operation;
     connect(operation, &LVProductOperation::progressChanged, this, &LVSingleInstallItem::updateProgressDescription);
+    connect(operation, &LVProductOperation::installedVersionChanged, this, [this] {
+        updateStatus();
+        updateDescription();
+    });
     followOperation(operation);
-    setInstalledVersion(productItem->checkInstalledPluginVersion());
     VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
     center.addObserver(this, VMProductEvents::installCompleted,
                        [this](const VMNotification& notification) { installCompletedNotif(notification); });
@@ -129,14 +132,12 @@ std::shared_ptr<VMProductItem> LVSingleInstallItem::productItem() const
 
 QString LVSingleInstallItem::installedVersion() const
 {
-    QMutexLocker locker(&_installedVersionLock);
-    return _installedVersion;
+    return _operation->installedVersion();
 }
 
 void LVSingleInstallItem::setInstalledVersion(const QString& version)
 {
-    QMutexLocker locker(&_installedVersionLock);
-    _installedVersion = version;
+    _operation->setInstalledVersion(version);
 }
 
 QString LVSingleInstallItem::title() const
@@ -313,20 +314,25 @@ void LVSingleInstallItem::updateStatus()
         statusImage->setPixmap(namedImage(image).pixmap(QSize(12, 12), statusImage->devicePixelRatioF()));
         statusImage->show();
     };
+    // While a run holds the product the model says what the button may do, and why not.
     const auto offerDownload = [&] {
+        const QString refusal = _operation->refusal(LVProductOperation::RowAction::Install);
         button->setIcon(namedImage("NSTouchBarDownloadTemplate"));
         button->setToolTip(tr("Download & Install"));
         button->setAccessibleName(tr("Download & Install"));
+        button->setAccessibleDescription(refusal);
         button->setVisible(true);
-        button->setEnabled(true);
+        button->setEnabled(refusal.isEmpty());
         progress->hide();
     };
     const auto showStop = [&](bool enabled) {
+        const QString refusal = _operation->refusal(LVProductOperation::RowAction::Cancel);
         button->setIcon(namedImage("NSStopProgressFreestandingTemplate"));
         button->setToolTip(tr("Cancel Download"));
         button->setAccessibleName(tr("Cancel Download"));
+        button->setAccessibleDescription(refusal);
         button->setVisible(true);
-        button->setEnabled(enabled);
+        button->setEnabled(enabled && refusal.isEmpty());
     };
     switch (status) {
     case StatusNotInstalled:
@@ -512,13 +518,12 @@ void LVSingleInstallItem::checkAndDownloadInstallVersion(const VMVersionItemPtr&
 
 void LVSingleInstallItem::downloadInstallVersion(const VMVersionItemPtr& version)
 {
-    // The same button cancels a download that runs.
-    LVDownloader* running = _operation->downloader();
-    if (running && running->identifier() != LVProductOperation::uninstallScriptDownload) {
-        _operation->cancelDownload();
+    // The same button cancels a download that runs; a run's download only as the run allows.
+    if (_operation->busyStatus() == VMInstallStatus::Downloading) {
+        _operation->cancelFromRow();
         return;
     }
-    if (!version)
+    if (!version || !_operation->refusal(LVProductOperation::RowAction::Install).isEmpty())
         return;
     LVProductOperations::shared().install(_productItem, version);
     updateStatus();
@@ -526,8 +531,7 @@ void LVSingleInstallItem::downloadInstallVersion(const VMVersionItemPtr& version
 
 void LVSingleInstallItem::downloadStarted(LVDownloader* downloader)
 {
-    if (downloader->identifier() != LVProductOperation::installerDownload &&
-        downloader->identifier() != LVProductOperation::manualDownload)
+    if (downloader != _operation->shownDownloader())
         return;
     updateStatus();
     if (_ui)
@@ -536,8 +540,7 @@ void LVSingleInstallItem::downloadStarted(LVDownloader* downloader)
 
 void LVSingleInstallItem::downloadProgress(double progress, LVDownloader* downloader)
 {
-    if (downloader->identifier() != LVProductOperation::installerDownload &&
-        downloader->identifier() != LVProductOperation::manualDownload)
+    if (downloader != _operation->shownDownloader())
         return;
     updateStatus();
     // The downloader counts in percent.
@@ -594,7 +597,7 @@ void LVSingleInstallItem::installCompleted(LVInstaller*)
 {
     // The operation confirms next; the announcement brings the alert (checkInstalledVersion). A
     // run over several products has an alert of its own.
-    _showUserAlert = !_operation->isBatched();
+    _showUserAlert = !_operation->isPartOfRun();
     updateStatus();
 }
 
@@ -603,7 +606,7 @@ void LVSingleInstallItem::installFailed(LVInstaller* installer)
     const VMError error = installer->error();
     VM_LOG_MESSAGE(QStringLiteral("Installer failed: %1").arg(error.description()));
     updateStatus();
-    if (error.code() != PrivilegedExecution::Canceled && !_operation->isBatched() && installManager())
+    if (error.code() != PrivilegedExecution::Canceled && !_operation->isPartOfRun() && installManager())
         installManager()->showError(error);
 }
 
@@ -628,7 +631,7 @@ void LVSingleInstallItem::checkInstalledVersion(const QVariant&)
     const QVariant temporary = _productItem->propertyForKey(VMProductEvents::temporaryVersionKey);
     if (!temporary.isValid() || temporary.isNull())
         return;
-    setInstalledVersion(temporary.toString());
+    // The model has taken the version already; the row shows it.
     updateStatus();
     updateDescription();
     if (_showUserAlert) {
@@ -654,7 +657,7 @@ void LVSingleInstallItem::uninstallCompleted(LVUninstaller*)
 {
     // The operation has posted "reloadLVUpdateItem" and "productUninstallCompleted" already.
     updateStatus();
-    if (!_operation->isBatched())
+    if (!_operation->isPartOfRun())
         showAlert(QStringLiteral("Uninstallation Completed"),
                   QStringLiteral("%1 was uninstalled successfully").arg(title()));
 }
@@ -662,7 +665,7 @@ void LVSingleInstallItem::uninstallCompleted(LVUninstaller*)
 void LVSingleInstallItem::uninstallFailed(LVUninstaller*)
 {
     updateStatus();
-    if (!_operation->isBatched())
+    if (!_operation->isPartOfRun())
         showAlert(
             QStringLiteral("Uninstall Failed"),
             QStringLiteral("Uninstall of %1 failed, please see directions for manual uninstall in the help section")
@@ -673,9 +676,8 @@ void LVSingleInstallItem::uninstallCompletedNotif(const VMNotification& notifica
 {
     if (!concernsProduct(notification, *_productItem))
         return;
-    const QString version = _productItem->checkInstalledPluginVersion();
-    VM_LOG_MESSAGE(QStringLiteral("Installed version: %1").arg(version));
-    setInstalledVersion(version);
+    // The model has looked again already.
+    VM_LOG_MESSAGE(QStringLiteral("Installed version: %1").arg(installedVersion()));
     updateStatus();
     updateDescription();
 }
@@ -699,7 +701,8 @@ void LVSingleInstallItem::downloadManually()
     }
     if (path.isEmpty())
         return;
-    _operation->startDownload(url, {}, LVProductOperation::manualDownload, QVariant(), path);
+    // The row's own download into the user's file; no run's package is touched.
+    _operation->startManualDownload(url, path);
     updateStatus();
 }
 
@@ -747,10 +750,20 @@ void LVSingleInstallItem::populateContextMenu(QMenu* menu, QEvent*)
     const VMVersionItemPtr latest = _productItem->latestVersionItem();
     QPointer<LVSingleInstallItem> self(this);
 
+    // An entry the model refuses while a run holds the product says why.
+    const auto refuse = [this](QAction* action, LVProductOperation::RowAction what) {
+        const QString refusal = _operation->refusal(what);
+        if (refusal.isEmpty())
+            return;
+        action->setEnabled(false);
+        action->setToolTip(refusal);
+        action->setStatusTip(refusal);
+    };
     const QString installTitle = status == StatusNotInstalled      ? QStringLiteral("Install")
                                  : status == StatusLatestInstalled ? QStringLiteral("Reinstall")
                                                                    : QStringLiteral("Install Latest Version");
     QAction* install = menu->addAction(installTitle);
+    refuse(install, LVProductOperation::RowAction::Install);
     connect(install, &QAction::triggered, this, [self, latest] {
         if (self)
             self->downloadVersion(latest);
@@ -769,6 +782,7 @@ void LVSingleInstallItem::populateContextMenu(QMenu* menu, QEvent*)
     if (fxplug3Install) {
         QAction* action = menu->addAction(QStringLiteral("Install FxPlug3 Version"));
         action->setEnabled(fxplug3Install->checkInstalledPluginVersion().isNull());
+        refuse(action, LVProductOperation::RowAction::Install);
         connect(action, &QAction::triggered, this, [self, fxplug3Install] {
             if (self)
                 self->downloadVersion(fxplug3Install);
@@ -779,6 +793,7 @@ void LVSingleInstallItem::populateContextMenu(QMenu* menu, QEvent*)
     const QStringList scripts = LVProductOperation::uninstallScriptURLs(*_productItem);
     QAction* uninstall = menu->addAction(QStringLiteral("Uninstall"));
     uninstall->setEnabled((status == StatusLatestInstalled || status == StatusUpdateAvailable) && !scripts.isEmpty());
+    refuse(uninstall, LVProductOperation::RowAction::Uninstall);
     connect(uninstall, &QAction::triggered, this, [self, scripts] {
         if (self)
             self->downloadRunUninstaller(scripts);
@@ -787,6 +802,7 @@ void LVSingleInstallItem::populateContextMenu(QMenu* menu, QEvent*)
         const QStringList script{fxplug3Uninstall->productUninstallScriptURL()};
         QAction* action = menu->addAction(QStringLiteral("Uninstall FxPlug3 Version"));
         action->setEnabled(!fxplug3Uninstall->checkInstalledPluginVersion().isNull());
+        refuse(action, LVProductOperation::RowAction::Uninstall);
         connect(action, &QAction::triggered, this, [self, script] {
             if (self)
                 self->downloadRunUninstaller(script);
@@ -811,6 +827,7 @@ void LVSingleInstallItem::populateContextMenu(QMenu* menu, QEvent*)
     menu->addSeparator();
     QAction* manual = menu->addAction(QStringLiteral("Download Installer Manually..."));
     manual->setEnabled(!latestVersionInstallerURL().isEmpty());
+    refuse(manual, LVProductOperation::RowAction::ManualDownload);
     connect(manual, &QAction::triggered, this, &LVSingleInstallItem::downloadManually);
 }
 

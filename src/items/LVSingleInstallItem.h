@@ -4,7 +4,6 @@
 #include "catalogue/VMSingleProductItem.h"
 #include "catalogue/VMVersionItem.h"
 
-#include <QMutex>
 #include <QPointer>
 #include <QStringList>
 #include <functional>
@@ -43,6 +42,7 @@ public:
 
     VMSingleProductItemPtr singleProductItem() const { return _productItem; }
     std::shared_ptr<VMProductItem> productItem() const override;
+    // The product model's value; setting it sets the model's.
     QString installedVersion() const;
     void setInstalledVersion(const QString& version);
     LVMoreInfoSingleInstallItem* moreInfoItem() const { return _moreInfoItem.get(); }
@@ -116,8 +116,6 @@ private:
     static bool concernsProduct(const VMNotification& notification, const VMSingleProductItem& product);
 
     VMSingleProductItemPtr _productItem;
-    mutable QMutex _installedVersionLock;
-    QString _installedVersion;
     LVProductOperation* _operation = nullptr;
     bool _showUserAlert = false;
     std::unique_ptr<LVMoreInfoSingleInstallItem> _moreInfoItem;

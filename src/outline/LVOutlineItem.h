@@ -21,6 +21,9 @@ public:
 
     virtual Kind outlineKind() const { return Kind::Other; }
     virtual QString title() const { return QString(); }
+    // What names the row across reloads (a refreshed catalogue makes new rows for the same
+    // products), so that the list keeps it open and selected; empty: its position.
+    virtual QString outlineKey() const { return title(); }
     virtual QWidget* view() { return nullptr; }
     // The size the row's view takes in the list. Lists make views only for the rows they show, so
     // a row that can tell its size without making its view answers here without making it.

@@ -10,8 +10,10 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScrollBar>
 #include <QStyledItemDelegate>
 #include <QTimer>
+#include <utility>
 
 namespace {
 // Index widgets belong to the rows. The default delegate deletes them when the view lets go of
@@ -78,14 +80,78 @@ void LVOutlineView::setOutlineModel(LVOutlineModel* model)
     _model = model;
     _idlePlacementDone = false;
     setModel(model);
-    if (model)
+    if (model) {
+        connect(model, &QAbstractItemModel::modelAboutToBeReset, this, &LVOutlineView::rememberOpenState);
         connect(model, &QAbstractItemModel::modelReset, this, [this] {
             _idlePlacementDone = false;
             executeDelayedItemsLayout();
+            restoreOpenState();
             placeVisibleViews();
         });
+    }
     executeDelayedItemsLayout();
     placeVisibleViews();
+}
+
+QStringList LVOutlineView::keyPath(const QModelIndex& index) const
+{
+    QStringList path;
+    for (QModelIndex at = index; at.isValid(); at = at.parent()) {
+        const LVOutlineItem* item = _model->itemForIndex(at);
+        const QString key = item ? item->outlineKey() : QString();
+        path.prepend(key.isEmpty() ? QStringLiteral("#%1").arg(at.row()) : key);
+    }
+    return path;
+}
+
+void LVOutlineView::rememberOpenState()
+{
+    _openState = OpenState();
+    if (!_model)
+        return;
+    QList<QModelIndex> pending{QModelIndex()};
+    while (!pending.isEmpty()) {
+        const QModelIndex parent = pending.takeFirst();
+        for (int row = 0; row < _model->rowCount(parent); ++row) {
+            const QModelIndex index = _model->index(row, 0, parent);
+            if (!isExpanded(index))
+                continue;
+            _openState.expanded.append(keyPath(index));
+            pending.append(index);
+        }
+    }
+    const QModelIndexList selected = selectionModel() ? selectionModel()->selectedIndexes() : QModelIndexList();
+    if (!selected.isEmpty())
+        _openState.selected = keyPath(selected.first());
+    _openState.scroll = verticalScrollBar()->value();
+}
+
+void LVOutlineView::restoreOpenState()
+{
+    const OpenState state = std::exchange(_openState, OpenState());
+    if (!_model)
+        return;
+    // At once, not animated: the list shows the rows where they were.
+    const bool animated = isAnimated();
+    setAnimated(false);
+    QList<QModelIndex> pending{QModelIndex()};
+    while (!pending.isEmpty()) {
+        const QModelIndex parent = pending.takeFirst();
+        for (int row = 0; row < _model->rowCount(parent); ++row) {
+            const QModelIndex index = _model->index(row, 0, parent);
+            const QStringList path = keyPath(index);
+            if (!state.selected.isEmpty() && path == state.selected)
+                selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect);
+            if (state.expanded.contains(path)) {
+                expand(index);
+                pending.append(index);
+            }
+        }
+    }
+    setAnimated(animated);
+    executeDelayedItemsLayout();
+    updateGeometries();
+    verticalScrollBar()->setValue(state.scroll);
 }
 
 void LVOutlineView::reloadData()

@@ -57,6 +57,18 @@ protected:
     void updateGeometries() override;
 
 private:
+    // What the user opened, kept across a reload: expanded rows and the selection by their keys'
+    // paths, and the scroll position.
+    struct OpenState
+    {
+        QList<QStringList> expanded;
+        QStringList selected;
+        int scroll = 0;
+    };
+    QStringList keyPath(const QModelIndex& index) const;
+    void rememberOpenState();
+    void restoreOpenState();
+
     // The views of the rows in sight and half a page around them.
     void placeVisibleViews();
     // In idle moments, a few milliseconds at a time, the views of the rows not yet in sight, so that
@@ -69,4 +81,5 @@ private:
 
     LVOutlineModel* _model = nullptr;
     QString _placeholderText;
+    OpenState _openState;
 };

@@ -5,6 +5,7 @@
 #include "catalogue/VMInstallStatus.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVProductOperation.h"
+#include "engines/LVProductOperations.h"
 #include "items/LVRowHost.h"
 #include "items/LVSingleInstallItem.h"
 #include "widgets/LVSpinner.h"
@@ -145,6 +146,8 @@ bool LVToolUpdateAllInstalledItem::startUpdate(const QList<InstallerEntry>& inst
     // The rows learn their versions when the whole run has ended.
     policy.secondsBeforeAnnouncement = -1.0;
     policy.createFailureLog = LVAdminAuthorization::CreateFailureLog::ExtendedLoggingOnly;
+    // No row may cancel it: the run has no cancel of its own.
+    policy.holderTitle = title();
     _run = new LVProductBatch(LVProductBatch::Kind::Install, items, policy, this);
     connect(_run, &LVProductBatch::stateChanged, this, &LVToolUpdateAllInstalledItem::entryChanged);
     connect(_run, &LVProductBatch::downloadStarted, this,
@@ -198,27 +201,15 @@ void LVToolUpdateAllInstalledItem::runEnded()
     LVProductBatch* run = std::exchange(_run, nullptr);
     // This runs inside the run's own signal: it goes once that has returned.
     run->deleteLater();
-    for (const InstallerEntry& entry : ended) {
-        if (entry.installState == Installed) {
-            // Every row whose product came with this installer learns its new version, as after
-            // an install of its own; rows that shared the installer were left out of the work list.
-            for (LVSingleInstallItem* row : rowsSharingInstaller(entry.installerURL))
-                row->operation()->confirmInstallation(installedVersion(*row, entry.installerURL));
-        } else if (entry.singleInstallItem) {
-            entry.singleInstallItem->operation()->confirmInstallation(nullptr);
-        }
+    // Two notifications per entry and nothing else; the model looks the versions up again, for
+    // products that shared an installer as well.
+    for (qsizetype index = 0; index < ended.size(); ++index) {
+        QObject* sender = ended.at(index).singleInstallItem
+                              ? static_cast<QObject*>(ended.at(index).singleInstallItem.data())
+                              : static_cast<QObject*>(this);
+        LVProductOperations::announceUpdate(run->item(index).product, sender);
     }
     emit progressChanged();
-}
-
-QList<LVSingleInstallItem*> LVToolUpdateAllInstalledItem::rowsSharingInstaller(const QString& installerURL) const
-{
-    QList<LVSingleInstallItem*> rows;
-    for (LVSingleInstallItem* row : installedItems()) {
-        if (row->latestVersionInstallerURL() == installerURL)
-            rows.append(row);
-    }
-    return rows;
 }
 
 VMVersionItemPtr LVToolUpdateAllInstalledItem::installedVersion(const LVSingleInstallItem& row,

@@ -87,7 +87,6 @@ private:
     void showRunning(bool running);
     // The install list's single-product rows, in its order.
     QList<LVSingleInstallItem*> singleProductRows() const;
-    QList<LVSingleInstallItem*> rowsSharingInstaller(const QString& installerURL) const;
     // The version a row's product gets from the installer: its latest, when the installer is that
     // version's own; null otherwise.
     static VMVersionItemPtr installedVersion(const LVSingleInstallItem& row, const QString& installerURL);

@@ -38,7 +38,8 @@ public:
         connect(operation, &LVProductOperation::installEnded, this, [this](LVInstaller* installer, bool succeeded) {
             error = installer->error();
             if (succeeded)
-                operation->confirmInstallation(installer->representedObject().value<VMVersionItemPtr>());
+                operation->confirmInstallation(installer->representedObject().value<VMVersionItemPtr>(),
+                                               LVProductOperation::Confirmation::Row);
             finish(succeeded ? "installCompleted" : "installFailed");
         });
         connect(operation, &LVProductOperation::uninstallBegan, this, [this] { note("uninstallStarted"); });
@@ -95,7 +96,8 @@ private slots:
 
     void installs_data();
     void installs();
-    void cancelMidDownloadLeavesNoFile();
+    void endedDownloadKeepsItsFileUnlessCancelled_data();
+    void endedDownloadKeepsItsFileUnlessCancelled();
     void uninstallRunsScriptsInCompletionOrder_data();
     void uninstallRunsScriptsInCompletionOrder();
     void synchronousInstallOnBackgroundThread();
@@ -300,27 +302,53 @@ void tst_LVProductOperation::installs()
     }
 }
 
-void tst_LVProductOperation::cancelMidDownloadLeavesNoFile()
+void tst_LVProductOperation::endedDownloadKeepsItsFileUnlessCancelled_data()
 {
-    LocalHttpServer::Response slow;
-    slow.generatedBodySize = 50 * 1000 * 1000;
-    slow.chunkSize = 64 * 1024;
-    slow.chunkIntervalMs = 20;
-    _server->setRoute("/pkgs/Glow-1.1.pkg", slow);
+    QTest::addColumn<bool>("manual");
+    QTest::addColumn<bool>("cancel");
+    QTest::addColumn<bool>("kept");
+
+    QTest::newRow("installer, cancelled") << false << true << false;
+    QTest::newRow("installer, connection lost") << false << false << true;
+    // The user's chosen file is theirs either way.
+    QTest::newRow("manual, cancelled") << true << true << true;
+    QTest::newRow("manual, connection lost") << true << false << true;
+}
+
+void tst_LVProductOperation::endedDownloadKeepsItsFileUnlessCancelled()
+{
+    QFETCH(bool, manual);
+    QFETCH(bool, cancel);
+    QFETCH(bool, kept);
+
+    LocalHttpServer::Response response;
+    response.body = LocalHttpServer::generatedBody(0, 256 * 1024);
+    response.chunkSize = 16 * 1024;
+    response.chunkIntervalMs = 20;
+    if (!cancel)
+        response.dropAfterBytes = 64 * 1024;
+    _server->setRoute("/pkgs/Glow-1.1.pkg", response);
 
     OperationOwner owner(product(true));
     QSignalSpy finished(&owner, &OperationOwner::finished);
-    QVERIFY(owner.operation->startDownload(version(owner.operation->productItem(), QStringLiteral("1.1"))));
+    const VMVersionItemPtr wanted = version(owner.operation->productItem(), QStringLiteral("1.1"));
+    const QString chosen = _env->temporaryDirectory() + QStringLiteral("/chosen.pkg");
+    if (manual)
+        QVERIFY(owner.operation->startManualDownload(QUrl(wanted->versionDownloadURL()), chosen));
+    else
+        QVERIFY(owner.operation->startDownload(wanted));
+    LVDownloader* downloader = manual ? owner.operation->manualDownloader() : owner.operation->downloader();
+    const QString path = downloader->downloadFilePath();
     QTRY_VERIFY(owner.operation->receivedBytes() > 0);
-    const QString path = owner.operation->downloader()->downloadFilePath();
-    QVERIFY(QFile::exists(path));
-    owner.operation->cancelDownload();
-    QVERIFY(!QFile::exists(path));
+    if (cancel)
+        owner.operation->cancelFromRow();
     QVERIFY(finished.wait(20000));
     QCOMPARE(owner.events.last(), QStringLiteral("downloadFailed:Idle"));
-    QVERIFY(!owner.operation->downloader());
-    QVERIFY(owner.operation->installerSettings().isEmpty());
+    QVERIFY(!owner.operation->downloader() && !owner.operation->manualDownloader());
     QVERIFY(owner.operation->progressDescription().isEmpty());
+    QTest::qWait(50); // the downloader is gone and has cleaned up
+    QCOMPARE(QFile::exists(path), kept);
+    QFile::remove(path);
 }
 
 void tst_LVProductOperation::uninstallRunsScriptsInCompletionOrder_data()
@@ -329,10 +357,18 @@ void tst_LVProductOperation::uninstallRunsScriptsInCompletionOrder_data()
     QTest::addColumn<QStringList>("ran");
     QTest::addColumn<QStringList>("events");
     QTest::addColumn<int>("refusals");
+    QTest::addColumn<bool>("lastFails");
+    QTest::addColumn<bool>("announced");
 
     QTest::newRow("granted") << int(TestPrivilegedExecution::Grant) << QStringList{"second", "first"}
-                             << QStringList{"uninstallStarted:Uninstalling", "uninstallCompleted:Idle"} << 0;
-    QTest::newRow("cancelled") << int(TestPrivilegedExecution::Cancel) << QStringList() << QStringList() << 1;
+                             << QStringList{"uninstallStarted:Uninstalling", "uninstallCompleted:Idle"} << 0 << false
+                             << true;
+    QTest::newRow("cancelled") << int(TestPrivilegedExecution::Cancel) << QStringList() << QStringList() << 1 << false
+                               << false;
+    // What the first script removed is announced although the last one failed.
+    QTest::newRow("last script fails") << int(TestPrivilegedExecution::Grant) << QStringList{"second", "first"}
+                                       << QStringList{"uninstallStarted:Uninstalling", "uninstallFailed:Idle"} << 0
+                                       << true << true;
 }
 
 void tst_LVProductOperation::uninstallRunsScriptsInCompletionOrder()
@@ -341,6 +377,8 @@ void tst_LVProductOperation::uninstallRunsScriptsInCompletionOrder()
     QFETCH(QStringList, ran);
     QFETCH(QStringList, events);
     QFETCH(int, refusals);
+    QFETCH(bool, lastFails);
+    QFETCH(bool, announced);
     _privileged->consent = TestPrivilegedExecution::Consent(consent);
 
     const auto script = [this](const char* name) {
@@ -348,7 +386,7 @@ void tst_LVProductOperation::uninstallRunsScriptsInCompletionOrder()
     };
     // The product's own script arrives last, so it runs last.
     LocalHttpServer::Response late;
-    late.body = script("first");
+    late.body = lastFails ? script("first").replace("echo $?", "echo 1") : script("first");
     late.headerDelayMs = 400;
     _server->setRoute("/scripts/first.bash", late);
     _server->setRoute("/scripts/second.bash", script("second"));
@@ -358,7 +396,11 @@ void tst_LVProductOperation::uninstallRunsScriptsInCompletionOrder()
     QSignalSpy finished(&owner, &OperationOwner::finished);
     const QStringList urls = LVProductOperation::uninstallScriptURLs(*owner.operation->productItem());
     QCOMPARE(urls.size(), 3); // the versions share one script
-    QVERIFY(owner.operation->startUninstall(urls));
+    QObject observer;
+    int announcements = 0;
+    VMNotificationCenter::defaultCenter().addObserver(&observer, QStringLiteral("productUninstallCompleted"),
+                                                      [&](const VMNotification&) { ++announcements; });
+    QVERIFY(owner.operation->requestUninstallation(urls));
     QCOMPARE(owner.operation->phase(), Phase::Uninstalling);
     if (refusals) {
         QVERIFY(refused.wait(20000));
@@ -374,6 +416,7 @@ void tst_LVProductOperation::uninstallRunsScriptsInCompletionOrder()
                           "downloadStarted:Uninstalling", "downloadCompleted:Uninstalling"}));
     QCOMPARE(owner.events.filter(QStringLiteral("uninstall")), events);
     QCOMPARE(this->ran(), ran);
+    QCOMPARE(announcements, announced ? 1 : 0);
     QCOMPARE(_privileged->prompts.load(), 1);
     QCOMPARE(_privileged->frees.load(), 1);
 }

@@ -334,9 +334,11 @@ void tst_LVSingleInstallItem::fxPlug3VersionAsksFirstOnAppleSilicon()
     // Stalled at 40 %: the bar says so.
     QTRY_COMPARE(item->downloadProgressBar()->value(), item->downloadProgressBar()->maximum() * 4 / 10);
 
-    // The same button cancels, and nothing of the package is left.
+    // The same button cancels (asking first again where it asks), and nothing of the package is left.
     const QString package = item->operation()->downloader()->downloadFilePath();
     item->downloadButton()->click();
+    if (asks)
+        QVERIFY(_alerts->answer(LVAlert::alertFirstButtonReturn));
     QTRY_COMPARE(item->installStatus(), uint(LVInstallItem::StatusNotInstalled));
     QVERIFY(!item->operation()->downloader());
     QTRY_VERIFY(!QFile::exists(package));

@@ -59,6 +59,8 @@ private slots:
     void expansionAndCollapseAskTheRow();
     void selectionFollowsTheRowsAnswer();
     void viewsAreMadeForRowsInSight();
+    void reloadKeepsWhatTheUserOpened_data();
+    void reloadKeepsWhatTheUserOpened();
 };
 
 void tst_LVOutlineModel::answersTheOutlineQuestions()
@@ -235,6 +237,52 @@ void tst_LVOutlineModel::viewsAreMadeForRowsInSight()
     view.verticalScrollBar()->setValue(view.verticalScrollBar()->maximum());
     QVERIFY(view.indexWidget(model.index(199, 0)));
     QCOMPARE(made, 200);
+}
+
+void tst_LVOutlineModel::reloadKeepsWhatTheUserOpened_data()
+{
+    QTest::addColumn<bool>("newRows");
+    QTest::newRow("the same rows") << false;
+    // A refreshed catalogue: other row objects for the same products.
+    QTest::newRow("new rows for the same keys") << true;
+}
+
+void tst_LVOutlineModel::reloadKeepsWhatTheUserOpened()
+{
+    QFETCH(bool, newRows);
+    std::vector<std::unique_ptr<TestInstallItem>> owned;
+    std::vector<std::unique_ptr<ChildRow>> children;
+    const auto makeRows = [&] {
+        QList<LVOutlineItem*> made;
+        for (int i = 0; i < 30; ++i) {
+            owned.push_back(std::make_unique<TestInstallItem>(QStringLiteral("row %1").arg(i)));
+            children.push_back(std::make_unique<ChildRow>(80));
+            owned.back()->expandable = true;
+            owned.back()->children = {children.back().get()};
+            made.append(owned.back().get());
+        }
+        return made;
+    };
+    QList<LVOutlineItem*> rows = makeRows();
+    LVOutlineView view;
+    LVOutlineModel model([&] { return rows; });
+    view.resize(320, 300);
+    view.setOutlineModel(&model);
+    view.show();
+    view.expandItem(rows.at(3));
+    view.expandItem(rows.at(20));
+    QVERIFY(view.selectItem(rows.at(20)));
+    view.verticalScrollBar()->setValue(view.verticalScrollBar()->maximum() / 2);
+    const int scrolled = view.verticalScrollBar()->value();
+    QVERIFY(scrolled > 0);
+
+    if (newRows)
+        rows = makeRows();
+    view.reloadData();
+    for (int i = 0; i < rows.size(); ++i)
+        QCOMPARE(view.isItemExpanded(rows.at(i)), i == 3 || i == 20);
+    QCOMPARE(view.selectedItem(), rows.at(20));
+    QCOMPARE(view.verticalScrollBar()->value(), scrolled);
 }
 
 LV_TEST_MAIN(tst_LVOutlineModel)

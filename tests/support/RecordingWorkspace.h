@@ -7,7 +7,7 @@
 #include <QStringList>
 #include <QUrl>
 
-// This machine's workspace, except that opening and revealing are only noted (no browser or file
+// This machine's workspace, except that opening, revealing and launching are only noted (no browser or file
 // manager starts in a test) and that chosen paths can't be moved to the Trash, failing with the
 // code the test gives: the tests run as root, where no permission stops a move.
 class RecordingWorkspace : public Workspace
@@ -29,6 +29,17 @@ public:
     {
         return _native->URLsForApplicationsWithBundleIdentifier(identifier);
     }
+    QString absolutePathForAppBundleWithIdentifier(const QString& identifier) const override
+    {
+        return _native->absolutePathForAppBundleWithIdentifier(identifier);
+    }
+    // Noted, not started.
+    void openApplication(const QString& path, const OpenConfiguration&, OpenCompletion completion) override
+    {
+        launched.append(path);
+        if (completion)
+            completion(RunningApplication{0, path}, QString());
+    }
     bool moveToTrash(const QString& path, QString* trashedPath, QString* error, int* errorCode) override
     {
         if (refusedMoves.contains(path)) {
@@ -43,6 +54,7 @@ public:
 
     QList<QUrl> opened;
     QStringList revealed;
+    QStringList launched;
     QHash<QString, int> refusedMoves;
 
 private:

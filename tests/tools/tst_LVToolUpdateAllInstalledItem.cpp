@@ -5,6 +5,8 @@
 #include "support/ProductShelf.h"
 
 #include "catalogue/VMProductsCollection.h"
+#include "engines/LVProductOperation.h"
+#include "foundation/VMDispatch.h"
 #include "items/LVSingleInstallItem.h"
 #include "manager/AppDelegate.h"
 #include "manager/LVApplicationItemFactory.h"
@@ -13,6 +15,7 @@
 #include "tools/LVUpdateAllInstalledInstallItem.h"
 
 #include <QAccessible>
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QPushButton>
 #include <QToolButton>
@@ -213,6 +216,16 @@ void tst_LVToolUpdateAllInstalledItem::updateRun()
     QCOMPARE(updateAll->statusTextField()->text(), QStringLiteral("Updates available"));
 
     LVToolUpdateAllInstalledItem* tool = LVToolUpdateAllInstalledItem::tool();
+    // When each installation begins and ends, as its owner hears it.
+    QElapsedTimer clock;
+    clock.start();
+    QObject listener;
+    QList<qint64> begins, ends;
+    for (const QString id : {"A", "B", "C"}) {
+        LVProductOperation* operation = row(id)->operation();
+        connect(operation, &LVProductOperation::installBegan, &listener, [&] { begins.append(clock.elapsed()); });
+        connect(operation, &LVProductOperation::installEnded, &listener, [&] { ends.append(clock.elapsed()); });
+    }
     RunRecorder recorder;
     updateAll->downloadButton()->click();
     QCOMPARE(tool->delegate(), updateAll);
@@ -255,6 +268,12 @@ void tst_LVToolUpdateAllInstalledItem::updateRun()
     QVERIFY(tool->updateButton()->isEnabled());
     QVERIFY(tool->progressDescriptionField()->text().isEmpty());
     QVERIFY(_shelf->packagesOnDisk().isEmpty());
+    // Each installation begins 2.0 s after the previous one's completion.
+    QCOMPARE(begins.size(), 3);
+    QCOMPARE(ends.size(), 3);
+    for (int i = 1; i < 3; ++i)
+        QVERIFY2(begins.at(i) - ends.at(i - 1) >= VMDispatch::scaledMilliseconds(2.0),
+                 qPrintable(QStringLiteral("%1 ms").arg(begins.at(i) - ends.at(i - 1))));
     // The rows re-read what is installed.
     QTRY_COMPARE(row("A")->installedVersion(), versionsAfter.at(0));
     QTRY_COMPARE(row("D")->installedVersion(), versionsAfter.at(2));
