@@ -4,6 +4,13 @@
 # src/platform/PlistApi.h picks by the definitions that every user of PkgConfig::PLIST gets.
 include(CheckCXXSymbolExists)
 include(CMakePushCheckState)
+# Asked again when a build folder meets another libplist (an upgrade, another PKG_CONFIG_PATH).
+if(NOT "${PLIST_VERSION}" STREQUAL "${LV_PLIST_CHECKED_VERSION}")
+    unset(LV_PLIST_HAS_MEM_FREE CACHE)
+    unset(LV_PLIST_HAS_NEW_UNIX_DATE CACHE)
+    unset(LV_PLIST_HAS_GET_UNIX_DATE CACHE)
+endif()
+set(LV_PLIST_CHECKED_VERSION "${PLIST_VERSION}" CACHE INTERNAL "")
 cmake_push_check_state(RESET)
 set(CMAKE_REQUIRED_QUIET ON)
 set(CMAKE_REQUIRED_LIBRARIES PkgConfig::PLIST)

@@ -62,8 +62,7 @@ inline int64_t dateValue(plist_t node)
 }
 
 // The XML (or binary) form of a tree; empty when libplist gives none.
-template<typename Bytes>
-Bytes toXml(plist_t root)
+template <typename Bytes> Bytes toXml(plist_t root)
 {
     char* data = nullptr;
     uint32_t length = 0;
@@ -72,8 +71,7 @@ Bytes toXml(plist_t root)
     return data ? Bytes(data, length) : Bytes();
 }
 
-template<typename Bytes>
-Bytes toBinary(plist_t root)
+template <typename Bytes> Bytes toBinary(plist_t root)
 {
     char* data = nullptr;
     uint32_t length = 0;

@@ -59,8 +59,7 @@ bool PluginRegistry::save(const QList<Plugin>& plugins, QString* error) const
         plist_dict_set_item(record, "CFBundleVersion", plist_new_string(plugin.version.toUtf8().constData()));
         plist_dict_set_item(record, "Path", plist_new_string(plugin.path.toUtf8().constData()));
         plist_dict_set_item(record, "UUID", plist_new_string(plugin.uuid.toUtf8().constData()));
-        plist_dict_set_item(record, "RegistrationDate",
-                            PlistApi::newDate(plugin.registered.toSecsSinceEpoch()));
+        plist_dict_set_item(record, "RegistrationDate", PlistApi::newDate(plugin.registered.toSecsSinceEpoch()));
         plist_array_append_item(root.get(), record);
     }
     return PlistFile::write(_file, root.get(), error);
