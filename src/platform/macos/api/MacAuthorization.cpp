@@ -10,13 +10,9 @@
 
 namespace {
 
+// Looked up by name at run time: the SDK may stop declaring it (deprecated since macOS 10.7), and
+// the type is the one it has always had.
 using ExecuteWithPrivileges = OSStatus (*)(AuthorizationRef, const char*, AuthorizationFlags, char* const*, FILE**);
-
-#pragma clang diagnostic push
-#pragma clang diagnostic ignored "-Wdeprecated-declarations"
-// The run-time lookup keeps the declared type: a changed declaration fails to compile here.
-static_assert(__is_same(ExecuteWithPrivileges, decltype(&AuthorizationExecuteWithPrivileges)));
-#pragma clang diagnostic pop
 
 ExecuteWithPrivileges executeFunction()
 {
