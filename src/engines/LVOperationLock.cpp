@@ -1,10 +1,10 @@
 #include "engines/LVOperationLock.h"
 
 #include "engines/LVDownloadFolder.h"
+#include "platform/Platform.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QStandardPaths>
 
 LVOperationLock::LVOperationLock() : _lockFile(std::make_unique<QLockFile>(filePath()))
 {
@@ -16,7 +16,7 @@ LVOperationLock::~LVOperationLock() = default;
 
 QString LVOperationLock::filePath()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + QStringLiteral("/operations.lock");
+    return Platform::systemInfo().applicationSupportDirectory() + QStringLiteral("/operations.lock");
 }
 
 bool LVOperationLock::tryLock(QString* message)
