@@ -3,6 +3,7 @@
 #include "catalogue/VMInstalledVersions.h"
 #include "engines/LVAdminAuthorization.h"
 #include "engines/LVPackageChecksum.h"
+#include "engines/LVPrivilegedRunLog.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
@@ -191,13 +192,18 @@ void LVInstaller::runAuthenticatedInstaller(const QString& path)
         record(rights);
         if (authorization && rights == PrivilegedExecution::Success) {
             QStringDecoder decoder(QStringDecoder::Utf8);
+            int exitCode = -1;
+            QByteArray errors;
             const int status = privileged.executeWithPrivileges(
                 authorization, Platform::commandLineTools().installerPath(),
                 {QStringLiteral("-pkg"), path, QStringLiteral("-target"), QStringLiteral("/")},
-                [&output, &decoder](const QByteArray& chunk) { output.append(decoder.decode(chunk)); });
+                [&output, &decoder](const QByteArray& chunk) { output.append(decoder.decode(chunk)); }, &exitCode,
+                &errors);
             if (status != PrivilegedExecution::Success) {
                 VM_LOG_MESSAGE_CODE(QStringLiteral("Installer Execution failed"), status);
                 record(status);
+            } else {
+                LVPrivilegedRunLog::write(QStringLiteral("Installer"), exitCode, errors);
             }
         }
     }
