@@ -8,14 +8,13 @@
 #include "catalogue/VMCatalogue.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMPropertyList.h"
+#include "platform/PlistApi.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTextStream>
-
-#include <plist/plist.h>
 
 #include <time.h>
 

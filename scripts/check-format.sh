@@ -4,7 +4,9 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 format=${LV_CLANG_FORMAT:-clang-format}
-mapfile -t files < <(git ls-files -- '*.cpp' '*.h' | grep -v '^build')
+# A Mac's bash 3.2 has no mapfile.
+files=()
+while IFS= read -r file; do files+=("$file"); done < <(git ls-files -- '*.cpp' '*.h' | grep -v '^build')
 "$format" --version
 "$format" --dry-run --Werror "${files[@]}"
 echo "clang-format: ${#files[@]} files formatted"

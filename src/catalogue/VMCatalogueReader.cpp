@@ -2,8 +2,6 @@
 
 #include "platform/SafePlist.h"
 
-#include <plist/plist.h>
-
 #include <algorithm>
 #include <cstring>
 

@@ -5,8 +5,7 @@
 #include "catalogue/VMSingleProductItem.h"
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
-
-#include <plist/plist.h>
+#include "platform/PlistApi.h"
 
 VMProductsCollection::VMProductsCollection() : VMPropertyTable("VMProductsCollection") {}
 

@@ -1,10 +1,11 @@
 #include "engines/LVActionHistory.h"
 
+#include "platform/Platform.h"
+
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
 #include <QMutex>
-#include <QStandardPaths>
 
 namespace {
 QMutex historyLock;
@@ -28,7 +29,7 @@ QJsonObject LVActionHistory::Record::toJson() const
 
 QString LVActionHistory::filePath()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + QStringLiteral("/history.jsonl");
+    return Platform::systemInfo().applicationSupportDirectory() + QStringLiteral("/history.jsonl");
 }
 
 bool LVActionHistory::append(const Record& record)

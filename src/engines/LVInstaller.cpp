@@ -4,6 +4,7 @@
 #include "engines/LVAdminAuthorization.h"
 #include "engines/LVPackageChecksum.h"
 #include "engines/LVPrivilegedPackageCheck.h"
+#include "engines/LVPrivilegedRunLog.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
@@ -196,15 +197,20 @@ void LVInstaller::runAuthenticatedInstaller(const QString& path)
             // copy it installs: the user's file could change after the check above.
             const QString expected = _options.value(QLatin1String(LVPackageChecksum::expectedKey)).toString();
             const bool checked = !expected.isEmpty();
+            int exitCode = -1;
+            QByteArray errors;
             const int status = privileged.executeWithPrivileges(
                 authorization,
                 checked ? Platform::commandLineTools().shellPath() : Platform::commandLineTools().installerPath(),
                 checked ? LVPrivilegedPackageCheck::shellArguments(path, expected)
                         : QStringList{QStringLiteral("-pkg"), path, QStringLiteral("-target"), QStringLiteral("/")},
-                [&output, &decoder](const QByteArray& chunk) { output.append(decoder.decode(chunk)); });
+                [&output, &decoder](const QByteArray& chunk) { output.append(decoder.decode(chunk)); }, &exitCode,
+                &errors);
             if (status != PrivilegedExecution::Success) {
                 VM_LOG_MESSAGE_CODE(QStringLiteral("Installer Execution failed"), status);
                 record(status);
+            } else {
+                LVPrivilegedRunLog::write(QStringLiteral("Installer"), exitCode, errors);
             }
         }
     }

@@ -3,6 +3,7 @@
 #include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMUtils.h"
 #include "engines/LVAdminAuthorization.h"
+#include "engines/LVPrivilegedRunLog.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
@@ -158,13 +159,18 @@ VMError LVUninstaller::runAuthenticatedUninstaller(const QString& scriptPath)
         }
         if (authorized) {
             QStringDecoder decoder(QStringDecoder::Utf8);
+            int exitCode = -1;
+            QByteArray errors;
             const int status = privileged.executeWithPrivileges(
                 authorization, Platform::commandLineTools().shellPath(), {scriptPath},
-                [&output, &decoder](const QByteArray& chunk) { output.append(decoder.decode(chunk)); });
+                [&output, &decoder](const QByteArray& chunk) { output.append(decoder.decode(chunk)); }, &exitCode,
+                &errors);
             if (status != PrivilegedExecution::Success) {
                 VM_LOG_MESSAGE_CODE(QStringLiteral("Uninstaller Execution failed"), status);
                 lastStatus = status;
                 error = makeError(status, QStringLiteral("Uninstaller Execution failed"));
+            } else {
+                LVPrivilegedRunLog::write(QStringLiteral("Uninstaller"), exitCode, errors);
             }
         }
         VMLog::logExtended(VMLogger::Message, VM_CALL_SITE(output));

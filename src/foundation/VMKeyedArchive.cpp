@@ -1,11 +1,10 @@
 #include "VMKeyedArchive.h"
 #include "VMPropertyList.h"
+#include "platform/PlistApi.h"
 
 #include <QDateTime>
 #include <QHash>
 #include <QTimeZone>
-
-#include <plist/plist.h>
 
 #include <memory>
 #include <optional>
@@ -173,11 +172,7 @@ private:
     QString _error;
 };
 
-struct PlistDeleter
-{
-    void operator()(plist_t node) const { plist_free(node); }
-};
-using PlistPtr = std::unique_ptr<void, PlistDeleter>;
+using PlistPtr = PlistApi::Node;
 
 class Encoder
 {
@@ -264,12 +259,7 @@ public:
         plist_dict_set_item(top, "root", plist_new_uid(uint64_t(rootIndex)));
         plist_dict_set_item(root.get(), "$top", top);
         plist_dict_set_item(root.get(), "$objects", _objects.release());
-        char* bin = nullptr;
-        uint32_t length = 0;
-        plist_to_bin(root.get(), &bin, &length);
-        QByteArray bytes(bin, qsizetype(length));
-        plist_to_bin_free(bin);
-        return bytes;
+        return PlistApi::toBinary<QByteArray>(root.get());
     }
 
 private:

@@ -1,13 +1,12 @@
 #include "VMPropertyList.h"
 
 #include "VMDispatch.h"
+#include "platform/PlistApi.h"
 #include "platform/SafePlist.h"
 
 #include <QDateTime>
 #include <QFile>
 #include <QTimeZone>
-
-#include <plist/plist.h>
 
 #include <algorithm>
 #include <cstring>
@@ -16,20 +15,9 @@
 
 namespace {
 
-// libplist keeps dates as seconds since the Mac's reference date.
-const QDateTime& referenceDate()
-{
-    static const QDateTime date(QDate(2001, 1, 1), QTime(0, 0), QTimeZone::utc());
-    return date;
-}
-
 constexpr int kMaxDepth = 512;
 
-struct PlistDeleter
-{
-    void operator()(plist_t node) const { plist_free(node); }
-};
-using PlistPtr = std::unique_ptr<void, PlistDeleter>;
+using PlistPtr = PlistApi::Node;
 
 QVariant toVariant(plist_t node, int depth)
 {
@@ -57,7 +45,7 @@ QVariant toVariant(plist_t node, int depth)
         char* value = nullptr;
         plist_get_key_val(node, &value);
         QString text = value ? QString::fromUtf8(value) : QString(QLatin1String(""));
-        free(value);
+        PlistApi::freeMemory(value);
         return text;
     }
     case PLIST_DATA: {
@@ -65,14 +53,11 @@ QVariant toVariant(plist_t node, int depth)
         uint64_t length = 0;
         plist_get_data_val(node, &value, &length);
         QByteArray bytes(value, static_cast<qsizetype>(length));
-        free(value);
+        PlistApi::freeMemory(value);
         return bytes;
     }
-    case PLIST_DATE: {
-        int32_t sec = 0, usec = 0;
-        plist_get_date_val(node, &sec, &usec);
-        return referenceDate().addMSecs(qint64(sec) * 1000 + usec / 1000);
-    }
+    case PLIST_DATE:
+        return QDateTime::fromSecsSinceEpoch(PlistApi::dateValue(node), QTimeZone::utc());
     case PLIST_UID: {
         uint64_t value = 0;
         plist_get_uid_val(node, &value);
@@ -97,15 +82,15 @@ QVariant toVariant(plist_t node, int depth)
             plist_t value = nullptr;
             plist_dict_next_item(node, it, &key, &value);
             if (!value) {
-                free(key);
+                PlistApi::freeMemory(key);
                 break;
             }
             if (key)
                 // Property lists usually keep their keys sorted; the hint makes that case linear.
                 map.insert(map.cend(), QString::fromUtf8(key), toVariant(value, depth + 1));
-            free(key);
+            PlistApi::freeMemory(key);
         }
-        free(it);
+        PlistApi::freeMemory(it);
         return map;
     }
     default:
@@ -138,10 +123,8 @@ plist_t fromVariant(const QVariant& value, int depth)
         const QByteArray bytes = value.toByteArray();
         return plist_new_data(bytes.constData(), static_cast<uint64_t>(bytes.size()));
     }
-    case QMetaType::QDateTime: {
-        const qint64 ms = referenceDate().msecsTo(value.toDateTime());
-        return plist_new_date(static_cast<int32_t>(ms / 1000), static_cast<int32_t>((ms % 1000) * 1000));
-    }
+    case QMetaType::QDateTime:
+        return PlistApi::newDate(value.toDateTime().toSecsSinceEpoch());
     case QMetaType::QVariantList:
     case QMetaType::QStringList: {
         plist_t array = plist_new_array();
@@ -257,12 +240,7 @@ QByteArray toXmlData(const QVariant& value)
     PlistPtr root(fromVariant(value, 0));
     if (!root)
         return {};
-    char* xml = nullptr;
-    uint32_t length = 0;
-    plist_to_xml(root.get(), &xml, &length);
-    QByteArray bytes(xml, static_cast<qsizetype>(length));
-    plist_to_xml_free(xml);
-    return bytes;
+    return PlistApi::toXml<QByteArray>(root.get());
 }
 
 QByteArray toBinaryData(const QVariant& value)
@@ -270,12 +248,7 @@ QByteArray toBinaryData(const QVariant& value)
     PlistPtr root(fromVariant(value, 0));
     if (!root)
         return {};
-    char* bin = nullptr;
-    uint32_t length = 0;
-    plist_to_bin(root.get(), &bin, &length);
-    QByteArray bytes(bin, static_cast<qsizetype>(length));
-    plist_to_bin_free(bin);
-    return bytes;
+    return PlistApi::toBinary<QByteArray>(root.get());
 }
 
 } // namespace VMPropertyList

@@ -54,13 +54,14 @@ public:
         return Denied;
     }
     // Runs `tool` with `arguments` as administrator, feeding its standard output to `output` as it
-    // arrives (standard error goes where this process's goes, as on the Mac), and returns when it
-    // has ended. The status tells whether it could be started; `exitCode`, when given, receives the
-    // tool's exit code (-1 if it did not run or crashed). Acquires the administrator right first
-    // if the authorization does not hold it yet.
+    // arrives, and returns when it has ended and been reaped. The status tells whether it could be
+    // started; `exitCode`, when given, receives the tool's exit code (-1 if it did not run, crashed
+    // or its end could not be told). `standardError`, when given, receives what the tool wrote on
+    // its standard error; without it, that goes where this process's goes. Acquires the
+    // administrator right first if the authorization does not hold it yet.
     virtual int executeWithPrivileges(const AuthorizationRef&, const QString& /*tool*/,
                                       const QStringList& /*arguments*/, const OutputHandler& /*output*/,
-                                      int* exitCode = nullptr)
+                                      int* exitCode = nullptr, QByteArray* /*standardError*/ = nullptr)
     {
         if (exitCode)
             *exitCode = -1;

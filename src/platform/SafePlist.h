@@ -1,11 +1,13 @@
 #pragma once
 
+#include "PlistApi.h"
+
 #include <QLatin1String>
 #include <QString>
 
 #include <algorithm>
 #include <cstring>
-#include <plist/plist.h>
+#include <string>
 
 // Reading libplist's trees without its assertions: libplist asserts (aborting the process) on text
 // that holds a NUL byte when it is read through plist_get_string_val or, for a binary list's
@@ -24,14 +26,11 @@ inline plist_t fromMemory(const char* data, uint32_t length)
     plist_from_bin(data, length, &root);
     if (!root)
         return nullptr;
-    char* xml = nullptr;
-    uint32_t xmlLength = 0;
-    plist_to_xml(root, &xml, &xmlLength);
+    const std::string xml = PlistApi::toXml<std::string>(root);
     plist_free(root);
     root = nullptr;
-    if (xml)
-        plist_from_xml(xml, xmlLength, &root);
-    plist_to_xml_free(xml);
+    if (!xml.empty())
+        plist_from_xml(xml.data(), static_cast<uint32_t>(xml.size()), &root);
     return root;
 }
 

@@ -1,5 +1,6 @@
 #include "SystemInfo.h"
 
+#include <QCoreApplication>
 #include <QDir>
 
 QString SystemInfo::systemRoot() const
@@ -35,6 +36,16 @@ QString SystemInfo::localApplicationsDirectory() const
 QString SystemInfo::trashDirectory() const
 {
     return homeDirectory() + QStringLiteral("/.Trash");
+}
+
+QString SystemInfo::applicationSupportDirectory() const
+{
+    QString folder = userLibraryDirectory() + QStringLiteral("/Application Support");
+    if (!QCoreApplication::organizationName().isEmpty())
+        folder += QLatin1Char('/') + QCoreApplication::organizationName();
+    if (!QCoreApplication::applicationName().isEmpty())
+        folder += QLatin1Char('/') + QCoreApplication::applicationName();
+    return folder;
 }
 
 QString SystemInfo::pathInSystemRoot(const QString& macPath) const

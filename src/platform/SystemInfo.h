@@ -29,6 +29,9 @@ public:
     virtual QString userLibraryDirectory() const;
     virtual QString localApplicationsDirectory() const;
     virtual QString trashDirectory() const;
+    // Where the application keeps its own files (the history, the operations lock): on a Mac the
+    // user's Application Support folder, <organization>/<application> below it, as Qt names it.
+    virtual QString applicationSupportDirectory() const;
 
     // A Mac path ("/Applications/Lumivane") as it lies on this machine.
     QString pathInSystemRoot(const QString& macPath) const;

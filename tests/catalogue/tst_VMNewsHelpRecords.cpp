@@ -9,9 +9,10 @@
 #include "foundation/VMNotificationCenter.h"
 
 #include <QTest>
+#include <QTimeZone>
 
 namespace {
-const QDateTime kParseTime(QDate(2026, 5, 4), QTime(10, 30), Qt::UTC);
+const QDateTime kParseTime(QDate(2026, 5, 4), QTime(10, 30), QTimeZone::utc());
 }
 
 class tst_VMNewsHelpRecords : public QObject
@@ -118,7 +119,7 @@ void tst_VMNewsHelpRecords::newsFromCatalogue()
     QCOMPARE(item->title(), QStringLiteral("Glow 2"));
     QCOMPARE(item->showDays(), 14);
     QCOMPARE(item->headlineText(), QStringLiteral("Rebuilt"));
-    QCOMPARE(item->releaseDate(), QDateTime(QDate(2024, 3, 15), QTime(0, 0), Qt::LocalTime));
+    QCOMPARE(item->releaseDate(), QDateTime(QDate(2024, 3, 15), QTime(0, 0)));
     QCOMPARE(item->internalComment(), QStringLiteral("launch"));
     QCOMPARE(item->moreInfoURL(), QStringLiteral("https://www.lumivane.example/glow"));
     QCOMPARE(item->propertyForKey(QLatin1String(VMNewsItem::imageHeight)).toDouble(), 120.5);
@@ -172,7 +173,7 @@ void tst_VMNewsHelpRecords::newsReleaseDate()
     QFETCH(QDate, expected);
     const QDateTime date = VMNewsItem::initWithDict({{QStringLiteral("Release Date"), text}})->releaseDate();
     if (expected.isValid())
-        QCOMPARE(date, QDateTime(expected, QTime(0, 0), Qt::LocalTime));
+        QCOMPARE(date, QDateTime(expected, QTime(0, 0)));
     else
         QVERIFY(date.isNull());
 }
@@ -319,7 +320,7 @@ void tst_VMNewsHelpRecords::setValue()
 
 void tst_VMNewsHelpRecords::releaseDateDescription()
 {
-    QCOMPARE(VMReleaseDate::description(QDateTime(QDate(2024, 3, 15), QTime(13, 5, 9), Qt::UTC)),
+    QCOMPARE(VMReleaseDate::description(QDateTime(QDate(2024, 3, 15), QTime(13, 5, 9), QTimeZone::utc())),
              QStringLiteral("2024-03-15 13:05:09 +0000"));
     QCOMPARE(VMReleaseDate::description(QDateTime()), QStringLiteral("(null)"));
 }

@@ -9,6 +9,7 @@
 #include <QJsonObject>
 #include <QLockFile>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QtTest>
 
 #include <csignal>
@@ -35,6 +36,7 @@ private slots:
     void interruptedDownloadLeavesNothing();
     void swappedPackageIsRefused();
     void administratorStepNeverGrantedSilently();
+    void writesStayInTheTestsFolder();
 
 private:
     struct Run
@@ -51,6 +53,12 @@ private:
 
     // Packages left in the case's temporary folder.
     QStringList leftPackages() const;
+    // Every file and folder below the places where this application keeps its files for the user
+    // who runs the tests, with size and time.
+    QStringList realPlacesSnapshot() const;
+
+    // Those places, as the real environment names them (on a Mac they ignore HOME).
+    QStringList _realPlaces;
 
     // The server's site and the root it seeded, for the whole class; then each case's own.
     std::unique_ptr<TestEnvironment> _serverEnv;
@@ -84,6 +92,13 @@ QStringList tst_LVCommandLine::leftPackages() const
 void tst_LVCommandLine::initTestCase()
 {
     LVApplicationIdentity::apply();
+    for (const auto location : {QStandardPaths::AppDataLocation, QStandardPaths::AppLocalDataLocation,
+                                QStandardPaths::AppConfigLocation, QStandardPaths::CacheLocation})
+        _realPlaces << QStandardPaths::writableLocation(location);
+    _realPlaces << QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + "/lumivane-manager"
+                << QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/Quarnet"
+                << QDir::homePath() + "/Library/Preferences/com.quarnet.Lumivane-Manager.plist"
+                << QDir::tempPath() + "/lumivane-manager-downloads-" + qEnvironmentVariable("USER", "user");
     _serverEnv = std::make_unique<TestEnvironment>();
     QVERIFY2(
         _server.start({QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--slow-only"), kSlowProduct}),
@@ -364,6 +379,71 @@ void tst_LVCommandLine::administratorStepNeverGrantedSilently()
     QCOMPARE(result.objects().value(0).value("outcome").toString(), QStringLiteral("failed"));
     QVERIFY(!QFile::exists(_env->systemRoot() + QStringLiteral("/Applications/Lumivane/PrismaticGlow.app")));
     QVERIFY2(leftPackages().isEmpty(), qPrintable(leftPackages().join(',')));
+}
+
+QStringList tst_LVCommandLine::realPlacesSnapshot() const
+{
+    QStringList entries;
+    for (const QString& place : _realPlaces) {
+        const QFileInfo info(place);
+        if (info.exists())
+            entries
+                << QStringLiteral("%1 %2 %3").arg(place).arg(info.size()).arg(info.lastModified().toMSecsSinceEpoch());
+        QDirIterator it(place, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                        QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QFileInfo entry(it.next());
+            entries << QStringLiteral("%1 %2 %3")
+                           .arg(entry.filePath())
+                           .arg(entry.size())
+                           .arg(entry.lastModified().toMSecsSinceEpoch());
+        }
+    }
+    entries.sort();
+    return entries;
+}
+
+void tst_LVCommandLine::writesStayInTheTestsFolder()
+{
+    const QStringList before = realPlacesSnapshot();
+
+    // A full install from the command line: download, administrator step, history, lock.
+    const Run install = run(
+        {QStringLiteral("--install"), QStringLiteral("LV-PRISM"), QStringLiteral("--yes"), QStringLiteral("--json")});
+    QVERIFY2(install.status == 0, install.out + install.err);
+    QCOMPARE(run({QStringLiteral("--history")}).status, 0);
+
+    // The window's start-up: preferences, the command channel, the lock, the catalogue.
+    QProcess window;
+    window.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/src/lumivane-manager"));
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    window.setProcessEnvironment(environment);
+    window.start();
+    QVERIFY(window.waitForStarted());
+    const auto holder = [] {
+        qint64 pid = 0;
+        QString host;
+        QString application;
+        return QLockFile(LVOperationLock::filePath()).getLockInfo(&pid, &host, &application) ? pid : 0;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(holder() == window.processId() || window.state() != QProcess::Running, 60000);
+    QCOMPARE(window.state(), QProcess::Running);
+    // The command channel is up once its socket is.
+    const QString sockets = _env->systemRoot() + QStringLiteral("/var/run/notifications");
+    QTRY_VERIFY_WITH_TIMEOUT(!QDir(sockets).isEmpty(QDir::System | QDir::Files), 30000);
+    window.terminate();
+    if (!window.waitForFinished(10000)) {
+        window.kill();
+        window.waitForFinished();
+    }
+
+    // Inside the test's folder, the application's own files lie in the system root.
+    QVERIFY(LVOperationLock::filePath().startsWith(_env->systemRoot() + QLatin1Char('/')));
+    QVERIFY(QFile::exists(_env->systemRoot() + QStringLiteral("/Users/") + qEnvironmentVariable("USER", "user") +
+                          QStringLiteral("/Library/Application Support/Quarnet/Lumivane Manager/history.jsonl")));
+    // Outside it, nothing changed.
+    QCOMPARE(realPlacesSnapshot(), before);
 }
 
 LV_TEST_GUILESS_MAIN(tst_LVCommandLine)

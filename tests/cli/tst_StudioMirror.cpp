@@ -86,9 +86,13 @@ void tst_StudioMirror::writeState(const QString& path, const QByteArray& json)
 
 void tst_StudioMirror::mirrorServeAndApply()
 {
-    const QString nginx = QStandardPaths::findExecutable(QStringLiteral("nginx"), {"/usr/sbin", "/usr/local/sbin"});
+    // Through PATH (Homebrew's), then where Debian puts it, outside most users' PATH.
+    QString nginx = QStandardPaths::findExecutable(QStringLiteral("nginx"));
     if (nginx.isEmpty())
-        QSKIP("nginx is not installed (Debian package nginx-light): the mirror is not tried with a real web server.");
+        nginx = QStandardPaths::findExecutable(QStringLiteral("nginx"), {"/usr/sbin", "/usr/local/sbin"});
+    if (nginx.isEmpty())
+        QSKIP("nginx is not installed (Debian package nginx-light, Homebrew's nginx): the mirror is not tried with a "
+              "real web server.");
 
     TestEnvironment env;
     const QString mirror = env.path() + QStringLiteral("/mirror");

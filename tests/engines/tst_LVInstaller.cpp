@@ -31,6 +31,8 @@ private slots:
     void userRunWithoutInstallerProgram();
     void adminRunJudgesOutput_data();
     void adminRunJudgesOutput();
+    void adminRunLogsHowTheInstallerEnded_data();
+    void adminRunLogsHowTheInstallerEnded();
     void adminRunWithBadPathStillStarts_data();
     void adminRunWithBadPathStillStarts();
     void adminRunAuthorizationRefused_data();
@@ -89,9 +91,13 @@ void tst_LVInstaller::init()
                                                                          tools.toUtf8() +
                                                                          "/calls'\n"
                                                                          "cat '" +
-                                                                         tools.toUtf8() + "/output'\n");
+                                                                         tools.toUtf8() +
+                                                                         "/output'\n"
+                                                                         ". '" +
+                                                                         tools.toUtf8() + "/finish'\n");
     QFile::setPermissions(_tools->installer, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     setInstallerOutput("installer: The upgrade was successful.\n");
+    writeFile(QStringLiteral("tools/finish"), QByteArray());
     Platform::setCommandLineTools(_tools);
 }
 
@@ -263,6 +269,51 @@ void tst_LVInstaller::adminRunJudgesOutput()
         QCOMPARE(recorder.error, VMError(QStringLiteral("LVInstaller"), -1, QStringLiteral("Installation Failed"),
                                          QString::fromUtf8(output)));
     }
+}
+
+void tst_LVInstaller::adminRunLogsHowTheInstallerEnded_data()
+{
+    QTest::addColumn<QByteArray>("output");
+    QTest::addColumn<QByteArray>("finish"); // how the stand-in ends, after printing `output`
+    QTest::addColumn<bool>("succeeds");
+    QTest::addColumn<QStringList>("logged");
+    const QByteArray upgraded("installer: The upgrade was successful.\n");
+    QTest::newRow("clean") << upgraded << QByteArray() << true << QStringList{"Installer exited: 0"};
+    QTest::newRow("errors and a failure status")
+        << QByteArray("installer: The install failed.\n")
+        << QByteArray("echo 'installer: Error - the package is damaged' >&2; echo 'second line' >&2; exit 1") << false
+        << QStringList{"Installer exited: 1",
+                       "Installer standard error: installer: Error - the package is damaged\nsecond line"};
+    // The verdict stays with the output, whatever the status says.
+    QTest::newRow("killed after the upgrade message")
+        << upgraded << QByteArray("kill -9 $$") << true << QStringList{"Installer exited: -1"};
+    QTest::newRow("errors but upgraded") << upgraded << QByteArray("echo 'a warning' >&2; exit 2") << true
+                                         << QStringList{"Installer exited: 2", "Installer standard error: a warning"};
+}
+
+void tst_LVInstaller::adminRunLogsHowTheInstallerEnded()
+{
+    QFETCH(QByteArray, output);
+    QFETCH(QByteArray, finish);
+    QFETCH(bool, succeeds);
+    QFETCH(QStringList, logged);
+
+    setInstallerOutput(output);
+    writeFile(QStringLiteral("tools/finish"), finish);
+    const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
+    LogCapture log;
+    EngineRecorder recorder;
+    QSignalSpy finished(&recorder, &EngineRecorder::finished);
+    auto installer = LVInstaller::installerWithFilePath(package, {{"requiresAuthentication", true}});
+    installer->setDelegate(&recorder);
+    installer->startInBackground();
+    QVERIFY(finished.wait());
+
+    QCOMPARE(recorder.events, (QStringList{"installStarted", succeeds ? "installCompleted" : "installFailed"}));
+    QCOMPARE(log.messages(), logged);
+    if (!succeeds)
+        QCOMPARE(recorder.error, VMError(QStringLiteral("LVInstaller"), -1, QStringLiteral("Installation Failed"),
+                                         QString::fromUtf8(output)));
 }
 
 void tst_LVInstaller::adminRunWithBadPathStillStarts_data()

@@ -12,6 +12,7 @@
 
 #include <QApplication>
 #include <QTemporaryDir>
+#include <QTimeZone>
 
 #include <cstddef>
 #include <cstdint>
@@ -33,7 +34,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     LVPreferences::setSettingsFile(settings.filePath(QStringLiteral("defaults.ini")));
     LVPreferences::sharedPreferences()->useExtendedLogging(true);
     // A fixed clock, so that a crash found today still reproduces tomorrow.
-    const QDateTime now(QDate(2026, 11, 22), QTime(12, 0), Qt::UTC);
+    const QDateTime now(QDate(2026, 11, 22), QTime(12, 0), QTimeZone::utc());
     VMUtils::setCurrentDateProvider([now] { return now; });
     manager = new LVInstallManager;
     return 0;

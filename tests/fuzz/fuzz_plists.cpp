@@ -5,11 +5,10 @@
 #include "FuzzSeeds.h"
 #include "PluginRegistry.h"
 #include "platform/Platform.h"
+#include "platform/PlistApi.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
-
-#include <plist/plist.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -76,14 +75,10 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
     for (const QByteArray& xml : seeds) {
         plist_t node = nullptr;
         plist_from_xml(xml.constData(), uint32_t(xml.size()), &node);
-        char* binary = nullptr;
-        uint32_t length = 0;
-        if (node)
-            plist_to_bin(node, &binary, &length);
-        if (binary)
-            all.append(QByteArray(binary, qsizetype(length)));
-        free(binary);
-        plist_free(node);
+        const PlistApi::Node owned(node);
+        const QByteArray binary = node ? PlistApi::toBinary<QByteArray>(node) : QByteArray();
+        if (!binary.isEmpty())
+            all.append(binary);
     }
     writeSeeds(*argc, *argv, all);
     return 0;

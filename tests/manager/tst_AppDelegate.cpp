@@ -14,7 +14,6 @@
 #include "manager/VMLoggerWindow.h"
 #include "support/LocalHttpServer.h"
 #include "support/TestEnvironment.h"
-#include "support/TestSessionBus.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -100,8 +99,8 @@ private slots:
     void extendedLoggingFollowsTheKeysHeldAtLaunch_data();
     void extendedLoggingFollowsTheKeysHeldAtLaunch();
     void launchAgentSettingsNameThisExecutable();
-    void commandsOverTheSessionBus_data();
-    void commandsOverTheSessionBus();
+    void commandsOverTheCommandChannel_data();
+    void commandsOverTheCommandChannel();
     void agreementShownUntilAgreed();
     void agreementNotShown_data();
     void agreementNotShown();
@@ -255,7 +254,7 @@ void tst_AppDelegate::launchAgentSettingsNameThisExecutable()
     QCOMPARE(VMPropertyList::fromFile(path).toMap(), expected);
 }
 
-void tst_AppDelegate::commandsOverTheSessionBus_data()
+void tst_AppDelegate::commandsOverTheCommandChannel_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<bool>("unknown");
@@ -269,7 +268,7 @@ void tst_AppDelegate::commandsOverTheSessionBus_data()
     QTest::newRow("7") << QStringList{"7"} << false;
 }
 
-void tst_AppDelegate::commandsOverTheSessionBus()
+void tst_AppDelegate::commandsOverTheCommandChannel()
 {
     QFETCH(QStringList, arguments);
     QFETCH(bool, unknown);
@@ -277,7 +276,7 @@ void tst_AppDelegate::commandsOverTheSessionBus()
     launch();
     LogCapture log;
     const QString sender = qEnvironmentVariable("LV_TEST_BINARY_DIR") + "/src/lv-send-command";
-    // The row's message, then a command 0 that marks the end: both go through the bus in order.
+    // The row's message, then a command 0 that marks the end: both go through the channel in order.
     for (const QStringList& args : {arguments, QStringList{"0"}}) {
         QProcess process;
         process.start(sender, args);
@@ -467,20 +466,5 @@ void tst_AppDelegate::olderVersionsOffer()
     QCOMPARE(_uninstallOptions, QList<int>{2});
 }
 
-namespace {
-
-int runAppDelegateTest(int argc, char* argv[])
-{
-    // Before the application exists: Qt keeps the first session-bus connection it makes.
-    TestSessionBus bus;
-    QApplication application(argc, argv);
-    if (!bus.isRunning())
-        qWarning("No session bus: the command-channel test will fail.");
-    tst_AppDelegate test;
-    return QTest::qExec(&test, argc, argv);
-}
-
-} // namespace
-
-LV_TEST_CUSTOM_MAIN(tst_AppDelegate, runAppDelegateTest)
+LV_TEST_MAIN(tst_AppDelegate)
 #include "tst_AppDelegate.moc"

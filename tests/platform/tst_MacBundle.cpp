@@ -33,8 +33,11 @@ private slots:
         // The build number About shows in brackets.
         QTest::newRow("build number") << "CFBundleVersion"
                                       << "65";
-        QTest::newRow("minimum macOS") << "LSMinimumSystemVersion"
-                                       << "11.0";
+        // The oldest macOS that the Qt the bundle is built with supports.
+        const char* minimum = QT_VERSION >= QT_VERSION_CHECK(6, 10, 0)  ? "13.0"
+                              : QT_VERSION >= QT_VERSION_CHECK(6, 8, 0) ? "12.0"
+                                                                        : "11.0";
+        QTest::newRow("minimum macOS") << "LSMinimumSystemVersion" << minimum;
         QTest::newRow("icon") << "CFBundleIconFile"
                               << "AppIcon";
         QTest::newRow("package type") << "CFBundlePackageType"

@@ -124,7 +124,7 @@ private slots:
         QCOMPARE(status, expected);
     }
 
-    void outputIsStreamedAndExitCodeReported()
+    void outputIsStreamedExitCodeAndStandardErrorReported()
     {
         TestEnvironment environment;
         EmulatedPrivilegedExecution execution;
@@ -140,6 +140,7 @@ private slots:
         QByteArray output;
         QList<QByteArray> blocks;
         int exitCode = -1;
+        QByteArray errors;
         const int status = execution.executeWithPrivileges(
             authorization, QStringLiteral("/bin/sh"), {QStringLiteral("-c"), script, seen},
             [&](const QByteArray& block) {
@@ -151,11 +152,12 @@ private slots:
                         file.close();
                 }
             },
-            &exitCode);
+            &exitCode, &errors);
         QCOMPARE(status, int(PrivilegedExecution::Success));
         QCOMPARE(output, QByteArray("first\nsecond\n")); // standard error stays out of it
         QVERIFY(blocks.size() >= 2);
         QCOMPARE(exitCode, 3);
+        QCOMPARE(errors, QByteArray("noise\n"));
     }
 
     void toolThatCannotStartFails()

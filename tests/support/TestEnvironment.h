@@ -37,6 +37,7 @@ public:
     QString userLibraryDirectory() const override { return _native->userLibraryDirectory(); }
     QString localApplicationsDirectory() const override { return _native->localApplicationsDirectory(); }
     QString trashDirectory() const override { return _native->trashDirectory(); }
+    QString applicationSupportDirectory() const override { return _native->applicationSupportDirectory(); }
 
     std::optional<QString> machine;
     std::optional<QVersionNumber> osVersion;

@@ -38,13 +38,13 @@ int TestPrivilegedExecution::copyRights(const AuthorizationRef& authorization, c
 
 int TestPrivilegedExecution::executeWithPrivileges(const AuthorizationRef& authorization, const QString& tool,
                                                    const QStringList& arguments, const OutputHandler& output,
-                                                   int* exitCode)
+                                                   int* exitCode, QByteArray* standardError)
 {
     {
         QMutexLocker locker(&_lock);
         _executions.append((QStringList{tool} + arguments).join(QLatin1Char(' ')));
     }
-    return _native->executeWithPrivileges(authorization, tool, arguments, output, exitCode);
+    return _native->executeWithPrivileges(authorization, tool, arguments, output, exitCode, standardError);
 }
 
 void TestPrivilegedExecution::free(const AuthorizationRef& authorization)

@@ -1,10 +1,14 @@
 #include "EmulatedPlatform.h"
 #include "EmulatedCommandLineTools.h"
+#include "EmulatedDistributedNotifications.h"
 #include "EmulatedPrivilegedExecution.h"
 #include "EmulatedSystemInfo.h"
 #include "EmulatedWorkspace.h"
 
+#include "platform/Platform.h"
+
 #include <QDir>
+#include <QSettings>
 
 namespace EmulatedPlatform {
 
@@ -40,6 +44,16 @@ std::shared_ptr<PrivilegedExecution> createPrivilegedExecution()
 std::shared_ptr<CommandLineTools> createCommandLineTools()
 {
     return std::make_shared<EmulatedCommandLineTools>();
+}
+std::shared_ptr<DistributedNotifications> createDistributedNotifications()
+{
+    return std::make_shared<EmulatedDistributedNotifications>();
+}
+QSettings* createUserDefaults()
+{
+    return new QSettings(Platform::systemInfo().userLibraryDirectory() + QStringLiteral("/Preferences/") +
+                             QStringLiteral(LV_BUNDLE_IDENTIFIER) + QStringLiteral(".ini"),
+                         QSettings::IniFormat);
 }
 
 } // namespace EmulatedPlatform

@@ -4,8 +4,6 @@
 
 #include <QFile>
 
-#include <plist/plist.h>
-
 namespace EmulatedPlist {
 
 QVariantMap readStrings(const QString& path)
@@ -29,15 +27,15 @@ QVariantMap readStrings(const QString& path)
             plist_t value = nullptr;
             plist_dict_next_item(root, it, &key, &value);
             if (!value) {
-                free(key);
+                PlistApi::freeMemory(key);
                 break;
             }
             if (key && plist_get_node_type(value) == PLIST_STRING) {
                 values.insert(QString::fromUtf8(key), SafePlist::stringText(value));
             }
-            free(key);
+            PlistApi::freeMemory(key);
         }
-        free(it);
+        PlistApi::freeMemory(it);
     }
     plist_free(root);
     return values;

@@ -58,23 +58,23 @@ int EmulatedPrivilegedExecution::copyRights(const AuthorizationRef& authorizatio
 
 int EmulatedPrivilegedExecution::executeWithPrivileges(const AuthorizationRef& authorization, const QString& tool,
                                                        const QStringList& arguments, const OutputHandler& output,
-                                                       int* exitCode)
+                                                       int* exitCode, QByteArray* standardError)
 {
     if (exitCode)
         *exitCode = -1;
     const int rights = copyRights(authorization, QString::fromLatin1(adminRight), true);
     if (rights != Success)
         return rights;
-    return runWithRight(tool, arguments, output, exitCode);
+    return runWithRight(tool, arguments, output, exitCode, standardError);
 }
 
 int EmulatedPrivilegedExecution::runWithRight(const QString& tool, const QStringList& arguments,
-                                              const OutputHandler& output, int* exitCode)
+                                              const OutputHandler& output, int* exitCode, QByteArray* standardError)
 {
     // The tool works on the emulated root, whether or not the environment named it.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("LV_SYSTEM_ROOT"), Platform::systemInfo().systemRoot());
-    return runProcess(tool, arguments, output, exitCode, environment);
+    return runProcess(tool, arguments, output, exitCode, standardError, environment);
 }
 
 void EmulatedPrivilegedExecution::free(const AuthorizationRef& authorization)
@@ -113,13 +113,13 @@ int EmulatedPrivilegedExecution::acquireRight(const QString& right)
 }
 
 int EmulatedPrivilegedExecution::runProcess(const QString& program, const QStringList& arguments,
-                                            const OutputHandler& output, int* exitCode,
+                                            const OutputHandler& output, int* exitCode, QByteArray* standardError,
                                             const QProcessEnvironment& environment)
 {
     QProcess process;
     if (!environment.isEmpty())
         process.setProcessEnvironment(environment);
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.setProcessChannelMode(standardError ? QProcess::SeparateChannels : QProcess::ForwardedErrorChannel);
     process.start(program, arguments);
     if (!process.waitForStarted(-1)) {
         if (exitCode)
@@ -138,6 +138,8 @@ int EmulatedPrivilegedExecution::runProcess(const QString& program, const QStrin
     const QByteArray rest = process.readAllStandardOutput();
     if (!rest.isEmpty() && output)
         output(rest);
+    if (standardError)
+        *standardError = process.readAllStandardError();
     if (exitCode)
         *exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     return Success;

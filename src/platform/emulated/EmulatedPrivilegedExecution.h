@@ -16,7 +16,8 @@ public:
     AuthorizationRef create(int* status) override;
     int copyRights(const AuthorizationRef& authorization, const QString& right, bool interactionAllowed) override;
     int executeWithPrivileges(const AuthorizationRef& authorization, const QString& tool, const QStringList& arguments,
-                              const OutputHandler& output, int* exitCode = nullptr) override;
+                              const OutputHandler& output, int* exitCode = nullptr,
+                              QByteArray* standardError = nullptr) override;
     void free(const AuthorizationRef& authorization) override;
     void setConsentProvider(ConsentProvider provider) override;
 
@@ -28,10 +29,12 @@ protected:
     virtual int acquireRight(const QString& right);
     // Runs the tool with the right held; the status tells whether it could be started.
     virtual int runWithRight(const QString& tool, const QStringList& arguments, const OutputHandler& output,
-                             int* exitCode);
-    // An empty environment: this process's own.
+                             int* exitCode, QByteArray* standardError);
+    // An empty environment: this process's own. Without `standardError`, the program's goes where
+    // this process's goes.
     static int runProcess(const QString& program, const QStringList& arguments, const OutputHandler& output,
-                          int* exitCode, const QProcessEnvironment& environment = QProcessEnvironment());
+                          int* exitCode, QByteArray* standardError = nullptr,
+                          const QProcessEnvironment& environment = QProcessEnvironment());
 
 private:
     QMutex _lock;

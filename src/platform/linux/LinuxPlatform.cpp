@@ -60,6 +60,8 @@ std::shared_ptr<CommandLineTools> createCommandLineTools()
 }
 std::shared_ptr<DistributedNotifications> createDistributedNotifications()
 {
+    if (EmulatedPlatform::isChosen())
+        return EmulatedPlatform::createDistributedNotifications();
     return std::make_shared<LinuxDistributedNotifications>();
 }
 std::shared_ptr<SelfUpdater> createSelfUpdater()
@@ -76,6 +78,8 @@ std::shared_ptr<RichTextConverter> createRichTextConverter()
 }
 QSettings* createUserDefaults()
 {
+    if (EmulatedPlatform::isChosen())
+        return EmulatedPlatform::createUserDefaults();
     return new QSettings;
 }
 

@@ -24,7 +24,7 @@ int LinuxPrivilegedExecution::acquireRight(const QString&)
 }
 
 int LinuxPrivilegedExecution::runWithRight(const QString& tool, const QStringList& arguments,
-                                           const OutputHandler& output, int* exitCode)
+                                           const OutputHandler& output, int* exitCode, QByteArray* standardError)
 {
     // pkexec clears the environment; the tools still have to know which root they work in.
     QStringList elevated = {QStringLiteral("/usr/bin/env"), QStringLiteral("LV_SYSTEM_ROOT=/"), tool};
@@ -38,7 +38,7 @@ int LinuxPrivilegedExecution::runWithRight(const QString& tool, const QStringLis
             if (output)
                 output(block);
         },
-        &code);
+        &code, standardError);
     if (exitCode)
         *exitCode = code;
     // pkexec answers with 126/127 when it did not run the tool at all; a tool that printed

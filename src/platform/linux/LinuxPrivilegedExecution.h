@@ -12,8 +12,8 @@ public:
 
 protected:
     int acquireRight(const QString& right) override;
-    int runWithRight(const QString& tool, const QStringList& arguments, const OutputHandler& output,
-                     int* exitCode) override;
+    int runWithRight(const QString& tool, const QStringList& arguments, const OutputHandler& output, int* exitCode,
+                     QByteArray* standardError) override;
 
 private:
     QString _elevator;

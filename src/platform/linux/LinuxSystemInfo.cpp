@@ -1,5 +1,7 @@
 #include "LinuxSystemInfo.h"
 
+#include "platform/emulated/EmulatedPlatform.h"
+
 #include <QStandardPaths>
 
 QString LinuxSystemInfo::downloadsDirectory() const
@@ -11,4 +13,11 @@ QString LinuxSystemInfo::downloadsDirectory() const
 QString LinuxSystemInfo::trashDirectory() const
 {
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Trash/files");
+}
+
+QString LinuxSystemInfo::applicationSupportDirectory() const
+{
+    if (EmulatedPlatform::isChosen())
+        return EmulatedSystemInfo::applicationSupportDirectory();
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
 }

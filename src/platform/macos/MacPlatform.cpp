@@ -83,6 +83,8 @@ std::shared_ptr<CommandLineTools> createCommandLineTools()
 }
 std::shared_ptr<DistributedNotifications> createDistributedNotifications()
 {
+    if (EmulatedPlatform::isChosen())
+        return EmulatedPlatform::createDistributedNotifications();
     return std::make_shared<MacDistributedNotifications>();
 }
 std::shared_ptr<SelfUpdater> createSelfUpdater()
@@ -102,11 +104,8 @@ std::shared_ptr<RichTextConverter> createRichTextConverter()
 }
 QSettings* createUserDefaults()
 {
-    // The emulated Mac keeps its defaults in its own Library, away from a real copy's.
     if (EmulatedPlatform::isChosen())
-        return new QSettings(Platform::systemInfo().userLibraryDirectory() + QStringLiteral("/Preferences/") +
-                                 QStringLiteral(LV_BUNDLE_IDENTIFIER) + QStringLiteral(".ini"),
-                             QSettings::IniFormat);
+        return EmulatedPlatform::createUserDefaults();
     return MacUserDefaults::open(QStringLiteral(LV_BUNDLE_IDENTIFIER));
 }
 

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QMutex>
 #include <QMutexLocker>
+#include <QTemporaryDir>
 
 namespace {
 
@@ -45,9 +46,8 @@ int MacPrivilegedExecution::copyRights(const AuthorizationRef& authorization, co
 
 int MacPrivilegedExecution::executeWithPrivileges(const AuthorizationRef& authorization, const QString& tool,
                                                   const QStringList& arguments, const OutputHandler& output,
-                                                  int* exitCode)
+                                                  int* exitCode, QByteArray* standardError)
 {
-    // The pipe gives no exit status: callers judge the tool by what it printed.
     if (exitCode)
         *exitCode = -1;
     const int rights = copyRights(authorization, QString::fromLatin1(adminRight), true);
@@ -61,11 +61,25 @@ int MacPrivilegedExecution::executeWithPrivileges(const AuthorizationRef& author
     std::vector<std::string> argv;
     for (const QString& argument : arguments)
         argv.push_back(argument.toStdString());
-    return MacAuthorization::execute(handle, QFile::encodeName(tool).toStdString(), argv,
-                                     [&](const char* data, std::size_t length) {
-                                         if (output)
-                                             output(QByteArray(data, qsizetype(length)));
-                                     });
+    // The tool's standard error goes to a file in a folder only this user can enter.
+    QTemporaryDir errorFolder;
+    const QString errorPath =
+        standardError && errorFolder.isValid() ? errorFolder.filePath(QStringLiteral("stderr")) : QString();
+    int code = -1;
+    const int status = MacAuthorization::execute(
+        handle, QFile::encodeName(tool).toStdString(), argv,
+        [&](const char* data, std::size_t length) {
+            if (output)
+                output(QByteArray(data, qsizetype(length)));
+        },
+        QFile::encodeName(errorPath).toStdString(), &code);
+    if (exitCode)
+        *exitCode = code;
+    if (standardError) {
+        QFile errors(errorPath);
+        *standardError = errors.open(QIODevice::ReadOnly) ? errors.read(1024 * 1024) : QByteArray();
+    }
+    return status;
 }
 
 void MacPrivilegedExecution::free(const AuthorizationRef& authorization)

@@ -10,6 +10,7 @@ public:
     AuthorizationRef create(int* status) override;
     int copyRights(const AuthorizationRef& authorization, const QString& right, bool interactionAllowed) override;
     int executeWithPrivileges(const AuthorizationRef& authorization, const QString& tool, const QStringList& arguments,
-                              const OutputHandler& output, int* exitCode = nullptr) override;
+                              const OutputHandler& output, int* exitCode = nullptr,
+                              QByteArray* standardError = nullptr) override;
     void free(const AuthorizationRef& authorization) override;
 };

@@ -27,9 +27,6 @@ struct ArchiveWriteFree
 
 constexpr int kScriptTimeoutMs = 10 * 60 * 1000;
 
-// Seconds between the Unix epoch and the Mac's reference date (2001-01-01).
-constexpr qint64 kMacEpochOffset = 978307200;
-
 bool isLink(const QString& path)
 {
     struct stat status;
@@ -377,7 +374,6 @@ bool PackageInstaller::writeReceipt(const FlatPackage& package, const QString& r
     plist_dict_set_item(receipt.get(), "PackageFileName",
                         plist_new_string(QFileInfo(packagePath).fileName().toUtf8().constData()));
     plist_dict_set_item(receipt.get(), "InstallProcessName", plist_new_string("installer"));
-    const qint64 now = QDateTime::currentSecsSinceEpoch() - kMacEpochOffset;
-    plist_dict_set_item(receipt.get(), "InstallDate", plist_new_date(int32_t(now), 0));
+    plist_dict_set_item(receipt.get(), "InstallDate", PlistApi::newDate(QDateTime::currentSecsSinceEpoch()));
     return PlistFile::write(receiptPath, receipt.get(), error);
 }

@@ -24,16 +24,12 @@ PlistFile::Node PlistFile::read(const QString& path)
 
 bool PlistFile::write(const QString& path, plist_t root, QString* error)
 {
-    char* xml = nullptr;
-    uint32_t length = 0;
-    plist_to_xml(root, &xml, &length);
-    if (!xml) {
+    const QByteArray data = PlistApi::toXml<QByteArray>(root);
+    if (data.isEmpty()) {
         if (error)
             *error = QStringLiteral("could not encode the property list");
         return false;
     }
-    const QByteArray data(xml, static_cast<qsizetype>(length));
-    plist_to_xml_free(xml);
 
     QDir().mkpath(QFileInfo(path).absolutePath());
     QSaveFile file(path);

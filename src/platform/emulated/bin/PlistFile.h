@@ -1,19 +1,14 @@
 #pragma once
 
-#include <QString>
+#include "../../PlistApi.h"
 
-#include <memory>
-#include <plist/plist.h>
+#include <QString>
 
 // Property-list files for the stand-in tools, on libplist (XML or binary in, XML out).
 class PlistFile
 {
 public:
-    struct Free
-    {
-        void operator()(plist_t node) const { plist_free(node); }
-    };
-    using Node = std::unique_ptr<void, Free>;
+    using Node = PlistApi::Node;
 
     // The file's root node, or null when it is missing or no property list.
     static Node read(const QString& path);

@@ -5,11 +5,10 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QLockFile>
+#include <QTimeZone>
 #include <QUuid>
 
 namespace {
-
-constexpr qint64 kMacEpochOffset = 978307200;
 
 QString canonicalBundlePath(const QString& path)
 {
@@ -43,10 +42,7 @@ QList<PluginRegistry::Plugin> PluginRegistry::load() const
         plugin.uuid = PlistFile::string(record, "UUID");
         plist_t date = plist_dict_get_item(record, "RegistrationDate");
         if (date && plist_get_node_type(date) == PLIST_DATE) {
-            int32_t seconds = 0;
-            int32_t microseconds = 0;
-            plist_get_date_val(date, &seconds, &microseconds);
-            plugin.registered = QDateTime::fromSecsSinceEpoch(qint64(seconds) + kMacEpochOffset, Qt::UTC);
+            plugin.registered = QDateTime::fromSecsSinceEpoch(PlistApi::dateValue(date), QTimeZone::utc());
         }
         if (!plugin.path.isEmpty())
             plugins << plugin;
@@ -63,8 +59,7 @@ bool PluginRegistry::save(const QList<Plugin>& plugins, QString* error) const
         plist_dict_set_item(record, "CFBundleVersion", plist_new_string(plugin.version.toUtf8().constData()));
         plist_dict_set_item(record, "Path", plist_new_string(plugin.path.toUtf8().constData()));
         plist_dict_set_item(record, "UUID", plist_new_string(plugin.uuid.toUtf8().constData()));
-        plist_dict_set_item(record, "RegistrationDate",
-                            plist_new_date(int32_t(plugin.registered.toSecsSinceEpoch() - kMacEpochOffset), 0));
+        plist_dict_set_item(record, "RegistrationDate", PlistApi::newDate(plugin.registered.toSecsSinceEpoch()));
         plist_array_append_item(root.get(), record);
     }
     return PlistFile::write(_file, root.get(), error);

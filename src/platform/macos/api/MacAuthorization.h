@@ -19,9 +19,13 @@ int create(Handle* handle);
 // `interactionAllowed` is false): 0 granted, -60006 cancelled, -60005 denied, ...
 int copyRight(Handle handle, const std::string& right, bool interactionAllowed);
 // AuthorizationExecuteWithPrivileges (found at run time: it is deprecated) with a communications
-// pipe; `output` receives the tool's standard output until it closes it.
+// pipe; `output` receives the tool's standard output until it closes it. Then the tool's process,
+// and only it, is reaped: `exitCode` receives its exit code, -1 when it was killed or its process
+// could not be told. With an `errorPath` (a file this process made), the tool's standard error is
+// written there; without, it goes where this process's goes.
 int execute(Handle handle, const std::string& tool, const std::vector<std::string>& arguments,
-            const std::function<void(const char* data, std::size_t length)>& output);
+            const std::function<void(const char* data, std::size_t length)>& output, const std::string& errorPath,
+            int* exitCode);
 // AuthorizationFree: only for an authorization this process created.
 void free(Handle handle);
 

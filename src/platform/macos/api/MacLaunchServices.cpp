@@ -1,5 +1,7 @@
 #include "MacLaunchServices.h"
 
+#if !LV_MAC_APPLICATIONS_FROM_WORKSPACE
+
 #include <CoreServices/CoreServices.h>
 
 #include <climits>
@@ -32,3 +34,5 @@ std::vector<std::string> applicationPathsForBundleIdentifier(const std::string& 
 }
 
 } // namespace MacLaunchServices
+
+#endif
