@@ -6,15 +6,15 @@
 #include <plist/plist.h>
 
 // libplist as every supported version offers it, from Debian 12's 2.2 to 2.7: 2.3 removed the
-// plist_to_*_free calls, 2.7 deprecated the dates counted from 2001. The build tells which calls the
-// library it found has (LV_PLIST_HAS_MEM_FREE, LV_PLIST_HAS_UNIX_DATE); every user of libplist
-// includes this header instead of <plist/plist.h>.
+// plist_to_*_free calls, 2.7 deprecated the dates counted from 2001. The build tells which of today's
+// calls the library it found lacks (LV_PLIST_NO_MEM_FREE, LV_PLIST_NO_UNIX_DATE); every user of
+// libplist includes this header instead of <plist/plist.h>.
 namespace PlistApi {
 
 // Frees what libplist allocated for its caller: XML or binary output, keys, data, iterators.
 inline void freeMemory(void* memory)
 {
-#ifdef LV_PLIST_HAS_MEM_FREE
+#ifndef LV_PLIST_NO_MEM_FREE
     plist_mem_free(memory);
 #else
     std::free(memory);
@@ -39,7 +39,7 @@ constexpr int64_t kMacEpochOffset = 978307200;
 // A date node for whole seconds since 1970 (XML keeps no more).
 inline plist_t newDate(int64_t unixSeconds)
 {
-#ifdef LV_PLIST_HAS_UNIX_DATE
+#ifndef LV_PLIST_NO_UNIX_DATE
     return plist_new_unix_date(unixSeconds);
 #else
     return plist_new_date(static_cast<int32_t>(unixSeconds - kMacEpochOffset), 0);
@@ -49,7 +49,7 @@ inline plist_t newDate(int64_t unixSeconds)
 // A date node's whole seconds since 1970.
 inline int64_t dateValue(plist_t node)
 {
-#ifdef LV_PLIST_HAS_UNIX_DATE
+#ifndef LV_PLIST_NO_UNIX_DATE
     int64_t seconds = 0;
     plist_get_unix_date_val(node, &seconds);
     return seconds;
