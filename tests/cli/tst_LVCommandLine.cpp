@@ -14,6 +14,19 @@
 
 #include <csignal>
 
+namespace {
+
+// The process holding the operations lock; 0 when none does.
+qint64 lockHolder()
+{
+    qint64 pid = 0;
+    QString host;
+    QString application;
+    return QLockFile(LVOperationLock::filePath()).getLockInfo(&pid, &host, &application) ? pid : 0;
+}
+
+} // namespace
+
 // The real executable without a display, against the real demo server and its seeded system root
 // (one product, LV-HALFTONE, installed at an older version). One server serves the whole class at
 // full speed; each case gets a fresh copy of the seeded root.
@@ -272,13 +285,7 @@ void tst_LVCommandLine::toolkitOptionsKeepWorking()
     window.setProcessEnvironment(environment);
     window.start();
     QVERIFY(window.waitForStarted());
-    const auto holder = [] {
-        qint64 pid = 0;
-        QString host;
-        QString application;
-        return QLockFile(LVOperationLock::filePath()).getLockInfo(&pid, &host, &application) ? pid : 0;
-    };
-    QTRY_VERIFY_WITH_TIMEOUT(holder() == window.processId() || window.state() != QProcess::Running, 60000);
+    QTRY_VERIFY_WITH_TIMEOUT(lockHolder() == window.processId() || window.state() != QProcess::Running, 60000);
     QCOMPARE(window.state(), QProcess::Running);
     window.kill();
     window.waitForFinished();
@@ -421,13 +428,7 @@ void tst_LVCommandLine::writesStayInTheTestsFolder()
     window.setProcessEnvironment(environment);
     window.start();
     QVERIFY(window.waitForStarted());
-    const auto holder = [] {
-        qint64 pid = 0;
-        QString host;
-        QString application;
-        return QLockFile(LVOperationLock::filePath()).getLockInfo(&pid, &host, &application) ? pid : 0;
-    };
-    QTRY_VERIFY_WITH_TIMEOUT(holder() == window.processId() || window.state() != QProcess::Running, 60000);
+    QTRY_VERIFY_WITH_TIMEOUT(lockHolder() == window.processId() || window.state() != QProcess::Running, 60000);
     QCOMPARE(window.state(), QProcess::Running);
     // The command channel is up once its socket is.
     const QString sockets = _env->systemRoot() + QStringLiteral("/var/run/notifications");

@@ -48,11 +48,22 @@ private:
     QString writeFile(const QString& name, const QByteArray& content);
     void setInstallerOutput(const QByteArray& output);
     QStringList installerCalls() const;
+    // Installs `package` as administrator and waits for the end; null when it never came.
+    std::shared_ptr<LVInstaller> installAsAdministrator(const QString& package, EngineRecorder& recorder);
 
     std::unique_ptr<TestEnvironment> _env;
     std::shared_ptr<TestPrivilegedExecution> _privileged;
     std::shared_ptr<TestCommandLineTools> _tools;
 };
+
+std::shared_ptr<LVInstaller> tst_LVInstaller::installAsAdministrator(const QString& package, EngineRecorder& recorder)
+{
+    QSignalSpy finished(&recorder, &EngineRecorder::finished);
+    auto installer = LVInstaller::installerWithFilePath(package, {{"requiresAuthentication", true}});
+    installer->setDelegate(&recorder);
+    installer->startInBackground();
+    return finished.wait() ? installer : nullptr;
+}
 
 QString tst_LVInstaller::writeFile(const QString& name, const QByteArray& content)
 {
@@ -252,11 +263,8 @@ void tst_LVInstaller::adminRunJudgesOutput()
     setInstallerOutput(output);
     const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
     EngineRecorder recorder;
-    QSignalSpy finished(&recorder, &EngineRecorder::finished);
-    auto installer = LVInstaller::installerWithFilePath(package, {{"requiresAuthentication", true}});
-    installer->setDelegate(&recorder);
-    installer->startInBackground();
-    QVERIFY(finished.wait());
+    const auto installer = installAsAdministrator(package, recorder);
+    QVERIFY(installer);
 
     QCOMPARE(recorder.events, (QStringList{"installStarted", succeeds ? "installCompleted" : "installFailed"}));
     QCOMPARE(installerCalls(), QStringList{QStringLiteral("-pkg %1 -target /").arg(package)});
@@ -303,11 +311,8 @@ void tst_LVInstaller::adminRunLogsHowTheInstallerEnded()
     const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
     LogCapture log;
     EngineRecorder recorder;
-    QSignalSpy finished(&recorder, &EngineRecorder::finished);
-    auto installer = LVInstaller::installerWithFilePath(package, {{"requiresAuthentication", true}});
-    installer->setDelegate(&recorder);
-    installer->startInBackground();
-    QVERIFY(finished.wait());
+    const auto installer = installAsAdministrator(package, recorder);
+    QVERIFY(installer);
 
     QCOMPARE(recorder.events, (QStringList{"installStarted", succeeds ? "installCompleted" : "installFailed"}));
     QCOMPARE(log.messages(), logged);
@@ -380,11 +385,8 @@ void tst_LVInstaller::adminRunAuthorizationRefused()
     const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
     LogCapture log;
     EngineRecorder recorder;
-    QSignalSpy finished(&recorder, &EngineRecorder::finished);
-    auto installer = LVInstaller::installerWithFilePath(package, {{"requiresAuthentication", true}});
-    installer->setDelegate(&recorder);
-    installer->startInBackground();
-    QVERIFY(finished.wait());
+    const auto installer = installAsAdministrator(package, recorder);
+    QVERIFY(installer);
 
     QCOMPARE(recorder.events, (QStringList{"installStarted", "installFailed"}));
     QCOMPARE(recorder.error.code(), code);
