@@ -169,19 +169,18 @@ void LVProductBatch::observe(qsizetype index)
         if (_items.at(index).state == State::Downloading)
             emit progressChanged();
     });
-    connect(operation, &LVProductOperation::downloadBegan, this, [this, index](LVDownloader* downloader) {
-        if (downloader->identifier() == LVProductOperation::installerDownload &&
-            _items.at(index).state == State::Downloading)
+    connect(operation, &LVProductOperation::downloadBegan, this, [this, index](LVProductOperation::Download download) {
+        if (download == LVProductOperation::Download::Installer && _items.at(index).state == State::Downloading)
             emit downloadStarted(index);
     });
     connect(operation, &LVProductOperation::downloadEnded, this,
-            [this, index](LVDownloader* downloader, bool succeeded) {
-                if (_ended || downloader->identifier() != LVProductOperation::installerDownload ||
+            [this, index](LVProductOperation::Download download, bool succeeded, const VMError& error) {
+                if (_ended || download != LVProductOperation::Download::Installer ||
                     _items.at(index).state != State::Downloading)
                     return;
                 if (!succeeded) {
-                    const bool cancelled = downloader->error().code() == LVDownloadSession::cancelledError().code();
-                    downloadFailed(index, cancelled ? QString() : downloader->error().description(), cancelled);
+                    const bool cancelled = error.code() == LVDownloadSession::cancelledError().code();
+                    downloadFailed(index, cancelled ? QString() : error.description(), cancelled);
                     return;
                 }
                 if (_items.at(index).joined)
@@ -199,7 +198,7 @@ void LVProductBatch::observe(qsizetype index)
         if (_items.at(index).state == State::Downloaded || _items.at(index).state == State::Downloading)
             setState(index, State::Installing);
     });
-    connect(operation, &LVProductOperation::installEnded, this, [this, index](LVInstaller* installer, bool succeeded) {
+    connect(operation, &LVProductOperation::installEnded, this, [this, index](bool succeeded, const VMError& error, const VMVersionItemPtr& version) {
         Entry& entry = _items[index];
         // An installer that fails before it starts (a package that does not match its
         // checksum) never reports a start.
@@ -208,7 +207,7 @@ void LVProductBatch::observe(qsizetype index)
         if (!entry.joined)
             _installationsEnded->release();
         if (!succeeded) {
-            setState(index, State::InstallFailed, installer->error().description());
+            setState(index, State::InstallFailed, error.description());
             endIfDone();
             return;
         }
@@ -218,7 +217,6 @@ void LVProductBatch::observe(qsizetype index)
             endIfDone();
             return;
         }
-        const VMVersionItemPtr version = installer->representedObject().value<VMVersionItemPtr>();
         entry.operation->confirmInstallation(version ? version : entry.item.version,
                                              LVProductOperation::Confirmation::Bundle,
                                              _policy.secondsBeforeAnnouncement);
@@ -230,13 +228,13 @@ void LVProductBatch::observe(qsizetype index)
         }
     });
     connect(operation, &LVProductOperation::uninstallEnded, this,
-            [this, index](LVUninstaller* uninstaller, bool succeeded) {
+            [this, index](bool succeeded, const VMError& error) {
                 Entry& entry = _items[index];
                 if (entry.state != State::Uninstalling)
                     return;
                 if (!succeeded && !entry.failed) {
                     entry.failed = true;
-                    entry.detail = uninstaller->error().description();
+                    entry.detail = error.description();
                 }
                 // One uninstaller per script: the product has ended when its operation has.
                 if (entry.operation->isUninstalling())

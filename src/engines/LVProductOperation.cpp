@@ -412,6 +412,24 @@ LVDownloader* LVProductOperation::shownDownloader() const
     return holder() ? nullptr : _manualDownloader.data();
 }
 
+bool LVProductOperation::isShownDownload(Download download) const
+{
+    const LVDownloader* shown = shownDownloader();
+    return shown && kindOf(shown) == download;
+}
+
+LVProductOperation::Download LVProductOperation::kindOf(const LVDownloader* downloader)
+{
+    switch (downloader->identifier()) {
+    case manualDownload:
+        return Download::Manual;
+    case uninstallScriptDownload:
+        return Download::UninstallScript;
+    default:
+        return Download::Installer;
+    }
+}
+
 qint64 LVProductOperation::expectedBytes() const
 {
     const LVDownloader* downloader = shownDownloader();
@@ -471,14 +489,14 @@ void LVProductOperation::downloadStarted(LVDownloader* downloader)
         _downloadClock.start();
         emit progressChanged();
     }
-    emit downloadBegan(downloader);
+    emit downloadBegan(kindOf(downloader));
 }
 
 void LVProductOperation::downloadProgress(double progress, LVDownloader* downloader)
 {
     if (downloader == shownDownloader())
         emit progressChanged();
-    emit downloadAdvanced(progress, downloader);
+    emit downloadAdvanced(kindOf(downloader), progress);
 }
 
 void LVProductOperation::endManualDownload(LVDownloader* downloader, bool succeeded)
@@ -490,7 +508,7 @@ void LVProductOperation::endManualDownload(LVDownloader* downloader, bool succee
     downloader->deleteLater();
     emit phaseChanged(_phase);
     emit progressChanged();
-    emit downloadEnded(downloader, succeeded);
+    emit downloadEnded(kindOf(downloader), succeeded, succeeded ? VMError() : downloader->error());
 }
 
 void LVProductOperation::downloadCompleted(LVDownloader* downloader)
@@ -507,7 +525,7 @@ void LVProductOperation::downloadCompleted(LVDownloader* downloader)
             downloader->deleteLater();
         }
         QPointer<LVProductOperation> self(this);
-        emit downloadEnded(downloader, true);
+        emit downloadEnded(kindOf(downloader), true, VMError());
         if (self && index >= 0 && _downloadUninstallScriptPaths.isEmpty()) {
             const QByteArrayList scripts = _uninstallScriptData;
             _uninstallScriptData.clear();
@@ -536,7 +554,7 @@ void LVProductOperation::downloadCompleted(LVDownloader* downloader)
         emit progressChanged();
     }
     QPointer<LVProductOperation> self(this);
-    emit downloadEnded(downloader, true);
+    emit downloadEnded(kindOf(downloader), true, VMError());
     if (!self)
         return;
     if (_installRequested && !holder() && downloader->identifier() == installerDownload &&
@@ -588,7 +606,7 @@ void LVProductOperation::downloadFailed(LVDownloader* downloader)
     }
     if (_phase == Phase::Idle)
         _uninstallRequested = false;
-    emit downloadEnded(downloader, false);
+    emit downloadEnded(kindOf(downloader), false, downloader->error());
 }
 
 // Installation
@@ -642,9 +660,9 @@ void LVProductOperation::adoptInstaller(const std::shared_ptr<LVInstaller>& inst
     setPhase(Phase::Installing);
 }
 
-void LVProductOperation::installStarted(LVInstaller* installer)
+void LVProductOperation::installStarted(LVInstaller*)
 {
-    emit installBegan(installer);
+    emit installBegan();
 }
 
 void LVProductOperation::installCompleted(LVInstaller* installer)
@@ -701,7 +719,7 @@ void LVProductOperation::endInstallation(LVInstaller* installer, bool succeeded)
         _installer.reset();
     setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
     QPointer<LVProductOperation> self(this);
-    emit installEnded(installer, succeeded);
+    emit installEnded(succeeded, succeeded ? VMError() : installer->error(), version);
     if (!self)
         return;
     if (confirm)
@@ -882,9 +900,9 @@ void LVProductOperation::adoptUninstaller(const std::shared_ptr<LVUninstaller>& 
     setPhase(Phase::Uninstalling);
 }
 
-void LVProductOperation::uninstallStarted(LVUninstaller* uninstaller)
+void LVProductOperation::uninstallStarted(LVUninstaller*)
 {
-    emit uninstallBegan(uninstaller);
+    emit uninstallBegan();
 }
 
 void LVProductOperation::uninstallCompleted(LVUninstaller* uninstaller)
@@ -921,5 +939,5 @@ void LVProductOperation::endUninstallation(LVUninstaller* uninstaller, bool succ
         center.postNotification(VMProductEvents::reloadUpdateItem, QVariant::fromValue(static_cast<QObject*>(this)));
         center.postNotification(VMProductEvents::uninstallCompleted, QVariant::fromValue(_productItem));
     }
-    emit uninstallEnded(uninstaller, succeeded);
+    emit uninstallEnded(succeeded, succeeded ? VMError() : uninstaller->error());
 }

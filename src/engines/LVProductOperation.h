@@ -5,6 +5,7 @@
 #include "engines/LVDownloaderDelegate.h"
 #include "engines/LVInstallerDelegate.h"
 #include "engines/LVUninstallerDelegate.h"
+#include "foundation/VMError.h"
 #include "platform/PrivilegedExecution.h"
 
 #include <QDateTime>
@@ -59,6 +60,9 @@ public:
     };
     Q_ENUM(Phase)
     enum class Execution { Background, Synchronous };
+    // The operation's downloads, as its observers hear of them.
+    enum class Download { Installer, Manual, UninstallScript };
+    Q_ENUM(Download)
     // What a row may ask of the product.
     enum class RowAction { Install, Cancel, Uninstall, ManualDownload };
     // How an installation is confirmed: a product row's confirmation posts "reloadLVUpdateItem"
@@ -145,6 +149,7 @@ public:
     LVDownloader* manualDownloader() const;
     // The download whose progress the rows show: the installer's, else a manual one outside a run.
     LVDownloader* shownDownloader() const;
+    bool isShownDownload(Download download) const;
     // Cancels the running installer download (its downloadFailed: follows) and deletes its file.
     void cancelDownload();
 
@@ -219,17 +224,17 @@ signals:
     // Another run holds the product, or none does any more.
     void holderChanged();
     void progressChanged();
-    // The engines' callbacks for observers. `progress`
-    // is the downloader's, 0 to 100. installEnded(…, true) comes before the confirmation of a
-    // requested installation; uninstallEnded(…, true) of a requested uninstall after its
-    // notifications.
-    void downloadBegan(LVDownloader* downloader);
-    void downloadAdvanced(double progress, LVDownloader* downloader);
-    void downloadEnded(LVDownloader* downloader, bool succeeded);
-    void installBegan(LVInstaller* installer);
-    void installEnded(LVInstaller* installer, bool succeeded);
-    void uninstallBegan(LVUninstaller* uninstaller);
-    void uninstallEnded(LVUninstaller* uninstaller, bool succeeded);
+    // The steps, as plain values, for observers. `percent` is 0 to 100, or -1 when the server did
+    // not say how much it sends. installEnded(true, …) comes before the confirmation of a
+    // requested installation; uninstallEnded(true, …) of a requested uninstall after its
+    // notifications. `error` is empty on success.
+    void downloadBegan(LVProductOperation::Download download);
+    void downloadAdvanced(LVProductOperation::Download download, double percent);
+    void downloadEnded(LVProductOperation::Download download, bool succeeded, const VMError& error);
+    void installBegan();
+    void installEnded(bool succeeded, const VMError& error, const VMVersionItemPtr& version);
+    void uninstallBegan();
+    void uninstallEnded(bool succeeded, const VMError& error);
     // The confirmation has posted "productInstallCompleted".
     void installationConfirmed();
     // The administrator right was refused or cancelled (status -60005 / -60006) for an uninstall.
@@ -250,6 +255,7 @@ private:
     bool outcomeIsInstalled() const;
     void endUninstallation(LVUninstaller* uninstaller, bool succeeded);
     void forgetInstallerDownloader(LVDownloader* downloader);
+    static Download kindOf(const LVDownloader* downloader);
     void endManualDownload(LVDownloader* downloader, bool succeeded);
     void runUninstallScripts(const QByteArrayList& scripts);
     // Main thread: takes over a runner made on a background thread before it starts.

@@ -8,14 +8,13 @@
 #include "catalogue/VMProductsCollection.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "catalogue/VMUtils.h"
-#include "engines/LVDownloader.h"
 #include "engines/LVProductOperation.h"
 #include "engines/LVProductOperations.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "items/LVRowHost.h"
-#include "widgets/LVIconCache.h"
+#include "items/LVRowIcon.h"
 
 #include <QEvent>
 #include <QLabel>
@@ -63,7 +62,6 @@ LVBundleInstallItem::LVBundleInstallItem(const VMBundleProductItemPtr& bundlePro
 
 LVBundleInstallItem::~LVBundleInstallItem()
 {
-    delete _iconDownloader;
     delete _headlineView;
 }
 
@@ -150,20 +148,10 @@ QWidget* LVBundleInstallItem::view()
 
     updateStatus();
 
-    const QUrl iconURL(_bundleProductItem->bundleIconURL());
-    const QImage cached = LVIconCache::cachedIconForURL(iconURL);
-    if (!cached.isNull()) {
-        showIcon(cached);
-    } else if (!_iconDownloader && !_bundleProductItem->bundleIconURL().isEmpty()) {
-        if (LVDownloader* downloader = LVDownloader::downloaderWithURL(iconURL, this)) {
-            downloader->setIdentifier(1);
-            downloader->setDelegate(this);
-            if (downloader->start())
-                _iconDownloader = downloader;
-            else
-                delete downloader;
-        }
-    }
+    LVRowIcon::load(_bundleProductItem->bundleIconURL(), _iconFetch, this, [this](const QImage& image) {
+        if (!image.isNull())
+            showIcon(image);
+    });
     return _headlineView;
 }
 
@@ -171,27 +159,6 @@ void LVBundleInstallItem::showIcon(const QImage& image)
 {
     if (_headlineView)
         _ui->_productIconImageView->setPixmap(QPixmap::fromImage(image));
-}
-
-void LVBundleInstallItem::downloadCompleted(LVDownloader* downloader)
-{
-    if (downloader->identifier() != 1)
-        return;
-    QImage image;
-    if (image.loadFromData(downloader->data())) {
-        LVIconCache::setCachedIcon(image, QUrl(_bundleProductItem->bundleIconURL()));
-        showIcon(image);
-    }
-    _iconDownloader = nullptr;
-    downloader->deleteLater();
-}
-
-void LVBundleInstallItem::downloadFailed(LVDownloader* downloader)
-{
-    if (downloader->identifier() != 1)
-        return;
-    _iconDownloader = nullptr;
-    downloader->deleteLater();
 }
 
 // ---- Status ----------------------------------------------------------------------------------

@@ -10,6 +10,7 @@
 #include <initializer_list>
 #include <memory>
 
+class LVFetch;
 namespace Ui {
 class LVBundleInstallItem;
 }
@@ -90,8 +91,6 @@ public:
     // The summed download progress in percent.
     int downloadProgressValue() const { return _downloadProgressValue; }
 
-    void downloadCompleted(LVDownloader* downloader) override;
-    void downloadFailed(LVDownloader* downloader) override;
 
     // Outlets, for tests.
     QWidget* headlineView() const;
@@ -127,7 +126,7 @@ private:
     bool _downloadCancelled = false;
     int _downloadProgressValue = 0;
     bool _computingStatus = false;
-    QPointer<LVDownloader> _iconDownloader;
+    QPointer<LVFetch> _iconFetch;
 
     std::unique_ptr<Ui::LVBundleInstallItem> _ui;
     QPointer<QWidget> _headlineView;

@@ -7,8 +7,6 @@
 #include "LVStatusImages.h"
 #include "catalogue/VMInstallStatus.h"
 #include "catalogue/VMUtils.h"
-#include "engines/LVDownloader.h"
-#include "engines/LVInstaller.h"
 #include "engines/LVProductOperation.h"
 #include "engines/LVProductOperations.h"
 #include "foundation/LVPreferences.h"
@@ -16,7 +14,7 @@
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
 #include "items/LVRowHost.h"
-#include "widgets/LVIconCache.h"
+#include "items/LVRowIcon.h"
 
 #include <QLabel>
 #include <QProgressBar>
@@ -48,7 +46,6 @@ LVBundleProductInstallItem::LVBundleProductInstallItem(const VMSingleProductItem
 LVBundleProductInstallItem::~LVBundleProductInstallItem()
 {
     VMNotificationCenter::defaultCenter().removeObserver(this);
-    delete _iconDownloader;
     delete _containerView;
 }
 
@@ -99,20 +96,10 @@ QWidget* LVBundleProductInstallItem::view()
     _shownStatus = StatusNotComputed;
     updateStatus();
 
-    const QUrl iconURL(_productItem->productIconURL());
-    const QImage cached = LVIconCache::cachedIconForURL(iconURL);
-    if (!cached.isNull()) {
-        showIcon(cached);
-    } else if (!_iconDownloader && !_productItem->productIconURL().isEmpty()) {
-        if (LVDownloader* downloader = LVDownloader::downloaderWithURL(iconURL, this)) {
-            downloader->setIdentifier(LVProductOperation::iconDownload);
-            downloader->setDelegate(this);
-            if (downloader->start())
-                _iconDownloader = downloader;
-            else
-                delete downloader;
-        }
-    }
+    LVRowIcon::load(_productItem->productIconURL(), _iconFetch, this, [this](const QImage& image) {
+        if (!image.isNull())
+            showIcon(image);
+    });
     return _containerView;
 }
 
@@ -188,7 +175,7 @@ bool LVBundleProductInstallItem::waitingToInstall() const
 
 bool LVBundleProductInstallItem::isDownloading() const
 {
-    return _operation && _operation->downloader() != nullptr;
+    return _operation && _operation->isDownloading();
 }
 
 bool LVBundleProductInstallItem::isInstalling() const
@@ -243,53 +230,30 @@ void LVBundleProductInstallItem::uninstallCompletedNotif(const VMNotification& n
 
 // ---- Progress --------------------------------------------------------------------------------
 
-void LVBundleProductInstallItem::downloadProgress(double progress, LVDownloader* downloader)
+void LVBundleProductInstallItem::downloadAdvanced(Download download, double percent)
 {
-    if (downloader != _operation->shownDownloader())
+    if (!_operation->isShownDownload(download))
         return;
     updateStatus();
-    // The downloader reports percent, or a negative value while the size is unknown.
-    if (_containerView && progress >= 0)
-        _ui->_downloadProgressBar->setValue(qBound(0, int(progress), 100));
+    // Negative while the size is unknown.
+    if (_containerView && percent >= 0)
+        _ui->_downloadProgressBar->setValue(qBound(0, int(percent), 100));
 }
 
-void LVBundleProductInstallItem::downloadCompleted(LVDownloader* downloader)
+void LVBundleProductInstallItem::downloadEnded(Download download, bool)
 {
-    if (downloader->identifier() == LVProductOperation::iconDownload) {
-        QImage image;
-        if (image.loadFromData(downloader->data())) {
-            LVIconCache::setCachedIcon(image, QUrl(_productItem->productIconURL()));
-            showIcon(image);
-        }
-        _iconDownloader = nullptr;
-        downloader->deleteLater();
-        return;
-    }
-    if (downloader->identifier() != LVProductOperation::installerDownload)
+    if (download != Download::Installer)
         return;
     if (_containerView)
         _ui->_downloadProgressBar->hide();
     updateStatus();
 }
 
-void LVBundleProductInstallItem::downloadFailed(LVDownloader* downloader)
+void LVBundleProductInstallItem::installEnded(bool succeeded, const VMError& error)
 {
-    if (downloader->identifier() == LVProductOperation::iconDownload) {
-        _iconDownloader = nullptr;
-        downloader->deleteLater();
+    if (succeeded)
         return;
-    }
-    if (downloader->identifier() != LVProductOperation::installerDownload)
-        return;
-    if (_containerView)
-        _ui->_downloadProgressBar->hide();
-    updateStatus();
-}
-
-void LVBundleProductInstallItem::installFailed(LVInstaller* installer)
-{
-    VM_LOG_MESSAGE(QStringLiteral("Installer failed: %1, %2")
-                       .arg(_productItem->title(), installer ? installer->error().description() : QString()));
+    VM_LOG_MESSAGE(QStringLiteral("Installer failed: %1, %2").arg(_productItem->title(), error.description()));
     updateStatus();
 }
 

@@ -12,7 +12,7 @@ namespace Ui {
 class LVBundleProductInstallItem;
 }
 class LVBundleInstallItem;
-class LVDownloader;
+class LVFetch;
 class LVInstallItemTitleField;
 class QLabel;
 class QProgressBar;
@@ -62,10 +62,9 @@ public:
     void installCompletedNotif(const VMNotification& notification);
     void uninstallCompletedNotif(const VMNotification& notification);
 
-    void downloadProgress(double progress, LVDownloader* downloader) override;
-    void downloadCompleted(LVDownloader* downloader) override;
-    void downloadFailed(LVDownloader* downloader) override;
-    void installFailed(LVInstaller* installer) override;
+    void downloadAdvanced(Download download, double percent) override;
+    void downloadEnded(Download download, bool succeeded) override;
+    void installEnded(bool succeeded, const VMError& error) override;
 
     // Outlets, for the bundle and for tests.
     QWidget* containerView() const;
@@ -84,7 +83,7 @@ private:
     VMSingleProductItemPtr _productItem;
     QPointer<LVBundleInstallItem> _installItem;
     QPointer<LVProductOperation> _operation;
-    QPointer<LVDownloader> _iconDownloader;
+    QPointer<LVFetch> _iconFetch;
 
     std::unique_ptr<Ui::LVBundleProductInstallItem> _ui;
     QPointer<QWidget> _containerView;

@@ -2,10 +2,6 @@
 
 #include "catalogue/LVServers.h"
 #include "catalogue/VMProductItem.h"
-#include "engines/LVDownloader.h"
-#include "engines/LVInstaller.h"
-#include "engines/LVProductOperation.h"
-#include "engines/LVUninstaller.h"
 #include "items/LVRowHost.h"
 #include "platform/Platform.h"
 
@@ -92,35 +88,17 @@ void LVInstallItem::menuDidClose(QMenu* menu)
 
 void LVInstallItem::singleClicked(QMouseEvent*, LVInstallItemTitleField*) {}
 void LVInstallItem::doubleClicked(QMouseEvent*, LVInstallItemTitleField*) {}
-void LVInstallItem::downloadStarted(LVDownloader*) {}
-void LVInstallItem::downloadProgress(double, LVDownloader*) {}
-void LVInstallItem::downloadCompleted(LVDownloader*) {}
-void LVInstallItem::downloadFailed(LVDownloader*) {}
-void LVInstallItem::installStarted(LVInstaller*) {}
-void LVInstallItem::installCompleted(LVInstaller*) {}
-void LVInstallItem::installFailed(LVInstaller*) {}
-void LVInstallItem::uninstallStarted(LVUninstaller*) {}
-void LVInstallItem::uninstallCompleted(LVUninstaller*) {}
-void LVInstallItem::uninstallFailed(LVUninstaller*) {}
-
 void LVInstallItem::followOperation(LVProductOperation* operation)
 {
     connect(operation, &LVProductOperation::phaseChanged, this, [this] { updateStatus(); });
-    connect(operation, &LVProductOperation::downloadBegan, this,
-            [this](LVDownloader* downloader) { downloadStarted(downloader); });
+    connect(operation, &LVProductOperation::downloadBegan, this, [this](Download download) { downloadBegan(download); });
     connect(operation, &LVProductOperation::downloadAdvanced, this,
-            [this](double progress, LVDownloader* downloader) { downloadProgress(progress, downloader); });
-    connect(operation, &LVProductOperation::downloadEnded, this, [this](LVDownloader* downloader, bool succeeded) {
-        succeeded ? downloadCompleted(downloader) : downloadFailed(downloader);
-    });
-    connect(operation, &LVProductOperation::installBegan, this,
-            [this](LVInstaller* installer) { installStarted(installer); });
-    connect(operation, &LVProductOperation::installEnded, this, [this](LVInstaller* installer, bool succeeded) {
-        succeeded ? installCompleted(installer) : installFailed(installer);
-    });
-    connect(operation, &LVProductOperation::uninstallBegan, this,
-            [this](LVUninstaller* uninstaller) { uninstallStarted(uninstaller); });
-    connect(operation, &LVProductOperation::uninstallEnded, this, [this](LVUninstaller* uninstaller, bool succeeded) {
-        succeeded ? uninstallCompleted(uninstaller) : uninstallFailed(uninstaller);
-    });
+            [this](Download download, double percent) { downloadAdvanced(download, percent); });
+    connect(operation, &LVProductOperation::downloadEnded, this,
+            [this](Download download, bool succeeded) { downloadEnded(download, succeeded); });
+    connect(operation, &LVProductOperation::installBegan, this, [this] { installBegan(); });
+    connect(operation, &LVProductOperation::installEnded, this,
+            [this](bool succeeded, const VMError& error) { installEnded(succeeded, error); });
+    connect(operation, &LVProductOperation::uninstallEnded, this,
+            [this](bool succeeded) { uninstallEnded(succeeded); });
 }

@@ -1,19 +1,13 @@
 #pragma once
 
-#include "engines/LVDownloaderDelegate.h"
-#include "engines/LVInstallerDelegate.h"
-#include "engines/LVUninstallerDelegate.h"
+#include "engines/LVProductOperation.h"
 #include "outline/LVOutlineItem.h"
 
 #include <QObject>
 #include <QPointer>
 #include <memory>
 
-class LVDownloader;
-class LVInstaller;
-class LVUninstaller;
 class LVInstallItemTitleField;
-class LVProductOperation;
 class LVRowHost;
 class VMProductItem;
 class VMVersionItem;
@@ -24,11 +18,7 @@ class QEvent;
 // The base of every install row (product, bundle, bundle member, "update all"). It owns the row's
 // install status and is the one place that reports a change of it to the install list; all other
 // answers are neutral defaults that the concrete rows override.
-class LVInstallItem : public QObject,
-                      public LVOutlineItem,
-                      public LVDownloaderDelegate,
-                      public LVInstallerDelegate,
-                      public LVUninstallerDelegate
+class LVInstallItem : public QObject, public LVOutlineItem
 {
     Q_OBJECT
 public:
@@ -78,22 +68,18 @@ public:
     virtual void singleClicked(QMouseEvent* event, LVInstallItemTitleField* titleField);
     virtual void doubleClicked(QMouseEvent* event, LVInstallItemTitleField* titleField);
 
-    // Engine callbacks; each row overrides the ones it uses.
-    void downloadStarted(LVDownloader* downloader) override;
-    void downloadProgress(double progress, LVDownloader* downloader) override;
-    void downloadCompleted(LVDownloader* downloader) override;
-    void downloadFailed(LVDownloader* downloader) override;
-    void installStarted(LVInstaller* installer) override;
-    void installCompleted(LVInstaller* installer) override;
-    void installFailed(LVInstaller* installer) override;
-    void uninstallStarted(LVUninstaller* uninstaller) override;
-    void uninstallCompleted(LVUninstaller* uninstaller) override;
-    void uninstallFailed(LVUninstaller* uninstaller) override;
-
 protected:
-    // Hears the product's operation: its phase changes call updateStatus(), its steps the engine
-    // callbacks above. The operation goes on when the row goes.
+    using Download = LVProductOperation::Download;
+    // Hears the product's operation: its phase changes call updateStatus(), its steps the hooks
+    // below. The operation goes on when the row goes.
     void followOperation(LVProductOperation* operation);
+    // The operation's steps; each row overrides the ones it uses.
+    virtual void downloadBegan(Download) {}
+    virtual void downloadAdvanced(Download, double /*percent*/) {}
+    virtual void downloadEnded(Download, bool /*succeeded*/) {}
+    virtual void installBegan() {}
+    virtual void installEnded(bool /*succeeded*/, const VMError&) {}
+    virtual void uninstallEnded(bool /*succeeded*/) {}
     // An alert over the install manager's window; nothing without a manager.
     void showAlert(const QString& message, const QString& informative) const;
     // Opens a product page in the browser; nothing for an empty address.

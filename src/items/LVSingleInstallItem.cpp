@@ -6,18 +6,15 @@
 #include "LVMoreInfoSingleInstallItem.h"
 #include "catalogue/VMInstallStatus.h"
 #include "catalogue/VMUtils.h"
-#include "engines/LVDownloader.h"
-#include "engines/LVInstaller.h"
 #include "engines/LVProductOperation.h"
 #include "engines/LVProductOperations.h"
-#include "engines/LVUninstaller.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
 #include "items/LVRowHost.h"
+#include "items/LVRowIcon.h"
 #include "platform/Platform.h"
 #include "widgets/LVBadgeImage.h"
-#include "widgets/LVIconCache.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QFileDialog>
@@ -105,7 +102,6 @@ LVSingleInstallItem::~LVSingleInstallItem()
 {
     VMNotificationCenter::defaultCenter().removeObserver(this);
     // The operation goes on without this row; its signals to it end with it.
-    delete _iconDownloader;
     delete _headlineView;
     delete _moreInfoView;
     delete _panel;
@@ -208,13 +204,8 @@ void LVSingleInstallItem::loadView()
     updateStatus();
     updateDescription();
 
-    const QImage cached = LVIconCache::cachedIconForURL(QUrl(_productItem->productIconURL()));
-    if (!cached.isNull())
-        showIcon(cached);
-    else {
-        showIcon(QImage());
-        startIconDownload();
-    }
+    showIcon(QImage());
+    LVRowIcon::load(_productItem->productIconURL(), _iconFetch, this, [this](const QImage& image) { showIcon(image); });
 }
 
 QWidget* LVSingleInstallItem::view()
@@ -241,22 +232,6 @@ QSize LVSingleInstallItem::viewSizeHint()
         return QSize(panel.width(), ui._headlineView->minimumHeight());
     }();
     return headlineSize;
-}
-
-void LVSingleInstallItem::startIconDownload()
-{
-    const QString iconURL = _productItem->productIconURL();
-    if (iconURL.isEmpty())
-        return;
-    LVDownloader* downloader = LVDownloader::initWithURL(QUrl(iconURL), this);
-    if (!downloader)
-        return;
-    downloader->setIdentifier(LVProductOperation::iconDownload);
-    downloader->setDelegate(this);
-    if (downloader->start())
-        _iconDownloader = downloader;
-    else
-        downloader->deleteLater();
 }
 
 void LVSingleInstallItem::showIcon(const QImage& image)
@@ -529,81 +504,47 @@ void LVSingleInstallItem::downloadInstallVersion(const VMVersionItemPtr& version
     updateStatus();
 }
 
-void LVSingleInstallItem::downloadStarted(LVDownloader* downloader)
+void LVSingleInstallItem::downloadBegan(Download download)
 {
-    if (downloader != _operation->shownDownloader())
+    if (!_operation->isShownDownload(download))
         return;
     updateStatus();
     if (_ui)
         _ui->_downloadProgressBar->setValue(0);
 }
 
-void LVSingleInstallItem::downloadProgress(double progress, LVDownloader* downloader)
+void LVSingleInstallItem::downloadAdvanced(Download download, double percent)
 {
-    if (downloader != _operation->shownDownloader())
+    if (!_operation->isShownDownload(download))
         return;
     updateStatus();
-    // The downloader counts in percent.
     if (_ui)
         _ui->_downloadProgressBar->setValue(
-            qRound(qBound(0.0, progress, 100.0) / 100.0 * _ui->_downloadProgressBar->maximum()));
+            qRound(qBound(0.0, percent, 100.0) / 100.0 * _ui->_downloadProgressBar->maximum()));
     updateProgressDescription();
 }
 
-void LVSingleInstallItem::downloadCompleted(LVDownloader* downloader)
+void LVSingleInstallItem::downloadEnded(Download download, bool)
 {
-    switch (downloader->identifier()) {
-    case LVProductOperation::iconDownload: {
-        const QImage image = QImage::fromData(downloader->data());
-        if (!image.isNull()) {
-            LVIconCache::setCachedIcon(image, QUrl(_productItem->productIconURL()));
-            showIcon(image);
-        }
-        downloader->deleteLater();
-        break;
-    }
-    case LVProductOperation::installerDownload:
-    case LVProductOperation::manualDownload:
+    if (download != Download::UninstallScript)
         updateStatus();
-        break;
-    default:
-        break;
-    }
 }
 
-void LVSingleInstallItem::downloadFailed(LVDownloader* downloader)
-{
-    switch (downloader->identifier()) {
-    case LVProductOperation::iconDownload:
-        showIcon(QImage());
-        downloader->deleteLater();
-        break;
-    case LVProductOperation::installerDownload:
-    case LVProductOperation::manualDownload:
-        updateStatus();
-        break;
-    default:
-        break;
-    }
-}
-
-void LVSingleInstallItem::installStarted(LVInstaller*)
+void LVSingleInstallItem::installBegan()
 {
     _showUserAlert = false;
     updateStatus();
 }
 
-void LVSingleInstallItem::installCompleted(LVInstaller*)
+void LVSingleInstallItem::installEnded(bool succeeded, const VMError& error)
 {
-    // The operation confirms next; the announcement brings the alert (checkInstalledVersion). A
-    // run over several products has an alert of its own.
-    _showUserAlert = !_operation->isPartOfRun();
-    updateStatus();
-}
-
-void LVSingleInstallItem::installFailed(LVInstaller* installer)
-{
-    const VMError error = installer->error();
+    if (succeeded) {
+        // The operation confirms next; the announcement brings the alert (checkInstalledVersion). A
+        // run over several products has an alert of its own.
+        _showUserAlert = !_operation->isPartOfRun();
+        updateStatus();
+        return;
+    }
     VM_LOG_MESSAGE(QStringLiteral("Installer failed: %1").arg(error.description()));
     updateStatus();
     if (error.code() != PrivilegedExecution::Canceled && !_operation->isPartOfRun() && installManager())
@@ -651,21 +592,16 @@ void LVSingleInstallItem::downloadRunUninstaller(const QStringList& scriptURLs)
     LVProductOperations::shared().uninstall(_productItem, scriptURLs);
 }
 
-void LVSingleInstallItem::uninstallStarted(LVUninstaller*) {}
-
-void LVSingleInstallItem::uninstallCompleted(LVUninstaller*)
+void LVSingleInstallItem::uninstallEnded(bool succeeded)
 {
-    // The operation has posted "reloadLVUpdateItem" and "productUninstallCompleted" already.
+    // After a success the operation has posted "reloadLVUpdateItem" and "productUninstallCompleted".
     updateStatus();
-    if (!_operation->isPartOfRun())
+    if (_operation->isPartOfRun())
+        return;
+    if (succeeded)
         showAlert(QStringLiteral("Uninstallation Completed"),
                   QStringLiteral("%1 was uninstalled successfully").arg(title()));
-}
-
-void LVSingleInstallItem::uninstallFailed(LVUninstaller*)
-{
-    updateStatus();
-    if (!_operation->isPartOfRun())
+    else
         showAlert(
             QStringLiteral("Uninstall Failed"),
             QStringLiteral("Uninstall of %1 failed, please see directions for manual uninstall in the help section")

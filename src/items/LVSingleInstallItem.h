@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 
+class LVFetch;
 namespace Ui {
 class LVSingleInstallItem;
 }
@@ -82,16 +83,12 @@ public:
     void uninstallCompletedNotif(const VMNotification& notification);
     void checkInstalledVersion(const QVariant& ignored = QVariant());
 
-    void downloadStarted(LVDownloader* downloader) override;
-    void downloadProgress(double progress, LVDownloader* downloader) override;
-    void downloadCompleted(LVDownloader* downloader) override;
-    void downloadFailed(LVDownloader* downloader) override;
-    void installStarted(LVInstaller* installer) override;
-    void installCompleted(LVInstaller* installer) override;
-    void installFailed(LVInstaller* installer) override;
-    void uninstallStarted(LVUninstaller* uninstaller) override;
-    void uninstallCompleted(LVUninstaller* uninstaller) override;
-    void uninstallFailed(LVUninstaller* uninstaller) override;
+    void downloadBegan(Download download) override;
+    void downloadAdvanced(Download download, double percent) override;
+    void downloadEnded(Download download, bool succeeded) override;
+    void installBegan() override;
+    void installEnded(bool succeeded, const VMError& error) override;
+    void uninstallEnded(bool succeeded) override;
 
     // The views, for tests and the window; made by view().
     QWidget* headlineView() const;
@@ -111,7 +108,6 @@ private:
     explicit LVSingleInstallItem(const VMSingleProductItemPtr& productItem);
     void loadView();
     void showIcon(const QImage& image);
-    void startIconDownload();
     void updateProgressDescription();
     static bool concernsProduct(const VMNotification& notification, const VMSingleProductItem& product);
 
@@ -125,5 +121,5 @@ private:
     QPointer<QWidget> _headlineView;
     QPointer<QWidget> _moreInfoView;
     QPointer<QMenu> _menu;
-    QPointer<LVDownloader> _iconDownloader;
+    QPointer<LVFetch> _iconFetch;
 };

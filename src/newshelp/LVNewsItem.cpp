@@ -5,7 +5,7 @@
 #include "LVNewsInfoView.h"
 #include "LVNewsItemHeaderView.h"
 #include "catalogue/VMNewsItem.h"
-#include "engines/LVDownloader.h"
+#include "engines/LVFetch.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
 #include "items/LVRowHost.h"
@@ -127,29 +127,14 @@ bool LVNewsItem::shouldExpand()
 {
     view();
     if (_ui->_newsInfoView->image().isNull() && !_newsImageURL.isEmpty()) {
-        if (LVDownloader* downloader = LVDownloader::initWithURL(QUrl(_newsImageURL), this)) {
-            downloader->setIdentifier(1);
-            downloader->setDelegate(this);
-            downloader->start();
-        }
+        // The child stays empty when the fetch fails; the next expansion tries again.
+        LVFetch::data(QUrl(_newsImageURL), this, [this](const LVFetch::Result& result) {
+            const QImage image = result.succeeded ? QImage::fromData(result.data) : QImage();
+            if (!image.isNull() && _ui)
+                _ui->_newsInfoView->setImage(image);
+        });
     }
     return true;
-}
-
-void LVNewsItem::downloadCompleted(LVDownloader* downloader)
-{
-    if (downloader->identifier() == 1) {
-        const QImage image = QImage::fromData(downloader->data());
-        if (!image.isNull() && _ui)
-            _ui->_newsInfoView->setImage(image);
-    }
-    downloader->deleteLater();
-}
-
-void LVNewsItem::downloadFailed(LVDownloader* downloader)
-{
-    // The child stays empty; the next expansion tries again.
-    downloader->deleteLater();
 }
 
 void LVNewsItem::doubleClicked(QMouseEvent*)

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "engines/LVDownloaderDelegate.h"
 #include "outline/LVOutlineItem.h"
 
 #include <QObject>
@@ -20,7 +19,7 @@ class VMNewsItem;
 
 // A row of the news tab: the headline, expanding into a child row with the news image (fetched the
 // first time the row is expanded) and a link to more information.
-class LVNewsItem : public QObject, public LVOutlineItem, public LVDownloaderDelegate
+class LVNewsItem : public QObject, public LVOutlineItem
 {
     Q_OBJECT
 public:
@@ -45,8 +44,6 @@ public:
     bool shouldSelect() override { return true; }
     void setInstallManager(LVRowHost* manager) override;
 
-    void downloadCompleted(LVDownloader* downloader) override;
-    void downloadFailed(LVDownloader* downloader) override;
 
     void doubleClicked(QMouseEvent* event);
     void moreInfoButtonAction();

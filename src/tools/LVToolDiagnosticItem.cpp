@@ -2,7 +2,7 @@
 #include "ui_LVToolDiagnosticItem.h"
 
 #include "catalogue/LVServers.h"
-#include "engines/LVDownloader.h"
+#include "engines/LVFetch.h"
 #include "items/LVRowHost.h"
 #include "platform/Platform.h"
 
@@ -41,37 +41,35 @@ void LVToolDiagnosticItem::setDownloadFilePath(const QString& path)
 
 void LVToolDiagnosticItem::downloadDiagnosticToolAction()
 {
-    LVDownloader* downloader =
-        LVDownloader::downloaderWithURL(LVServers::downloadURL(QLatin1String(downloadPath)), this);
-    if (!downloader)
-        return;
-    if (_downloader)
-        _downloader->deleteLater();
-    _downloader = downloader;
-    downloader->setDelegate(this);
     const QString folder = Platform::systemInfo().downloadsDirectory();
     QDir().mkpath(folder);
-    downloader->startWithDownloadFilePath(QDir(folder).filePath(QLatin1String(downloadFileName)));
+    delete _fetch;
+    _fetch = LVFetch::file(LVServers::downloadURL(QLatin1String(downloadPath)),
+                           QDir(folder).filePath(QLatin1String(downloadFileName)), this,
+                           [this](const LVFetch::Result& result) { downloadEnded(result); });
+    if (!_fetch)
+        return;
+    connect(_fetch, &LVFetch::started, this, [this] {
+        if (_infoText)
+            _infoText->setText(QStringLiteral("Downloading Tool..."));
+        if (_downloadButton)
+            _downloadButton->setEnabled(false);
+        setDownloadFilePath(QString());
+    });
 }
 
-void LVToolDiagnosticItem::downloadStarted(LVDownloader*)
+void LVToolDiagnosticItem::downloadEnded(const LVFetch::Result& result)
 {
-    if (_infoText)
-        _infoText->setText(QStringLiteral("Downloading Tool..."));
-    if (_downloadButton)
-        _downloadButton->setEnabled(false);
-    setDownloadFilePath(QString());
-}
-
-void LVToolDiagnosticItem::downloadProgress(double, LVDownloader*) {}
-
-void LVToolDiagnosticItem::downloadCompleted(LVDownloader* downloader)
-{
-    if (_infoText)
-        _infoText->setText(QString());
     if (_downloadButton)
         _downloadButton->setEnabled(true);
-    setDownloadFilePath(downloader->downloadFilePath());
+    if (!result.succeeded) {
+        if (_infoText)
+            _infoText->setText(QStringLiteral("Download failed"));
+        return;
+    }
+    if (_infoText)
+        _infoText->setText(QString());
+    setDownloadFilePath(result.filePath);
 
     LVAlert alert(QStringLiteral("Tool download completed"),
                   QStringLiteral("The diagnostic tool was downloaded to your download folder. Please unzip, launch "
@@ -80,14 +78,6 @@ void LVToolDiagnosticItem::downloadCompleted(LVDownloader* downloader)
     alert.addButtonWithTitle(QStringLiteral("Show in Finder"), [this] { showFileBottonAction(); });
     if (LVRowHost* host = installManager())
         host->showAlert(alert);
-}
-
-void LVToolDiagnosticItem::downloadFailed(LVDownloader*)
-{
-    if (_infoText)
-        _infoText->setText(QStringLiteral("Download failed"));
-    if (_downloadButton)
-        _downloadButton->setEnabled(true);
 }
 
 void LVToolDiagnosticItem::showFileBottonAction()

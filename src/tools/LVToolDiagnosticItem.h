@@ -1,17 +1,15 @@
 #pragma once
 
 #include "LVToolItem.h"
-#include "engines/LVDownloaderDelegate.h"
+#include "engines/LVFetch.h"
 
 #include <QLabel>
 #include <QMutex>
 #include <QPushButton>
 #include <QString>
 
-class LVDownloader;
-
 // Downloads the diagnostic tool into the user's Downloads folder and offers to show it.
-class LVToolDiagnosticItem : public LVToolItem, public LVDownloaderDelegate
+class LVToolDiagnosticItem : public LVToolItem
 {
     Q_OBJECT
 public:
@@ -27,11 +25,6 @@ public:
     void showFileBottonAction();
     void diagnosticToolInfoAction();
 
-    void downloadStarted(LVDownloader* downloader) override;
-    void downloadProgress(double progress, LVDownloader* downloader) override;
-    void downloadCompleted(LVDownloader* downloader) override;
-    void downloadFailed(LVDownloader* downloader) override;
-
     QString downloadFilePath() const;
     void setDownloadFilePath(const QString& path);
 
@@ -43,10 +36,11 @@ protected:
 
 private:
     LVToolDiagnosticItem() = default;
+    void downloadEnded(const LVFetch::Result& result);
 
     QPointer<QPushButton> _downloadButton;
     QPointer<QLabel> _infoText;
     mutable QMutex _downloadFilePathLock;
     QString _downloadFilePath;
-    QPointer<LVDownloader> _downloader;
+    QPointer<LVFetch> _fetch;
 };

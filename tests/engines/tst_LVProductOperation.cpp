@@ -31,27 +31,26 @@ public:
     explicit OperationOwner(const VMSingleProductItemPtr& product) : operation(new LVProductOperation(product, this))
     {
         connect(operation, &LVProductOperation::downloadBegan, this, [this] { note("downloadStarted"); });
-        connect(operation, &LVProductOperation::downloadEnded, this, [this](LVDownloader* downloader, bool succeeded) {
-            succeeded ? downloadCompleted(downloader) : finish("downloadFailed");
+        connect(operation, &LVProductOperation::downloadEnded, this, [this](LVProductOperation::Download download, bool succeeded) {
+            succeeded ? downloadCompleted(download) : finish("downloadFailed");
         });
         connect(operation, &LVProductOperation::installBegan, this, &OperationOwner::installStarted);
-        connect(operation, &LVProductOperation::installEnded, this, [this](LVInstaller* installer, bool succeeded) {
-            error = installer->error();
+        connect(operation, &LVProductOperation::installEnded, this, [this](bool succeeded, const VMError& installError, const VMVersionItemPtr& version) {
+            error = installError;
             if (succeeded)
-                operation->confirmInstallation(installer->representedObject().value<VMVersionItemPtr>(),
-                                               LVProductOperation::Confirmation::Row);
+                operation->confirmInstallation(version, LVProductOperation::Confirmation::Row);
             finish(succeeded ? "installCompleted" : "installFailed");
         });
         connect(operation, &LVProductOperation::uninstallBegan, this, [this] { note("uninstallStarted"); });
-        connect(operation, &LVProductOperation::uninstallEnded, this, [this](LVUninstaller*, bool succeeded) {
+        connect(operation, &LVProductOperation::uninstallEnded, this, [this](bool succeeded) {
             finish(succeeded ? "uninstallCompleted" : "uninstallFailed");
         });
     }
 
-    void downloadCompleted(LVDownloader* downloader)
+    void downloadCompleted(LVProductOperation::Download download)
     {
         note("downloadCompleted");
-        if (downloader->identifier() == LVProductOperation::installerDownload && installOnArrival)
+        if (download == LVProductOperation::Download::Installer && installOnArrival)
             operation->install(nullptr, LVProductOperation::Execution::Background, extraOptions);
     }
     void installStarted()
