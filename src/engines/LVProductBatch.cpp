@@ -3,9 +3,11 @@
 #include "catalogue/VMVersionItem.h"
 #include "engines/LVDownloadSession.h"
 #include "engines/LVDownloader.h"
+#include "engines/LVFetch.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVProductOperation.h"
 #include "engines/LVProductOperations.h"
+#include "engines/LVScriptRun.h"
 #include "engines/LVUninstaller.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
@@ -198,50 +200,50 @@ void LVProductBatch::observe(qsizetype index)
         if (_items.at(index).state == State::Downloaded || _items.at(index).state == State::Downloading)
             setState(index, State::Installing);
     });
-    connect(operation, &LVProductOperation::installEnded, this, [this, index](bool succeeded, const VMError& error, const VMVersionItemPtr& version) {
-        Entry& entry = _items[index];
-        // An installer that fails before it starts (a package that does not match its
-        // checksum) never reports a start.
-        if (entry.state != State::Installing && (entry.state != State::Downloaded || entry.joined))
-            return;
-        if (!entry.joined)
-            _installationsEnded->release();
-        if (!succeeded) {
-            setState(index, State::InstallFailed, error.description());
-            endIfDone();
-            return;
-        }
-        // Someone else's run, and a run whose owner confirms, count it as installed now.
-        if (entry.joined || _policy.secondsBeforeAnnouncement < 0.0) {
-            setState(index, State::Installed);
-            endIfDone();
-            return;
-        }
-        entry.operation->confirmInstallation(version ? version : entry.item.version,
-                                             LVProductOperation::Confirmation::Bundle,
-                                             _policy.secondsBeforeAnnouncement);
-    });
+    connect(operation, &LVProductOperation::installEnded, this,
+            [this, index](bool succeeded, const VMError& error, const VMVersionItemPtr& version) {
+                Entry& entry = _items[index];
+                // An installer that fails before it starts (a package that does not match its
+                // checksum) never reports a start.
+                if (entry.state != State::Installing && (entry.state != State::Downloaded || entry.joined))
+                    return;
+                if (!entry.joined)
+                    _installationsEnded->release();
+                if (!succeeded) {
+                    setState(index, State::InstallFailed, error.description());
+                    endIfDone();
+                    return;
+                }
+                // Someone else's run, and a run whose owner confirms, count it as installed now.
+                if (entry.joined || _policy.secondsBeforeAnnouncement < 0.0) {
+                    setState(index, State::Installed);
+                    endIfDone();
+                    return;
+                }
+                entry.operation->confirmInstallation(version ? version : entry.item.version,
+                                                     LVProductOperation::Confirmation::Bundle,
+                                                     _policy.secondsBeforeAnnouncement);
+            });
     connect(operation, &LVProductOperation::installationConfirmed, this, [this, index] {
         if (_items.at(index).state == State::Installing) {
             setState(index, State::Installed);
             endIfDone();
         }
     });
-    connect(operation, &LVProductOperation::uninstallEnded, this,
-            [this, index](bool succeeded, const VMError& error) {
-                Entry& entry = _items[index];
-                if (entry.state != State::Uninstalling)
-                    return;
-                if (!succeeded && !entry.failed) {
-                    entry.failed = true;
-                    entry.detail = error.description();
-                }
-                // One uninstaller per script: the product has ended when its operation has.
-                if (entry.operation->isUninstalling())
-                    return;
-                setState(index, entry.failed ? State::UninstallFailed : State::Uninstalled);
-                endIfDone();
-            });
+    connect(operation, &LVProductOperation::uninstallEnded, this, [this, index](bool succeeded, const VMError& error) {
+        Entry& entry = _items[index];
+        if (entry.state != State::Uninstalling)
+            return;
+        if (!succeeded && !entry.failed) {
+            entry.failed = true;
+            entry.detail = error.description();
+        }
+        // One uninstaller per script: the product has ended when its operation has.
+        if (entry.operation->isUninstalling())
+            return;
+        setState(index, entry.failed ? State::UninstallFailed : State::Uninstalled);
+        endIfDone();
+    });
 }
 
 bool LVProductBatch::start()
@@ -253,6 +255,8 @@ bool LVProductBatch::start()
         runUninstall();
         return true;
     }
+    if (_kind == Kind::TotalUninstall)
+        return fetchTotalUninstallScript();
     for (qsizetype index = 0; index < _items.size(); ++index) {
         Entry& entry = _items[index];
         LVProductOperation* operation = entry.operation;
@@ -335,7 +339,7 @@ void LVProductBatch::downloadFailed(qsizetype index, const QString& detail, bool
 void LVProductBatch::installDownloaded()
 {
     QList<QPointer<LVProductOperation>> operations;
-    bool needsAdministrator = !_policy.authorizesOnlyWhenNeeded;
+    bool needsAdministrator = !_policy.authorizesOnlyWhenNeeded || _policy.installsAsAdministrator;
     for (const Entry& entry : std::as_const(_items)) {
         if (entry.state != State::Downloaded || !entry.operation)
             continue;
@@ -374,8 +378,11 @@ void LVProductBatch::installDownloaded()
                         installationEnds->tryAcquire(1, kLongestInstallationEndMs);
                         QThread::msleep(ulong(VMDispatch::scaledMilliseconds(policy.secondsBetweenInstallations)));
                     }
-                    previousStarted = running.at(index)->install(reference, LVProductOperation::Execution::Synchronous,
-                                                                 policy.installOptions);
+                    previousStarted = running.at(index)->install(
+                        reference, LVProductOperation::Execution::Synchronous,
+                        policy.installsAsAdministrator
+                            ? QVariantMap{{QLatin1String(LVInstaller::requiresAuthenticationKey), true}}
+                            : QVariantMap());
                 }
             }
         }
@@ -456,6 +463,75 @@ void LVProductBatch::runUninstall()
             guard->endIfDone();
         });
     });
+}
+
+bool LVProductBatch::fetchTotalUninstallScript()
+{
+    LVFetch* fetch = LVFetch::data(_policy.script, this, [this](const LVFetch::Result& result) {
+        if (!result.succeeded) {
+            emit scriptStepChanged(ScriptStep::DownloadFailed);
+            stall();
+            return;
+        }
+        emit scriptStepChanged(ScriptStep::Downloaded);
+        if (!result.data.isNull())
+            VMDispatch::performOnMainThread(this, [this, script = result.data] { runTotalUninstall(script); });
+    });
+    if (!fetch)
+        return false;
+    connect(fetch, &LVFetch::started, this, [this] { emit scriptStepChanged(ScriptStep::DownloadStarted); });
+    return true;
+}
+
+void LVProductBatch::runTotalUninstall(const QByteArray& script)
+{
+    // The script removes whatever it finds; a product busy with other work is left to it.
+    for (qsizetype index = 0; index < _items.size(); ++index) {
+        LVProductOperation* operation = _items.at(index).operation;
+        if (operation && operation->phase() == LVProductOperation::Phase::Idle && !operation->isHeld())
+            operation->setHolder(this);
+        setState(index, State::Uninstalling);
+    }
+    auto* scriptRun = new LVScriptRun(this);
+    connect(scriptRun, &LVScriptRun::started, this, [this] { emit scriptStepChanged(ScriptStep::UninstallStarted); });
+    connect(scriptRun, &LVScriptRun::ended, this, [this, scriptRun](bool succeeded) {
+        scriptRun->deleteLater();
+        endTotalUninstall(succeeded);
+    });
+    _backgroundRunning = true;
+    QPointer<LVProductBatch> guard(this);
+    QPointer<LVScriptRun> run(scriptRun);
+    const Policy policy = _policy;
+    VMDispatch::performInBackground([guard, run, policy, script] {
+        const std::shared_ptr<LVAdminAuthorization> authorization =
+            authorizationFor(policy, LVUninstaller::defaultAuthorizationFlags());
+        const int status = authorization->status();
+        const bool ran = authorization->isGranted() && run && run->run(script, authorization->authorizationRef());
+        if (ran)
+            return;
+        VMDispatch::performOnMainThread([guard, status] {
+            if (!guard)
+                return;
+            if (status != PrivilegedExecution::Success) {
+                guard->_backgroundRunning = false;
+                guard->refused(status);
+            } else {
+                guard->endTotalUninstall(false);
+            }
+        });
+    });
+}
+
+void LVProductBatch::endTotalUninstall(bool succeeded)
+{
+    _backgroundRunning = false;
+    for (qsizetype index = 0; index < _items.size(); ++index) {
+        if (LVProductOperation* operation = _items.at(index).operation)
+            operation->detectInstalledVersion();
+        setState(index, succeeded ? State::Uninstalled : State::UninstallFailed);
+    }
+    emit scriptStepChanged(succeeded ? ScriptStep::UninstallCompleted : ScriptStep::UninstallFailed);
+    endIfDone();
 }
 
 void LVProductBatch::cancel()

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QSemaphore>
+#include <QUrl>
 #include <QVariantMap>
 #include <memory>
 
@@ -16,7 +17,9 @@ class LVProductOperation;
 // a catalogue refresh does not end it. Installing: the installers download one at a time, then
 // install in order on one background thread under one administrator authorization, then are
 // confirmed. Uninstalling: the products' scripts run on one background thread under one
-// authorization. What a failure means (stall, abandon, go on) is the owner's policy.
+// authorization. A total uninstall fetches one ready-made script that removes every product and
+// runs it the same way, holding the products meanwhile. What a failure means (stall, abandon, go
+// on) is the owner's policy.
 //
 // While the run lasts it holds its products (LVProductOperation::holder()): their rows show its
 // progress and act on it only as its policy allows. A stalled run keeps its packages but lets go
@@ -25,7 +28,17 @@ class LVProductBatch : public QObject
 {
     Q_OBJECT
 public:
-    enum class Kind { Install, Uninstall };
+    enum class Kind { Install, Uninstall, TotalUninstall };
+    // A total uninstall's steps, numbered as its tool tells them.
+    enum class ScriptStep : uint {
+        DownloadStarted = 1,
+        Downloaded = 2,
+        DownloadFailed = 3,
+        UninstallStarted = 4,
+        UninstallCompleted = 5,
+        UninstallFailed = 6,
+    };
+    Q_ENUM(ScriptStep)
     // An item's state; the install states keep the update-all tool's numbers.
     enum class State : uint {
         WaitingForDownload = 0,
@@ -68,8 +81,8 @@ public:
         OnFailure downloadFailure = OnFailure::GoOn;
         // Stall or Abandon; an abandoned item fails with the refusal as its detail.
         OnFailure refusedAuthorization = OnFailure::Abandon;
-        // Added to each product's installer settings.
-        QVariantMap installOptions;
+        // Every package is installed as administrator, whatever its settings say.
+        bool installsAsAdministrator = false;
         // Waited on the background thread after each installation but the last.
         double secondsBetweenInstallations = 0.0;
         // Confirmed after each installation with this wait before the announcement; a negative
@@ -86,6 +99,8 @@ public:
         QString holderTitle;
         // A product row's Cancel cancels the whole run (a bundle's); otherwise rows may not cancel it.
         bool rowsMayCancel = false;
+        // A total uninstall's script. A failed fetch stalls the run.
+        QUrl script;
     };
 
     LVProductBatch(Kind kind, const QList<Item>& items, const Policy& policy, QObject* parent = nullptr);
@@ -127,6 +142,7 @@ signals:
     void downloadStarted(qsizetype index);
     void progressChanged();
     void ended(LVProductBatch::Ending ending);
+    void scriptStepChanged(LVProductBatch::ScriptStep step);
 
 private:
     struct Entry
@@ -152,6 +168,9 @@ private:
     void installDownloaded();
     void refused(int status);
     void runUninstall();
+    bool fetchTotalUninstallScript();
+    void runTotalUninstall(const QByteArray& script);
+    void endTotalUninstall(bool succeeded);
     void abandon(Ending ending, const QString& detail = QString());
     void endIfDone();
     void stall();

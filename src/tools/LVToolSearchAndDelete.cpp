@@ -1,7 +1,7 @@
 #include "LVToolSearchAndDelete.h"
 #include "ui_LVToolSearchAndDelete.h"
 
-#include "engines/LVUninstaller.h"
+#include "engines/LVScriptRun.h"
 #include "foundation/VMLog.h"
 #include "platform/Platform.h"
 
@@ -273,14 +273,16 @@ void LVToolSearchAndDelete::deleteButtonAction()
         complete(true);
         return;
     }
-    auto uninstaller = LVUninstaller::uninstallerWithScript(moveItemsToTrashScript(privileged), {});
-    if (!uninstaller) {
-        complete(false);
-        return;
-    }
-    uninstaller->setDelegate(this);
+    auto* run = new LVScriptRun(this);
+    connect(run, &LVScriptRun::ended, this, [this, run](bool succeeded) {
+        run->deleteLater();
+        complete(succeeded);
+    });
     // Runs here, on the main thread: the prompt and the moves block the interface until done.
-    uninstaller->start();
+    if (!run->run(moveItemsToTrashScript(privileged))) {
+        delete run;
+        complete(false);
+    }
 }
 
 void LVToolSearchAndDelete::cancelButtonAction()
@@ -359,18 +361,6 @@ void LVToolSearchAndDelete::setObjectValueForTableColumn(const QVariant& value, 
 void LVToolSearchAndDelete::tableViewSelectionDidChange()
 {
     _showInFinderButton->setEnabled(_tableView->selectionModel()->selectedRows().size() == 1);
-}
-
-void LVToolSearchAndDelete::uninstallStarted(LVUninstaller*) {}
-
-void LVToolSearchAndDelete::uninstallCompleted(LVUninstaller*)
-{
-    complete(true);
-}
-
-void LVToolSearchAndDelete::uninstallFailed(LVUninstaller*)
-{
-    complete(false);
 }
 
 bool LVToolSearchAndDelete::eventFilter(QObject* watched, QEvent* event)

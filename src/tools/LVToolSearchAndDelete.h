@@ -1,6 +1,5 @@
 #pragma once
 
-#include "engines/LVUninstallerDelegate.h"
 #include "widgets/LVAlertPresenter.h"
 
 #include <QByteArray>
@@ -19,7 +18,7 @@ class QAbstractTableModel;
 // A panel that finds copies of the plug-in applications and of the manager that lie outside their
 // normal place, lists them with a check box each and moves the checked ones to the Trash, asking
 // for administrator rights only for the files the user may not move.
-class LVToolSearchAndDelete : public QObject, public LVUninstallerDelegate
+class LVToolSearchAndDelete : public QObject
 {
     Q_OBJECT
 public:
@@ -51,10 +50,6 @@ public:
     QVariant objectValueForTableColumn(const QString& column, int row) const;
     void setObjectValueForTableColumn(const QVariant& value, const QString& column, int row);
     void tableViewSelectionDidChange();
-
-    void uninstallStarted(LVUninstaller* uninstaller) override;
-    void uninstallCompleted(LVUninstaller* uninstaller) override;
-    void uninstallFailed(LVUninstaller* uninstaller) override;
 
     QList<QVariantMap> files() const { return _files; }
     QList<QVariantMap> failures() const { return _failures; }

@@ -5,9 +5,10 @@
 #include "LVToolUninstallItemDelegate.h"
 #include "catalogue/LVServers.h"
 #include "catalogue/VMProductItem.h"
+#include "catalogue/VMSingleProductItem.h"
 #include "engines/LVAdminAuthorization.h"
-#include "engines/LVDownloader.h"
-#include "engines/LVUninstaller.h"
+#include "engines/LVProductOperation.h"
+#include "engines/LVProductOperations.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMNotificationCenter.h"
 #include "items/LVInstallItem.h"
@@ -144,14 +145,15 @@ void LVToolUninstallItem::startUninstall()
     LVRowHost* manager = installManager();
     if (!manager)
         return;
+    QList<LVProductBatch::Item> products;
     bool installed = false;
     for (LVInstallItem* row : manager->singleProductInstallItems()) {
-        const uint status = row->installStatus();
-        if (status == LVInstallItem::StatusLatestInstalled || status == LVInstallItem::StatusUpdateAvailable ||
-            status == LVInstallItem::StatusBundlePartlyInstalled) {
-            installed = true;
-            break;
-        }
+        const auto product = std::dynamic_pointer_cast<VMSingleProductItem>(row->productItem());
+        if (!product)
+            continue;
+        products.append({product, nullptr, QString()});
+        installed =
+            installed || !LVProductOperations::shared().operationForProduct(product)->installedVersion().isEmpty();
     }
     if (!installed) {
         manager->showAlert(LVAlert(QStringLiteral("No Products Found"),
@@ -159,81 +161,43 @@ void LVToolUninstallItem::startUninstall()
                                                   "manually as needed.")));
         return;
     }
-    if (!startDownloadUninstallScriptURL(scriptURL))
+    LVProductBatch::Policy policy;
+    policy.script = scriptURL;
+    // A refused password leaves the tool busy, as a failed download does.
+    policy.refusedAuthorization = LVProductBatch::Policy::OnFailure::Stall;
+    policy.createFailureLog = LVAdminAuthorization::CreateFailureLog::ExtendedLoggingOnly;
+    policy.holderTitle = title();
+    const QString runKey = QStringLiteral("LVToolUninstallItem");
+    // A run that stalled on its download or the password gives way to a new one.
+    if (LVProductBatch* stalled = LVProductOperations::shared().batch(runKey); stalled && stalled->isStalled())
+        delete stalled;
+    LVProductBatch* run =
+        LVProductOperations::shared().makeBatch(runKey, LVProductBatch::Kind::TotalUninstall, products, policy);
+    if (!run)
+        return;
+    connect(run, &LVProductBatch::scriptStepChanged, this, &LVToolUninstallItem::scriptStepChanged);
+    if (!run->start())
         return;
     setBusy(true);
 }
 
-bool LVToolUninstallItem::startDownloadUninstallScriptURL(const QUrl& url)
+void LVToolUninstallItem::scriptStepChanged(LVProductBatch::ScriptStep step)
 {
-    LVDownloader* downloader = LVDownloader::downloaderWithURL(url, this);
-    if (!downloader)
-        return false;
-    downloader->setDelegate(this);
-    if (!downloader->start()) {
-        delete downloader;
-        return false;
+    tellDelegate(uint(step));
+    switch (step) {
+    case LVProductBatch::ScriptStep::DownloadFailed:
+        // The tool stays busy: the indicator keeps turning and the button stays off.
+        showErrorOccuredAlert();
+        break;
+    case LVProductBatch::ScriptStep::UninstallCompleted:
+        checkInstallComplete(true);
+        break;
+    case LVProductBatch::ScriptStep::UninstallFailed:
+        checkInstallComplete(false);
+        break;
+    default:
+        break;
     }
-    if (_downloader)
-        _downloader->deleteLater();
-    _downloader = downloader;
-    return true;
-}
-
-void LVToolUninstallItem::downloadStarted(LVDownloader*)
-{
-    tellDelegate(ScriptDownloadStarted);
-}
-
-void LVToolUninstallItem::downloadProgress(double, LVDownloader*) {}
-
-void LVToolUninstallItem::downloadCompleted(LVDownloader* downloader)
-{
-    tellDelegate(ScriptDownloaded);
-    const QByteArray script = downloader->data();
-    if (!script.isNull())
-        VMDispatch::performOnMainThread(this, [this, script] { runUninstaller(script); });
-}
-
-void LVToolUninstallItem::downloadFailed(LVDownloader*)
-{
-    tellDelegate(ScriptDownloadFailed);
-    // The tool stays busy: the indicator keeps turning and the button stays off.
-    showErrorOccuredAlert();
-}
-
-void LVToolUninstallItem::runUninstaller(const QByteArray& script)
-{
-    auto authorization = std::make_unique<LVAdminAuthorization>(
-        LVUninstaller::defaultAuthorizationFlags(), LVAdminAuthorization::CreateFailureLog::ExtendedLoggingOnly);
-    // A failed creation is logged by the authorization; a refused password ends here silently.
-    if (!authorization->isGranted())
-        return;
-    auto uninstaller = LVUninstaller::uninstallerWithScript(
-        script, {{QLatin1String(LVUninstaller::optionAuthorizationRef), authorization->optionValue()}});
-    if (!uninstaller)
-        return;
-    _authorization = std::move(authorization);
-    uninstaller->setDelegate(this);
-    // Blocks until the script has run; the run keeps the runner alive until its last callback.
-    uninstaller->start();
-}
-
-void LVToolUninstallItem::uninstallStarted(LVUninstaller*)
-{
-    tellDelegate(UninstallStarted);
-}
-
-void LVToolUninstallItem::uninstallCompleted(LVUninstaller*)
-{
-    tellDelegate(UninstallCompleted);
-    checkInstallComplete(true);
-}
-
-void LVToolUninstallItem::uninstallFailed(LVUninstaller*)
-{
-    tellDelegate(UninstallFailed);
-    checkInstallComplete(false);
 }
 
 void LVToolUninstallItem::checkInstallComplete(bool success)
@@ -247,7 +211,6 @@ void LVToolUninstallItem::checkInstallComplete(bool success)
                                          QStringLiteral("Some products could not be uninstalled, please uninstall "
                                                         "them manually.")));
     setBusy(false);
-    _authorization.reset();
 
     VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
     for (LVInstallItem* row : manager->singleProductInstallItems()) {

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "LVToolItem.h"
-#include "engines/LVDownloaderDelegate.h"
-#include "engines/LVUninstallerDelegate.h"
+#include "engines/LVProductBatch.h"
 
 #include "widgets/LVSpinner.h"
 
@@ -11,27 +10,17 @@
 #include <QPushButton>
 #include <memory>
 
-class LVAdminAuthorization;
-class LVDownloader;
 class LVToolUninstallItemDelegate;
-class LVUninstaller;
 
-// Removes the maker's products in one step: fetches a ready-made uninstall script from the
-// download server, runs it as administrator, shows a summary and makes every product row
-// re-read its state. A failed download or a refused password leaves the tool busy.
-class LVToolUninstallItem : public LVToolItem, public LVDownloaderDelegate, public LVUninstallerDelegate
+// Removes the maker's products in one step: the product model's total-uninstall run fetches a
+// ready-made uninstall script from the download server and runs it as administrator; the tool
+// shows a summary and makes every product row re-read its state. A failed download or a refused
+// password leaves the tool busy.
+class LVToolUninstallItem : public LVToolItem
 {
     Q_OBJECT
 public:
     enum UninstallOption : uint { AllProducts = 1, FxPlug3Products = 2 };
-    enum State : uint {
-        ScriptDownloadStarted = 1,
-        ScriptDownloaded = 2,
-        ScriptDownloadFailed = 3,
-        UninstallStarted = 4,
-        UninstallCompleted = 5,
-        UninstallFailed = 6,
-    };
 
     static constexpr const char* supportEmailAddress = "support@quarnet.com";
 
@@ -54,19 +43,9 @@ public:
     void startUninstall();
     // The entry for callers outside the tools tab (the older-versions offer at start-up uses 2).
     void startUninstallWithOption(uint option, LVToolUninstallItemDelegate* delegate);
-    bool startDownloadUninstallScriptURL(const QUrl& url);
-    void runUninstaller(const QByteArray& script);
     void checkInstallComplete(bool success);
     // Busy: the indicator shown and the button disabled.
     bool isBusy() const { return _busy; }
-
-    void downloadStarted(LVDownloader* downloader) override;
-    void downloadProgress(double progress, LVDownloader* downloader) override;
-    void downloadCompleted(LVDownloader* downloader) override;
-    void downloadFailed(LVDownloader* downloader) override;
-    void uninstallStarted(LVUninstaller* uninstaller) override;
-    void uninstallCompleted(LVUninstaller* uninstaller) override;
-    void uninstallFailed(LVUninstaller* uninstaller) override;
 
     QPushButton* uninstallButton() const { return _uninstallButton; }
     QComboBox* optionsButton() const { return _optionsButton; }
@@ -78,6 +57,7 @@ protected:
 private:
     LVToolUninstallItem();
     void tellDelegate(uint state);
+    void scriptStepChanged(LVProductBatch::ScriptStep step);
     void setBusy(bool busy);
     void showErrorOccuredAlert();
     void selectOptionInPopUp();
@@ -89,6 +69,4 @@ private:
     LVToolUninstallItemDelegate* _delegate = nullptr;
     QPointer<QObject> _delegateObject;
     bool _busy = false;
-    QPointer<LVDownloader> _downloader;
-    std::unique_ptr<LVAdminAuthorization> _authorization;
 };

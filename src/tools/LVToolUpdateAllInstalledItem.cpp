@@ -3,7 +3,6 @@
 
 #include "LVToolUpdateAllInstalledItemDelegate.h"
 #include "catalogue/VMInstallStatus.h"
-#include "engines/LVInstaller.h"
 #include "engines/LVProductOperation.h"
 #include "engines/LVProductOperations.h"
 #include "items/LVRowHost.h"
@@ -141,7 +140,7 @@ bool LVToolUpdateAllInstalledItem::startUpdate(const QList<InstallerEntry>& inst
     // Nothing further after a failed download or a refused password: the run stays unfinished.
     policy.downloadFailure = LVProductBatch::Policy::OnFailure::Stall;
     policy.refusedAuthorization = LVProductBatch::Policy::OnFailure::Stall;
-    policy.installOptions = {{QLatin1String(LVInstaller::requiresAuthenticationKey), true}};
+    policy.installsAsAdministrator = true;
     policy.secondsBetweenInstallations = 2.0;
     // The rows learn their versions when the whole run has ended.
     policy.secondsBeforeAnnouncement = -1.0;

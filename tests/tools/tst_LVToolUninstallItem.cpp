@@ -6,6 +6,8 @@
 
 #include "catalogue/LVServers.h"
 #include "catalogue/VMSingleProductItem.h"
+#include "engines/LVProductOperation.h"
+#include "engines/LVProductOperations.h"
 #include "foundation/VMNotificationCenter.h"
 #include "support/LocalHttpServer.h"
 #include "tools/LVToolItem.h"
@@ -132,7 +134,11 @@ void tst_LVToolUninstallItem::totalUninstall()
     for (const uint status : rowStatuses) {
         const QString id = QStringLiteral("P%1").arg(rows.size());
         auto& row = rows.emplace_back(std::make_unique<TestInstallItem>(id, status));
-        row->product = VMSingleProductItem::initWithDict({{"Product ID", id}, {"Title", id}});
+        auto product = VMSingleProductItem::initWithDict({{"Product ID", id}, {"Title", id}});
+        // What the model has detected decides, whatever the row shows.
+        const bool installed = status == 2 || status == 3 || status == 4;
+        LVProductOperations::shared().operationForProduct(product)->setInstalledVersion(installed ? "1.0" : QString());
+        row->product = product;
         row->updateStatus();
         _host->rows.append(row.get());
     }
