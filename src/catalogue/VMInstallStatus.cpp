@@ -6,7 +6,7 @@
 
 namespace VMInstallStatus {
 
-uint singleProductStatus(const VMSingleProductItem& product, const QString& installedVersion)
+Status singleProductStatus(const VMSingleProductItem& product, const QString& installedVersion)
 {
     if (installedVersion.isNull())
         return NotInstalled;
@@ -37,7 +37,7 @@ QList<qsizetype> updatesToInstall(const QList<UpdateCandidate>& candidates)
     return taken;
 }
 
-uint bundleStatus(const QList<uint>& memberStatuses)
+Status bundleStatus(const QList<uint>& memberStatuses)
 {
     const auto all = [&](auto pred) { return std::all_of(memberStatuses.begin(), memberStatuses.end(), pred); };
     const auto any = [&](auto pred) { return std::any_of(memberStatuses.begin(), memberStatuses.end(), pred); };

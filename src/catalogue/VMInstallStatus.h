@@ -24,11 +24,11 @@ enum Status : uint {
 // 1 without an installed version; 3 when the installed version's record is not the latest one and
 // the installed version is not newer than the latest; 2 otherwise (also for an installed version
 // newer than the catalogue's latest that has no record of its own).
-uint singleProductStatus(const VMSingleProductItem& product, const QString& installedVersion);
+Status singleProductStatus(const VMSingleProductItem& product, const QString& installedVersion);
 
 // A bundle's status from its members' statuses, first match wins: all 7 (also none) 7; any 5 5;
 // any 6 or 7 6; none 2 or 3 1; all 2 2; otherwise 4. A bundle never shows 3.
-uint bundleStatus(const QList<uint>& memberStatuses);
+Status bundleStatus(const QList<uint>& memberStatuses);
 
 // Whether "update all" takes a product in this status: installed and not known to be at its latest.
 bool needsUpdate(uint status);
@@ -36,7 +36,7 @@ bool needsUpdate(uint status);
 // One product as "update all" sees it: its status and the installer its update comes from.
 struct UpdateCandidate
 {
-    uint status = NotComputed;
+    Status status = NotComputed;
     QString installerURL;
 };
 // What "update all" and "what has an update" take, as indexes into `candidates` in their order:

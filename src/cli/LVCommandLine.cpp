@@ -14,6 +14,7 @@
 #include "engines/LVDownloader.h"
 #include "engines/LVOperationLock.h"
 #include "engines/LVPackageChecksum.h"
+#include "engines/LVProductOperations.h"
 #include "platform/InterruptCleanup.h"
 #include "platform/Platform.h"
 #include "platform/PrivilegedExecution.h"
@@ -255,16 +256,12 @@ int list(const VMProductsCollection& collection, bool json)
 QList<VMSingleProductItemPtr> outdatedProducts(const VMProductsCollection& collection)
 {
     QList<VMSingleProductItemPtr> singles;
-    QList<VMInstallStatus::UpdateCandidate> candidates;
     for (const VMProductItemPtr& item : collection.productItems()) {
-        if (auto single = std::dynamic_pointer_cast<VMSingleProductItem>(item)) {
+        if (auto single = std::dynamic_pointer_cast<VMSingleProductItem>(item))
             singles.append(single);
-            candidates.append({VMInstallStatus::singleProductStatus(*single, single->checkInstalledPluginVersion()),
-                               single->latestVersionInstallerURL()});
-        }
     }
     QList<VMSingleProductItemPtr> products;
-    for (const qsizetype index : VMInstallStatus::updatesToInstall(candidates))
+    for (const qsizetype index : LVProductOperations::shared().updatesToInstall(singles))
         products.append(singles.at(index));
     return products;
 }

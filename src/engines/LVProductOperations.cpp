@@ -1,5 +1,7 @@
 #include "LVProductOperations.h"
 
+#include "catalogue/VMInstallStatus.h"
+
 #include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMProductEvents.h"
 #include "engines/LVProductOperation.h"
@@ -94,6 +96,17 @@ LVProductOperation* LVProductOperations::operationForProduct(const VMSingleProdu
             operation->detectInstalledVersion();
     }
     return operation;
+}
+
+QList<qsizetype> LVProductOperations::updatesToInstall(const QList<VMSingleProductItemPtr>& products)
+{
+    QList<VMInstallStatus::UpdateCandidate> candidates;
+    for (const VMSingleProductItemPtr& product : products) {
+        LVProductOperation* operation = operationForProduct(product);
+        candidates.append({VMInstallStatus::singleProductStatus(*product, operation->installedVersion()),
+                           product->latestVersionInstallerURL()});
+    }
+    return VMInstallStatus::updatesToInstall(candidates);
 }
 
 bool LVProductOperations::isIdle() const

@@ -29,6 +29,10 @@ public:
     LVProductOperation* operationForProduct(const VMSingleProductItemPtr& product);
     // No product is busy and no run is under way.
     bool isIdle() const;
+    // What needs an update, for "update all", --check and --update-all alike: the indexes of the
+    // products installed and not at their latest by what the model has detected, once per installer
+    // (products sharing an installer update once), in the given order.
+    QList<qsizetype> updatesToInstall(const QList<VMSingleProductItemPtr>& products);
 
     // Download -> install -> confirm of `version`, whoever observes it. A request for a product
     // that is already downloading or installing joins that run. Null when the product is being

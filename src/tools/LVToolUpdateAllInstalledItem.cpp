@@ -102,12 +102,12 @@ QList<LVSingleInstallItem*> LVToolUpdateAllInstalledItem::installedItems() const
 QList<LVToolUpdateAllInstalledItem::InstallerEntry> LVToolUpdateAllInstalledItem::installerDicts() const
 {
     const QList<LVSingleInstallItem*> rows = singleProductRows();
-    QList<VMInstallStatus::UpdateCandidate> candidates;
+    QList<VMSingleProductItemPtr> products;
     for (LVSingleInstallItem* single : rows)
-        candidates.append({single->installStatus(), single->latestVersionInstallerURL()});
+        products.append(single->singleProductItem());
     QList<InstallerEntry> entries;
-    for (const qsizetype index : VMInstallStatus::updatesToInstall(candidates))
-        entries.append({rows.at(index), candidates.at(index).installerURL, WaitingForDownload});
+    for (const qsizetype index : LVProductOperations::shared().updatesToInstall(products))
+        entries.append({rows.at(index), products.at(index)->latestVersionInstallerURL(), WaitingForDownload});
     return entries;
 }
 
