@@ -117,7 +117,7 @@ int main(int argc, char* argv[])
     shot(QStringLiteral("update-all-idle"));
 
     row->downloadButton()->click();
-    waitFor([&] { return tool->progressDescription().contains(QLatin1String("(2 of 2)")); }, 20000);
+    waitFor([&] { return row->view()->toolTip().contains(QLatin1String("(2 of 2)")); }, 20000);
     settle(800);
     shot(QStringLiteral("update-all-downloading"));
     QTextStream(stdout) << "Tooltip while downloading: " << row->view()->toolTip() << Qt::endl;

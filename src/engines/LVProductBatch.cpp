@@ -85,6 +85,22 @@ qsizetype LVProductBatch::downloadingIndex() const
     return -1;
 }
 
+QString LVProductBatch::progressDescription() const
+{
+    const qsizetype index = downloadingIndex();
+    if (index < 0)
+        return QString();
+    const VMSingleProductItemPtr& product = _items.at(index).item.product;
+    QString text = QStringLiteral("Downloading '%1' (%2 of %3)")
+                       .arg(product ? product->title() : QString())
+                       .arg(index + 1)
+                       .arg(_items.size());
+    const QString bytes = _items.at(index).operation ? _items.at(index).operation->progressDescription() : QString();
+    if (!bytes.isEmpty())
+        text += QStringLiteral(": ") + bytes;
+    return text;
+}
+
 qint64 LVProductBatch::receivedBytes() const
 {
     qint64 bytes = 0;

@@ -123,6 +123,9 @@ public:
     LVProductOperation* operation(qsizetype index) const;
     // The item whose download runs, or -1.
     qsizetype downloadingIndex() const;
+    // While a download runs: "Downloading 'Title' (2 of 3): 12.4 of 80.0 MB — 4.1 MB/s, about 16 s
+    // left"; empty otherwise.
+    QString progressDescription() const;
     // Of the whole run: every item's received and expected bytes.
     qint64 receivedBytes() const;
     qint64 expectedBytes() const;

@@ -1,10 +1,11 @@
 #include "LVProductOperations.h"
 
 #include "catalogue/VMInstallStatus.h"
-
 #include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMProductEvents.h"
+#include "catalogue/VMVersionItem.h"
 #include "engines/LVProductOperation.h"
+#include "foundation/VMDispatch.h"
 #include "foundation/VMNotificationCenter.h"
 
 #include <QCoreApplication>
@@ -67,11 +68,43 @@ void LVProductOperations::uninstallAnnounced(const QVariant& object)
     }
 }
 
-void LVProductOperations::announceUpdate(const VMSingleProductItemPtr& product, QObject* sender)
+LVProductBatch* LVProductOperations::startUpdateAll(const QList<VMSingleProductItemPtr>& products,
+                                                    const QString& holderTitle)
 {
-    VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
-    center.postNotification(VMProductEvents::reloadUpdateItem, QVariant::fromValue(sender));
-    center.postNotification(VMProductEvents::installCompleted, QVariant::fromValue(product));
+    QList<LVProductBatch::Item> items;
+    for (const qsizetype index : updatesToInstall(products)) {
+        const VMSingleProductItemPtr& product = products.at(index);
+        const QString installer = product->latestVersionInstallerURL();
+        // The version is known only when the installer is the latest version's own.
+        const VMVersionItemPtr latest = product->latestVersionItem();
+        items.append({product, latest && latest->versionDownloadURL() == installer ? latest : nullptr, installer});
+    }
+    if (items.isEmpty() || batch(QLatin1String(updateAllRun)))
+        return nullptr;
+    LVProductBatch::Policy policy;
+    policy.downloadFailure = LVProductBatch::Policy::OnFailure::Stall;
+    policy.refusedAuthorization = LVProductBatch::Policy::OnFailure::Stall;
+    policy.installsAsAdministrator = true;
+    policy.secondsBetweenInstallations = 2.0;
+    // Every entry is confirmed when the whole run has ended.
+    policy.secondsBeforeAnnouncement = -1.0;
+    policy.createFailureLog = LVAdminAuthorization::CreateFailureLog::ExtendedLoggingOnly;
+    policy.holderTitle = holderTitle;
+    LVProductBatch* run = makeBatch(QLatin1String(updateAllRun), LVProductBatch::Kind::Install, items, policy);
+    connect(run, &LVProductBatch::ended, this, [this, items] {
+        // After every observer of the ending, the summary's alert included.
+        VMDispatch::performOnMainThread(this, [this, items] {
+            VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
+            for (const LVProductBatch::Item& item : items) {
+                center.postNotification(VMProductEvents::reloadUpdateItem,
+                                        QVariant::fromValue<QObject*>(operationForProduct(item.product)));
+                center.postNotification(VMProductEvents::installCompleted, QVariant::fromValue(item.product));
+            }
+        });
+    });
+    emit batchMade(QLatin1String(updateAllRun), run);
+    run->start();
+    return run;
 }
 
 LVProductOperations& LVProductOperations::shared()
@@ -116,7 +149,7 @@ bool LVProductOperations::isIdle() const
             return false;
     }
     for (const QPointer<LVProductBatch>& run : _batches) {
-        if (run && !run->hasEnded())
+        if (run && !run->hasEnded() && !run->isStalled())
             return false;
     }
     return true;

@@ -27,7 +27,7 @@ public:
     // The product's operation, made on first request. A newer record of the same product (a
     // refreshed catalogue) becomes the operation's record, so the confirmation reaches it.
     LVProductOperation* operationForProduct(const VMSingleProductItemPtr& product);
-    // No product is busy and no run is under way.
+    // No product is busy and no run is under way (a stalled run waits for nothing).
     bool isIdle() const;
     // What needs an update, for "update all", --check and --update-all alike: the indexes of the
     // products installed and not at their latest by what the model has detected, once per installer
@@ -50,10 +50,20 @@ public:
     // The run under way under `key`, or null.
     LVProductBatch* batch(const QString& key) const;
 
-    // The update-all run's confirmation of one entry: "reloadLVUpdateItem" with `sender`, then
-    // "productInstallCompleted" with the product; nothing else (no temporary version, no plug-in
-    // registration, no wrapper launch). The model looks the installed versions up again.
-    static void announceUpdate(const VMSingleProductItemPtr& product, QObject* sender);
+    // The update-all run, under the key `updateAllRun`: updatesToInstall() of `products`, every
+    // download one after another, then every installation as administrator, 2.0 s apart; a failed
+    // download or a refused password stalls it. Once it has ended, after its observers, each entry
+    // is confirmed with "reloadLVUpdateItem" (the product's operation as sender), then
+    // "productInstallCompleted" with the product, and nothing else (no temporary version, no
+    // plug-in registration, no wrapper launch); the model looks the versions up again. Null when
+    // nothing needs an update or such a run is under way; a run whose first download cannot start
+    // is returned stalled.
+    static constexpr const char* updateAllRun = "update-all";
+    LVProductBatch* startUpdateAll(const QList<VMSingleProductItemPtr>& products, const QString& holderTitle);
+
+signals:
+    // A run was made under `key`, before it starts: its observers connect here.
+    void batchMade(const QString& key, LVProductBatch* batch);
 
 private:
     explicit LVProductOperations(QObject* parent);

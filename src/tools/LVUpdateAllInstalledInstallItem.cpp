@@ -2,7 +2,10 @@
 #include "catalogue/VMProductEvents.h"
 #include "ui_LVUpdateAllInstalledInstallItem.h"
 
-#include "LVToolUpdateAllInstalledItem.h"
+#include "catalogue/VMSingleProductItem.h"
+#include "engines/LVProductBatch.h"
+#include "engines/LVProductOperation.h"
+#include "engines/LVProductOperations.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
@@ -29,6 +32,11 @@ LVUpdateAllInstalledInstallItem::LVUpdateAllInstalledInstallItem()
                        [this](const VMNotification&) { estimateAfterDelay(1.0); });
     center.addObserver(this, QStringLiteral("productsChanged"),
                        [this](const VMNotification&) { estimateAfterDelay(1.0); });
+    connect(&LVProductOperations::shared(), &LVProductOperations::batchMade, this,
+            [this](const QString& key, LVProductBatch* run) {
+                if (key == QLatin1String(LVProductOperations::updateAllRun))
+                    follow(run);
+            });
 }
 
 LVUpdateAllInstalledInstallItem::~LVUpdateAllInstalledInstallItem()
@@ -76,8 +84,6 @@ void LVUpdateAllInstalledInstallItem::loadView()
     connect(_menu, &QMenu::aboutToShow, this, [this] { menuWillOpen(_menu); });
     _ui->_menuButton->hide();
 
-    connect(LVToolUpdateAllInstalledItem::tool(), &LVToolUpdateAllInstalledItem::progressChanged, this,
-            &LVUpdateAllInstalledInstallItem::showRunProgress);
     estimateInstallStatus();
 }
 
@@ -124,14 +130,29 @@ void LVUpdateAllInstalledInstallItem::showUpdateButton(bool shown)
     _ui->_downloadButton->setEnabled(shown);
 }
 
+QList<VMSingleProductItemPtr> LVUpdateAllInstalledInstallItem::products() const
+{
+    QList<VMSingleProductItemPtr> products;
+    if (LVRowHost* manager = installManager()) {
+        for (LVInstallItem* row : manager->singleProductInstallItems()) {
+            if (auto product = std::dynamic_pointer_cast<VMSingleProductItem>(row->productItem()))
+                products.append(product);
+        }
+    }
+    return products;
+}
+
 void LVUpdateAllInstalledInstallItem::estimateInstallStatus()
 {
     if (!_ui)
         return;
-    LVToolUpdateAllInstalledItem* tool = LVToolUpdateAllInstalledItem::tool();
-    const qsizetype installed = tool->installedItems().size();
-    const qsizetype updates = tool->installerDicts().size();
-    if (installed == 0)
+    LVProductOperations& model = LVProductOperations::shared();
+    const QList<VMSingleProductItemPtr> catalogue = products();
+    const bool installed = std::any_of(catalogue.begin(), catalogue.end(), [&model](const auto& product) {
+        return !model.operationForProduct(product)->installedVersion().isEmpty();
+    });
+    const qsizetype updates = model.updatesToInstall(catalogue).size();
+    if (!installed)
         showStatus(QStringLiteral("No products installed"), "NSStatusNone");
     else if (updates > 0)
         showStatus(updates == 1 ? QStringLiteral("Update available") : QStringLiteral("Updates available"),
@@ -143,48 +164,39 @@ void LVUpdateAllInstalledInstallItem::estimateInstallStatus()
 
 void LVUpdateAllInstalledInstallItem::updateButtonAction()
 {
-    LVToolUpdateAllInstalledItem* tool = LVToolUpdateAllInstalledItem::tool();
-    const QList<LVToolUpdateAllInstalledItem::InstallerEntry> entries = tool->installerDicts();
-    if (entries.isEmpty())
-        return;
-    tool->setDelegate(this);
-    if (!tool->startUpdate(entries))
-        tool->setDelegate(nullptr);
+    LVProductOperations::shared().startUpdateAll(products(), title());
 }
 
-void LVUpdateAllInstalledInstallItem::updateStateChanged(uint state, const QString& productName,
-                                                         LVToolUpdateAllInstalledItem* updater)
+void LVUpdateAllInstalledInstallItem::follow(LVProductBatch* run)
 {
-    switch (state) {
-    case LVToolUpdateAllInstalledItem::Downloading:
+    _run = run;
+    connect(run, &LVProductBatch::downloadStarted, this, [this](qsizetype index) {
         showUpdateButton(false);
-        if (_ui)
-            _ui->_statusTextField->setText(QStringLiteral("Downloading '%1'").arg(productName));
+        if (_ui && _run)
+            _ui->_statusTextField->setText(QStringLiteral("Downloading '%1'").arg(_run->item(index).product->title()));
         showRunProgress();
-        break;
-    case LVToolUpdateAllInstalledItem::Installing:
+    });
+    connect(run, &LVProductBatch::stateChanged, this, [this](qsizetype index, LVProductBatch::State state) {
+        if (state != LVProductBatch::State::Installing)
+            return;
         showUpdateButton(false);
-        if (_ui)
-            _ui->_statusTextField->setText(QStringLiteral("Installing '%1'").arg(productName));
+        if (_ui && _run)
+            _ui->_statusTextField->setText(QStringLiteral("Installing '%1'").arg(_run->item(index).product->title()));
         showRunProgress();
-        break;
-    case LVToolUpdateAllInstalledItem::Installed:
-    case LVToolUpdateAllInstalledItem::InstallFailed:
-        if (updater && updater->delegate() == this)
-            updater->setDelegate(nullptr);
+    });
+    connect(run, &LVProductBatch::progressChanged, this, &LVUpdateAllInstalledInstallItem::showRunProgress);
+    connect(run, &LVProductBatch::ended, this, [this] {
+        _run = nullptr;
         showRunProgress();
         estimateInstallStatus();
-        break;
-    default:
-        break;
-    }
+    });
 }
 
 void LVUpdateAllInstalledInstallItem::showRunProgress()
 {
     if (!_ui)
         return;
-    const QString progress = LVToolUpdateAllInstalledItem::tool()->progressDescription();
+    const QString progress = _run ? _run->progressDescription() : QString();
     _headlineView->setToolTip(progress);
     _headlineView->setAccessibleDescription(progress.isEmpty() ? _ui->_statusTextField->text() : progress);
 }

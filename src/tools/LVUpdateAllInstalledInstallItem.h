@@ -1,6 +1,5 @@
 #pragma once
 
-#include "LVToolUpdateAllInstalledItemDelegate.h"
 #include "items/LVInstallItem.h"
 
 #include <QPointer>
@@ -9,15 +8,17 @@
 namespace Ui {
 class LVUpdateAllInstalledInstallItem;
 }
+class LVProductBatch;
 class QLabel;
 class QMenu;
 class QToolButton;
 
 // The "Update All Installed Products" row shown first on the installs tab. It installs nothing
-// itself: it asks the update-all tool what is installed and what has updates, shows a summary,
-// starts the tool's run from its button and follows the run in its status line. While the run
-// downloads, its tooltip and accessible description say how far it has come.
-class LVUpdateAllInstalledInstallItem : public LVInstallItem, public LVToolUpdateAllInstalledItemDelegate
+// itself: it asks the product model what is installed and what has updates, shows a summary,
+// starts the model's update-all run from its button and follows that run, whoever started it, in
+// its status line. While the run downloads, its tooltip and accessible description say how far it
+// has come.
+class LVUpdateAllInstalledInstallItem : public LVInstallItem
 {
     Q_OBJECT
 public:
@@ -36,10 +37,9 @@ public:
     void doubleClicked(QMouseEvent* event, LVInstallItemTitleField* titleField) override;
     using LVInstallItem::doubleClicked;
 
-    // The summary from the tool: nothing installed, updates available, or none.
+    // The summary from the model: nothing installed, updates available, or none.
     void estimateInstallStatus();
     void updateButtonAction();
-    void updateStateChanged(uint state, const QString& productName, LVToolUpdateAllInstalledItem* updater) override;
 
     QLabel* statusTextField() const;
     QToolButton* downloadButton() const;
@@ -50,9 +50,13 @@ private:
     void showStatus(const QString& text, const char* imageName);
     void showUpdateButton(bool shown);
     void showRunProgress();
+    void follow(LVProductBatch* run);
+    // The install list's single products, in its order.
+    QList<VMSingleProductItemPtr> products() const;
     void estimateAfterDelay(double seconds);
 
     std::unique_ptr<Ui::LVUpdateAllInstalledInstallItem> _ui;
     QPointer<QWidget> _headlineView;
     QPointer<QMenu> _menu;
+    QPointer<LVProductBatch> _run;
 };

@@ -5,7 +5,9 @@
 #include "support/ProductShelf.h"
 
 #include "catalogue/VMProductsCollection.h"
+#include "engines/LVProductBatch.h"
 #include "engines/LVProductOperation.h"
+#include "engines/LVProductOperations.h"
 #include "foundation/VMDispatch.h"
 #include "items/LVSingleInstallItem.h"
 #include "manager/AppDelegate.h"
@@ -22,20 +24,43 @@
 #include <QtTest>
 
 namespace {
-// Stands between the tool and the row: records each state with what the row shows after it.
-class RunRecorder : public QObject, public LVToolUpdateAllInstalledItemDelegate
+// Follows the model's update-all run as the row does: records each step with what the row shows
+// after it.
+class RunRecorder : public QObject
 {
 public:
-    void updateStateChanged(uint state, const QString& productName, LVToolUpdateAllInstalledItem* updater) override
+    RunRecorder()
     {
-        LVUpdateAllInstalledInstallItem* row = LVUpdateAllInstalledInstallItem::installItem();
-        row->updateStateChanged(state, productName, updater);
-        if (state == LVToolUpdateAllInstalledItem::Downloading && firstProgress.isNull())
-            firstProgress = QAccessible::queryAccessibleInterface(row->view())->text(QAccessible::Description);
-        steps.append(QStringLiteral("%1 %2: %3").arg(state).arg(productName, row->statusTextField()->text()));
+        connect(&LVProductOperations::shared(), &LVProductOperations::batchMade, this,
+                [this](const QString& key, LVProductBatch* run) {
+                    if (key != QLatin1String(LVProductOperations::updateAllRun))
+                        return;
+                    connect(run, &LVProductBatch::downloadStarted, this,
+                            [this, run](qsizetype index) { step(1, run->item(index).product->title()); });
+                    connect(run, &LVProductBatch::stateChanged, this,
+                            [this, run](qsizetype index, LVProductBatch::State state) {
+                                if (state == LVProductBatch::State::Installing)
+                                    step(4, run->item(index).product->title());
+                            });
+                    connect(run, &LVProductBatch::ended, this, [this, run] {
+                        bool succeeded = true;
+                        for (qsizetype index = 0; index < run->count(); ++index)
+                            succeeded = succeeded && run->state(index) == LVProductBatch::State::Installed;
+                        step(succeeded ? 5 : 6, QString());
+                    });
+                });
     }
     QStringList steps;
     QString firstProgress;
+
+private:
+    void step(int state, const QString& productName)
+    {
+        LVUpdateAllInstalledInstallItem* row = LVUpdateAllInstalledInstallItem::installItem();
+        if (state == 1 && firstProgress.isNull())
+            firstProgress = QAccessible::queryAccessibleInterface(row->view())->text(QAccessible::Description);
+        steps.append(QStringLiteral("%1 %2: %3").arg(state).arg(productName, row->statusTextField()->text()));
+    }
 };
 } // namespace
 
@@ -151,7 +176,10 @@ void tst_LVToolUpdateAllInstalledItem::rowSummary()
     QCOMPARE(updateAll->statusTextField()->text(), text);
     QCOMPARE(updateAll->downloadButton()->isVisibleTo(view), entries > 0);
     LVToolUpdateAllInstalledItem* tool = LVToolUpdateAllInstalledItem::tool();
-    QCOMPARE(tool->installerDicts().size(), entries);
+    QList<VMSingleProductItemPtr> products;
+    for (const QString& id : ids)
+        products.append(row(id)->singleProductItem());
+    QCOMPARE(LVProductOperations::shared().updatesToInstall(products).size(), entries);
     QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(view);
     QCOMPARE(accessible->text(QAccessible::Name), QStringLiteral("Update All Installed Products"));
     QCOMPARE(accessible->text(QAccessible::Description), text);
@@ -228,9 +256,7 @@ void tst_LVToolUpdateAllInstalledItem::updateRun()
     }
     RunRecorder recorder;
     updateAll->downloadButton()->click();
-    QCOMPARE(tool->delegate(), updateAll);
     QVERIFY(tool->isBusy());
-    tool->setDelegate(&recorder);
 
     QTRY_COMPARE_WITH_TIMEOUT(recorder.steps.size(), steps.size(), 30000);
     QVERIFY2(recorder.firstProgress.startsWith(QStringLiteral("Downloading 'Product A' (1 of 3)")),
