@@ -11,16 +11,15 @@
 #include "foundation/LVPreferences.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
+#include "items/LVProductDescription.h"
 #include "items/LVRowHost.h"
 #include "items/LVRowIcon.h"
 #include "platform/Platform.h"
-#include "widgets/LVBadgeImage.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QFileDialog>
 #include <QMenu>
 #include <QPainter>
-#include <QTextCursor>
 #include <QTextDocument>
 #include <QTimer>
 #include <cmath>
@@ -43,33 +42,6 @@ QIcon namedImage(const char* name)
 {
     initImageResources();
     return QIcon(QStringLiteral(":/") + QLatin1String(name));
-}
-
-QColor systemRedColor()
-{
-    return QColor(0xff, 0x45, 0x3a);
-}
-
-QColor systemYellowColor()
-{
-    return QColor(0xff, 0xd6, 0x0a);
-}
-
-QTextCharFormat helvetica(int pixelSize, bool bold, const QColor& color)
-{
-    QFont font(QStringLiteral("Helvetica"));
-    font.setPixelSize(pixelSize);
-    font.setBold(bold);
-    QTextCharFormat format;
-    format.setFont(font);
-    format.setForeground(color);
-    return format;
-}
-
-QString htmlSpan(const QString& text, const QColor& color)
-{
-    return QStringLiteral("<span style=\"color:%1\">%2</span>")
-        .arg(color.name(), text.toHtmlEscaped().replace(QLatin1Char('\n'), QLatin1String("<br>")));
 }
 
 } // namespace
@@ -364,66 +336,8 @@ void LVSingleInstallItem::updateDescription()
 {
     if (!_ui)
         return;
-    const QString installed = installedVersion();
-    const VMVersionItemPtr installedItem = _productItem->versionItemForVersionString(installed);
-    const VMVersionItemPtr latest = _productItem->latestVersionItem();
-    if (!latest)
-        VM_LOG_MESSAGE(QStringLiteral("No latest version found!"));
-    const QDateTime releaseDate = latest ? latest->releaseDate() : QDateTime();
-    const QDateTime now = VMUtils::currentDate();
-    const qint64 newPeriod = installManager() ? installManager()->indicateAsNewProductPeriod() : 14;
-
-    QList<VMVersionItemPtr> described;
-    if (installed.isNull() || !installedItem) {
-        if (latest)
-            described.append(latest);
-    } else if (installedItem != latest) {
-        for (const VMVersionItemPtr& version : _productItem->versionItems())
-            if (VMUtils::compareVersion(installed, version->productVersion()) == -1)
-                described.append(version);
-    }
-
     QTextDocument* document = _ui->_descriptionTextView->document();
-    document->clear();
-    QTextCursor cursor(document);
-    const QColor white(Qt::white);
-    cursor.insertText(_productItem->productDescription(), helvetica(14, false, white));
-
-    if (latest) {
-        QStringList requirements;
-        if (!latest->osXVersion().isNull() &&
-            VMUtils::compareVersion(latest->osXVersion(), VMUtils::checkOSXVersion()) == 1)
-            requirements.append(QStringLiteral("OS X %1").arg(latest->osXVersion()));
-        const struct
-        {
-            qint64 host;
-            const char* bundle;
-            const char* name;
-        } hosts[] = {{1, "com.apple.FinalCut", "FCP X %1"}, {2, "com.apple.motionapp", "Motion %1"}};
-        for (const auto& host : hosts) {
-            const QVariant required = latest->hostVersions().value(VMUtils::stringForHostApp(host.host));
-            if (required.isValid() &&
-                VMUtils::compareVersion(required.toString(),
-                                        VMUtils::checkInstalledBundleVersion(QLatin1String(host.bundle))) == 1)
-                requirements.append(QString::fromLatin1(host.name).arg(required.toString()));
-        }
-        if (!requirements.isEmpty())
-            cursor.insertText(QStringLiteral("\nThis update requires %1, please update").arg(requirements.join(", ")),
-                              helvetica(12, true, LVBadgeImage::systemOrangeColor()));
-    }
-
-    const auto appendList = [&](const QString& heading, QString (VMVersionItem::*text)() const) {
-        QString list;
-        for (const VMVersionItemPtr& version : std::as_const(described))
-            if (!((*version).*text)().isNull())
-                list = QStringLiteral("%1\n\u2022 %2").arg(list, ((*version).*text)());
-        if (list.isEmpty())
-            return;
-        cursor.insertText(heading, helvetica(12, true, white));
-        cursor.insertText(list, helvetica(12, false, white));
-    };
-    appendList(QStringLiteral("\nFeatures:"), &VMVersionItem::featuresText);
-    appendList(QStringLiteral("\nBug Fixes:"), &VMVersionItem::bugFixesText);
+    LVProductDescription::write(document, *_productItem, installedVersion());
 
     // As high as the text at the row's width, within bounds; the buttons' line below it.
     const QMargins margins = _moreInfoView->layout()->contentsMargins();
@@ -439,14 +353,8 @@ void LVSingleInstallItem::updateDescription()
             installManager()->noteRowHeightsChanged();
     }
 
-    QString titleHtml =
-        QStringLiteral("<span style=\"font-family:Helvetica; font-size:13px; font-weight:bold; color:#ffffff\">%1")
-            .arg(title().toHtmlEscaped());
-    if (releaseDate.isValid() && releaseDate.addSecs(newPeriod * 86400) > now)
-        titleHtml += htmlSpan(QStringLiteral(" New"), systemRedColor());
-    else if (_productItem->productDiscontinued())
-        titleHtml += htmlSpan(QStringLiteral("\nDiscontinued"), systemYellowColor());
-    titleHtml += QLatin1String("</span>");
+    const qint64 newPeriod = installManager() ? installManager()->indicateAsNewProductPeriod() : 14;
+    const QString titleHtml = LVProductDescription::titleHtml(*_productItem, title(), newPeriod);
     _ui->_titleField->setAttributedStringValue(titleHtml);
     const bool twoLines = titleHtml.contains(QLatin1String("<br>"));
     _ui->_titleField->setMinimumHeight(twoLines ? 32 : 16);
