@@ -8,6 +8,7 @@
 #include "catalogue/VMUtils.h"
 #include "catalogue/VMVersionItem.h"
 #include "engines/LVAdminAuthorization.h"
+#include "engines/LVDownloadProgress.h"
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVPackageChecksum.h"
@@ -23,20 +24,6 @@
 #include <cmath>
 
 namespace {
-constexpr double kMegabyte = 1000.0 * 1000.0;
-
-QString megabytes(qint64 bytes)
-{
-    return QString::number(double(bytes) / kMegabyte, 'f', 1);
-}
-
-QString speedText(double bytesPerSecond)
-{
-    if (bytesPerSecond >= kMegabyte)
-        return QStringLiteral("%1 MB/s").arg(QString::number(bytesPerSecond / kMegabyte, 'f', 1));
-    return QStringLiteral("%1 KB/s").arg(qRound64(bytesPerSecond / 1000.0));
-}
-
 // The settings as a property-list style description, one key per line.
 QString settingsDescription(const QVariantMap& settings)
 {
@@ -50,12 +37,6 @@ QString settingsDescription(const QVariantMap& settings)
     return text + QLatin1Char('}');
 }
 
-QString timeText(double seconds)
-{
-    if (seconds < 60.0)
-        return QStringLiteral("about %1 s left").arg(qMax<qint64>(1, qint64(std::ceil(seconds))));
-    return QStringLiteral("about %1 min left").arg(qint64(std::ceil(seconds / 60.0)));
-}
 } // namespace
 
 LVProductOperation::LVProductOperation(const VMSingleProductItemPtr& product, QObject* parent)
@@ -430,57 +411,30 @@ LVProductOperation::Download LVProductOperation::kindOf(const LVDownloader* down
     }
 }
 
+LVDownloadProgress LVProductOperation::progress() const
+{
+    LVDownloadProgress progress;
+    if (const LVDownloader* downloader = shownDownloader()) {
+        progress.receivedBytes = qint64(downloader->currentDownloadDataSize());
+        progress.expectedBytes = downloader->expectedDataSize();
+        progress.elapsedMs = _downloadClock.isValid() ? _downloadClock.elapsed() : -1;
+    }
+    return progress;
+}
+
 qint64 LVProductOperation::expectedBytes() const
 {
-    const LVDownloader* downloader = shownDownloader();
-    return downloader ? downloader->expectedDataSize() : 0;
+    return progress().expectedBytes;
 }
 
 qint64 LVProductOperation::receivedBytes() const
 {
-    const LVDownloader* downloader = shownDownloader();
-    return downloader ? qint64(downloader->currentDownloadDataSize()) : 0;
-}
-
-double LVProductOperation::bytesPerSecond() const
-{
-    if (!shownDownloader() || !_downloadClock.isValid())
-        return 0.0;
-    const qint64 elapsed = _downloadClock.elapsed();
-    return elapsed > 0 ? double(receivedBytes()) * 1000.0 / double(elapsed) : 0.0;
-}
-
-double LVProductOperation::secondsLeft() const
-{
-    const qint64 expected = expectedBytes();
-    const double speed = bytesPerSecond();
-    if (expected <= 0 || speed <= 0.0)
-        return -1.0;
-    return double(qMax<qint64>(0, expected - receivedBytes())) / speed;
-}
-
-double LVProductOperation::downloadFraction() const
-{
-    const qint64 expected = expectedBytes();
-    return expected > 0 ? qBound(0.0, double(receivedBytes()) / double(expected), 1.0) : 0.0;
+    return progress().receivedBytes;
 }
 
 QString LVProductOperation::progressDescription() const
 {
-    if (!shownDownloader())
-        return QString();
-    const qint64 expected = expectedBytes();
-    const qint64 received = receivedBytes();
-    QString text = expected > 0 ? QStringLiteral("%1 of %2 MB").arg(megabytes(received), megabytes(expected))
-                                : QStringLiteral("%1 MB").arg(megabytes(received));
-    const double speed = bytesPerSecond();
-    if (speed > 0.0) {
-        text += QStringLiteral(" \u2014 ") + speedText(speed);
-        const double left = secondsLeft();
-        if (left >= 0.0)
-            text += QStringLiteral(", ") + timeText(left);
-    }
-    return text;
+    return shownDownloader() ? progress().description() : QString();
 }
 
 void LVProductOperation::downloadStarted(LVDownloader* downloader)

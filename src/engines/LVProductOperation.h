@@ -2,6 +2,7 @@
 
 #include "catalogue/VMInstallStatus.h"
 #include "catalogue/VMSingleProductItem.h"
+#include "engines/LVDownloadProgress.h"
 #include "engines/LVDownloaderDelegate.h"
 #include "engines/LVInstallerDelegate.h"
 #include "engines/LVUninstallerDelegate.h"
@@ -194,16 +195,11 @@ public:
     // Cancels a download and deletes the held package (cleanUp of the bundle rows).
     void cleanUp();
 
-    // Progress of the running download.
+    // Progress of the download the rows show.
+    LVDownloadProgress progress() const;
     qint64 expectedBytes() const;
     qint64 receivedBytes() const;
-    double bytesPerSecond() const;
-    // -1 when unknown.
-    double secondsLeft() const;
-    // Received of expected bytes, 0 to 1; 0 when unknown.
-    double downloadFraction() const;
-    // "12.4 of 80.0 MB — 4.1 MB/s, about 16 s left" (parts that are unknown are left out); empty
-    // when nothing is downloading.
+    // The progress's description; empty when nothing is downloading.
     QString progressDescription() const;
 
     // Engine callbacks: update the phase, then tell the observers.

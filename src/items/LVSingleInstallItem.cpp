@@ -301,7 +301,7 @@ void LVSingleInstallItem::updateStatus()
         statusImage->hide();
         showStop(true);
         // A row made mid-download shows how far it has come.
-        progress->setValue(qRound(_operation->downloadFraction() * progress->maximum()));
+        progress->setValue(qRound(_operation->progress().fraction() * progress->maximum()));
         progress->show();
         updateProgressDescription();
         break;

@@ -532,7 +532,7 @@ void tst_LVProductOperation::progressDescription()
     const QString text = owner.operation->progressDescription();
     QVERIFY2(shape.match(text).hasMatch(), qPrintable(text));
     QCOMPARE(owner.operation->expectedBytes(), 8 * 1000 * 1000);
-    QVERIFY(owner.operation->secondsLeft() > 0);
+    QVERIFY(owner.operation->progress().secondsLeft() > 0);
     owner.operation->cleanUp();
     QTRY_COMPARE(owner.operation->phase(), Phase::Idle);
 }
