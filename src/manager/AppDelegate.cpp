@@ -13,7 +13,7 @@
 #include "catalogue/VMSingleProductItem.h"
 #include "catalogue/VMUtils.h"
 #include "catalogue/VMVersionItem.h"
-#include "engines/LVDownloader.h"
+#include "engines/LVFetch.h"
 #include "foundation/LVApplicationIdentity.h"
 #include "foundation/LVPreferences.h"
 #include "foundation/VMDispatch.h"
@@ -49,8 +49,6 @@ std::function<void(int)>& totalUninstallStarter()
     return starter;
 }
 
-constexpr qint64 programAgreementDownload = 1;
-constexpr qint64 userAgreementDownload = 2;
 constexpr int removeOlderVersionsOption = 2;
 
 } // namespace
@@ -279,38 +277,21 @@ void AppDelegate::configDataLoaded(LVInstallManager* manager)
 void AppDelegate::downloadAndShowLicenseAgreement(QObject* sender)
 {
     const QString url = LVInstallManager::sharedInstallManager()->licenseAgreementURL();
-    LVDownloader* downloader = LVDownloader::initWithURL(QUrl(url), this);
-    if (!downloader)
-        return;
-    downloader->setIdentifier(sender ? userAgreementDownload : programAgreementDownload);
-    downloader->setRepresentedObject(url);
-    downloader->setDelegate(this);
-    downloader->start();
-}
-
-void AppDelegate::downloadCompleted(LVDownloader* downloader)
-{
-    const qint64 identifier = downloader->identifier();
-    if (identifier == programAgreementDownload || identifier == userAgreementDownload) {
-        const QByteArray data = downloader->data();
-        const QString url = downloader->representedObject().toString();
-        VMDispatch::performAfterDelay(this, 1.0, [this, data, url] {
-            _shownLicenseAgreementURL = url;
-            showLicenseAgreement(data);
-        });
-    }
-    downloader->deleteLater();
-}
-
-void AppDelegate::downloadFailed(LVDownloader* downloader)
-{
-    if (downloader->identifier() == userAgreementDownload) {
-        LVAlert alert(
-            QStringLiteral("Download Failed"),
-            QStringLiteral("Error downloading the license agreement, please wait a few minutes and try again"));
-        LVInstallManager::sharedInstallManager()->showAlert(alert);
-    }
-    downloader->deleteLater();
+    // Asked for by the person (a menu), a failure is theirs to hear of; at start-up it is not.
+    const bool asked = sender != nullptr;
+    LVFetch::data(QUrl(url), this, [this, url, asked](const LVFetch::Result& result) {
+        if (result.succeeded) {
+            VMDispatch::performAfterDelay(this, 1.0, [this, data = result.data, url] {
+                _shownLicenseAgreementURL = url;
+                showLicenseAgreement(data);
+            });
+        } else if (asked) {
+            LVAlert alert(
+                QStringLiteral("Download Failed"),
+                QStringLiteral("Error downloading the license agreement, please wait a few minutes and try again"));
+            LVInstallManager::sharedInstallManager()->showAlert(alert);
+        }
+    });
 }
 
 void AppDelegate::showLicenseAgreement(const QByteArray& data)

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "LVInstallManagerDelegate.h"
-#include "engines/LVDownloaderDelegate.h"
 #include "platform/SelfUpdater.h"
 
 #include <QByteArray>
@@ -21,10 +20,7 @@ class VMLoggerWindow;
 // logging to the log window, listens on the command channel, configures the self-updater, offers
 // the removal of older plug-in versions on Apple silicon, and shows the licence agreement when the
 // catalogue names a new one.
-class AppDelegate : public QObject,
-                    public LVInstallManagerDelegate,
-                    public LVDownloaderDelegate,
-                    public SelfUpdaterDelegate
+class AppDelegate : public QObject, public LVInstallManagerDelegate, public SelfUpdaterDelegate
 {
     Q_OBJECT
 public:
@@ -71,10 +67,6 @@ public:
     void showLicenseAgreement(const QByteArray& data);
     void licenseAgreementAgreeAction();
     void licenseAgreementDontAgreeAction();
-
-    // LVDownloaderDelegate
-    void downloadCompleted(LVDownloader* downloader) override;
-    void downloadFailed(LVDownloader* downloader) override;
 
     // SelfUpdaterDelegate
     QString feedURLStringForUpdater() override;
