@@ -9,6 +9,7 @@
 #include "foundation/VMNotificationCenter.h"
 
 #include <QCoreApplication>
+#include <algorithm>
 #include <utility>
 
 LVProductOperations::LVProductOperations(QObject* parent) : QObject(parent)
@@ -140,6 +141,13 @@ QList<qsizetype> LVProductOperations::updatesToInstall(const QList<VMSingleProdu
                            product->latestVersionInstallerURL()});
     }
     return VMInstallStatus::updatesToInstall(candidates);
+}
+
+bool LVProductOperations::isAnyInstalled(const QList<VMSingleProductItemPtr>& products)
+{
+    return std::any_of(products.begin(), products.end(), [this](const VMSingleProductItemPtr& product) {
+        return !operationForProduct(product)->installedVersion().isEmpty();
+    });
 }
 
 bool LVProductOperations::isIdle() const

@@ -33,6 +33,8 @@ public:
     // products installed and not at their latest by what the model has detected, once per installer
     // (products sharing an installer update once), in the given order.
     QList<qsizetype> updatesToInstall(const QList<VMSingleProductItemPtr>& products);
+    // Whether the model has detected an installed version of any of `products`.
+    bool isAnyInstalled(const QList<VMSingleProductItemPtr>& products);
 
     // Download -> install -> confirm of `version`, whoever observes it. A request for a product
     // that is already downloading or installing joins that run. Null when the product is being

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/VMSingleProductItem.h"
 #include "widgets/LVAlertPresenter.h"
 
 #include <QList>
@@ -27,6 +28,8 @@ public:
     virtual void selectInstallItem(LVInstallItem* item) = 0;
     // Every single-product row, shown or not (the tools work on these).
     virtual QList<LVInstallItem*> singleProductInstallItems() const = 0;
+    // Their products, in the list's order.
+    QList<VMSingleProductItemPtr> singleProducts() const;
     virtual qint64 indicateAsNewProductPeriod() const = 0;
     // A row's view changed its height: the list lays its rows out again.
     virtual void noteRowHeightsChanged() {}

@@ -145,22 +145,16 @@ void LVToolUninstallItem::startUninstall()
     LVRowHost* manager = installManager();
     if (!manager)
         return;
-    QList<LVProductBatch::Item> products;
-    bool installed = false;
-    for (LVInstallItem* row : manager->singleProductInstallItems()) {
-        const auto product = std::dynamic_pointer_cast<VMSingleProductItem>(row->productItem());
-        if (!product)
-            continue;
-        products.append({product, nullptr, QString()});
-        installed =
-            installed || !LVProductOperations::shared().operationForProduct(product)->installedVersion().isEmpty();
-    }
-    if (!installed) {
+    const QList<VMSingleProductItemPtr> catalogue = manager->singleProducts();
+    if (!LVProductOperations::shared().isAnyInstalled(catalogue)) {
         manager->showAlert(LVAlert(QStringLiteral("No Products Found"),
                                    QStringLiteral("No products to uninstall found. Please uninstall the products "
                                                   "manually as needed.")));
         return;
     }
+    QList<LVProductBatch::Item> products;
+    for (const VMSingleProductItemPtr& product : catalogue)
+        products.append({product, nullptr, QString()});
     LVProductBatch::Policy policy;
     policy.script = scriptURL;
     // A refused password leaves the tool busy, as a failed download does.

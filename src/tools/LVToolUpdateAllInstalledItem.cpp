@@ -78,13 +78,8 @@ bool LVToolUpdateAllInstalledItem::startUpdate()
     if (isBusy())
         return false;
     LVRowHost* manager = installManager();
-    QList<VMSingleProductItemPtr> products;
-    if (manager) {
-        for (LVInstallItem* row : manager->singleProductInstallItems()) {
-            if (auto product = std::dynamic_pointer_cast<VMSingleProductItem>(row->productItem()))
-                products.append(product);
-        }
-    }
+    const QList<VMSingleProductItemPtr> products =
+        manager ? manager->singleProducts() : QList<VMSingleProductItemPtr>();
     LVProductBatch* run = LVProductOperations::shared().startUpdateAll(products, title());
     if (!run && manager && !isBusy())
         manager->showAlert(LVAlert(QStringLiteral("No Updates Found"),

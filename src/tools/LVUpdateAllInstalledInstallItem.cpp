@@ -132,14 +132,8 @@ void LVUpdateAllInstalledInstallItem::showUpdateButton(bool shown)
 
 QList<VMSingleProductItemPtr> LVUpdateAllInstalledInstallItem::products() const
 {
-    QList<VMSingleProductItemPtr> products;
-    if (LVRowHost* manager = installManager()) {
-        for (LVInstallItem* row : manager->singleProductInstallItems()) {
-            if (auto product = std::dynamic_pointer_cast<VMSingleProductItem>(row->productItem()))
-                products.append(product);
-        }
-    }
-    return products;
+    LVRowHost* manager = installManager();
+    return manager ? manager->singleProducts() : QList<VMSingleProductItemPtr>();
 }
 
 void LVUpdateAllInstalledInstallItem::estimateInstallStatus()
@@ -148,9 +142,7 @@ void LVUpdateAllInstalledInstallItem::estimateInstallStatus()
         return;
     LVProductOperations& model = LVProductOperations::shared();
     const QList<VMSingleProductItemPtr> catalogue = products();
-    const bool installed = std::any_of(catalogue.begin(), catalogue.end(), [&model](const auto& product) {
-        return !model.operationForProduct(product)->installedVersion().isEmpty();
-    });
+    const bool installed = model.isAnyInstalled(catalogue);
     const qsizetype updates = model.updatesToInstall(catalogue).size();
     if (!installed)
         showStatus(QStringLiteral("No products installed"), "NSStatusNone");
