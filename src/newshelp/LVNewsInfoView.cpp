@@ -1,7 +1,5 @@
 #include "LVNewsInfoView.h"
 
-#include "LVNewsItem.h"
-
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -32,20 +30,13 @@ QRectF LVNewsInfoView::imageRect() const
 
 void LVNewsInfoView::mousePressEvent(QMouseEvent* event)
 {
-    if (_delegate)
-        _delegate->mouseDown(event, this);
+    // Taken, so that the release comes here and not to the row below.
+    event->accept();
 }
 
-void LVNewsInfoView::mouseMoveEvent(QMouseEvent* event)
+void LVNewsInfoView::mouseReleaseEvent(QMouseEvent*)
 {
-    if (_delegate)
-        _delegate->mouseDragged(event, this);
-}
-
-void LVNewsInfoView::mouseReleaseEvent(QMouseEvent* event)
-{
-    if (_delegate)
-        _delegate->mouseUp(event, this);
+    emit clicked();
 }
 
 void LVNewsInfoView::paintEvent(QPaintEvent*)
