@@ -28,9 +28,14 @@ QRectF LVNewsInfoView::imageRect() const
     return QRectF(QPointF((width() - fitted.width()) / 2.0, (height() - fitted.height()) / 2.0), fitted);
 }
 
+// Presses and drags are taken, so that neither reaches the list below and the release comes here.
 void LVNewsInfoView::mousePressEvent(QMouseEvent* event)
 {
-    // Taken, so that the release comes here and not to the row below.
+    event->accept();
+}
+
+void LVNewsInfoView::mouseMoveEvent(QMouseEvent* event)
+{
     event->accept();
 }
 
