@@ -17,6 +17,7 @@
 #include "platform/Platform.h"
 #include "tools/LVToolItem.h"
 #include "tools/LVToolSearchAndDelete.h"
+#include "tools/LVToolsTab.h"
 
 #include <QApplication>
 #include <QDir>
@@ -83,7 +84,7 @@ int main(int argc, char* argv[])
     LVInstallManager manager;
     manager.setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());
     manager.setAttachedToStatusItem(false);
-    const QList<LVToolItem*> tools = LVToolItem::toolItems();
+    const QList<LVToolItem*> tools = LVToolsTab::applicationTools();
     manager.setToolItems(QList<LVOutlineItem*>(tools.begin(), tools.end()));
     manager.show();
     waitFor([&] { return manager.lastUpdateDate().isValid() && !manager.isUpdating(); }, 20000);

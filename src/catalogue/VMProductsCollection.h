@@ -1,14 +1,10 @@
 #pragma once
 
-#include "catalogue/VMNode.h"
+#include "catalogue/VMCollection.h"
 #include "catalogue/VMProductItem.h"
-#include "catalogue/VMPropertyTable.h"
-#include "foundation/VMPropertyList.h"
 
 #include <QList>
 #include <QStringList>
-#include <QVariant>
-#include <QVariantMap>
 #include <memory>
 
 class VMBundleProductItem;
@@ -17,25 +13,16 @@ class VMSingleProductItem;
 class VMProductsCollection;
 using VMProductsCollectionPtr = std::shared_ptr<VMProductsCollection>;
 
-// The catalogue's products and bundles, in catalogue order.
-class VMProductsCollection : public VMNode, public VMPropertyTable
+// The catalogue's products and bundles, in catalogue order: from the root's "Products" section,
+// its "Products" array (a product whose "Bundle" is true becomes a VMBundleProductItem, any other a
+// VMSingleProductItem), then its "Properties".
+class VMProductsCollection final : public VMCollection<VMProductsCollection, VMProductItem>
 {
 public:
-    VMProductsCollection();
-    // Lets every product go first, so no product is left pointing at a dead collection.
-    ~VMProductsCollection() override;
+    VMProductsCollection() : VMCollection(this) {}
 
-    // From the root's "Products" section: its "Products" array (a product whose "Bundle" is true
-    // becomes a VMBundleProductItem, any other a VMSingleProductItem), then its "Properties".
-    // Bad input (a section or entry of the wrong type) is logged and ends the reading; the
-    // products read before it are kept. Never null.
-    static VMProductsCollectionPtr initWithDict(const QVariant& section);
-    // The same from a section node of a parsed catalogue.
-    static VMProductsCollectionPtr initWithNode(plist_t section);
-
-    QList<VMProductItemPtr> productItems() const { return _productItems; }
-    // Detaches the old products (their collection cleared) and attaches the new ones.
-    void setProductItems(const QList<VMProductItemPtr>& productItems);
+    QList<VMProductItemPtr> productItems() const { return items(); }
+    void setProductItems(const QList<VMProductItemPtr>& productItems) { setItems(productItems); }
 
     // Products whose productID equals one of `productIDs`, in the order of the IDs (an ID asked
     // twice gives its product twice; two products with one ID both appear).
@@ -44,17 +31,15 @@ public:
     // unknown IDs and empty pieces drop out.
     QList<std::shared_ptr<VMSingleProductItem>> bundleMembers(const VMBundleProductItem& bundle) const;
 
-    // "productItems" (a QList<VMProductItemPtr>) posts "reloadNodeTable". Answers whether the key
-    // was recognised.
-    bool setValue(const QVariant& value, const QString& key);
-
-    QString title() const override { return QStringLiteral("Root"); }
-    bool titleEditable() const override { return false; }
-    bool isExpandable() const override { return true; }
-    QList<VMNodePtr> children() const override;
-
 private:
-    QList<VMProductItemPtr> _productItems;
+    friend VMCollection;
+    static constexpr VMCollectionNames names{.className = "VMProductsCollection",
+                                             .section = "Products",
+                                             .entry = "Product",
+                                             .arrayKey = "Products",
+                                             .fallbackArrayKey = nullptr,
+                                             .itemsKey = "productItems"};
+    static VMProductItemPtr itemWithNode(plist_t entry, VMCatalogueReader& reader);
 };
 
 Q_DECLARE_METATYPE(VMProductsCollectionPtr)

@@ -1,7 +1,6 @@
 #include "LVDownloadSession.h"
 
 #include "LVDownloadSessionDelegate.h"
-#include "LVDownloadTask.h"
 
 #include <QCoreApplication>
 #include <QMutexLocker>
@@ -125,17 +124,17 @@ void LVDownloadSession::invalidateAndCancel()
     enqueue({Command::Invalidate, nullptr});
 }
 
-void LVDownloadSession::enqueueResume(std::shared_ptr<LVDownloadTask> task)
+void LVDownloadSession::resumeTask(std::shared_ptr<LVDownloadTask> task)
 {
     enqueue({Command::Resume, std::move(task)});
 }
 
-void LVDownloadSession::enqueueCancel(std::shared_ptr<LVDownloadTask> task)
+void LVDownloadSession::cancelTask(std::shared_ptr<LVDownloadTask> task)
 {
     enqueue({Command::Cancel, std::move(task)});
 }
 
-void LVDownloadSession::enqueueUnpause(std::shared_ptr<LVDownloadTask> task)
+void LVDownloadSession::unpauseTask(std::shared_ptr<LVDownloadTask> task)
 {
     enqueue({Command::Unpause, std::move(task)});
 }
@@ -309,7 +308,8 @@ void LVDownloadSession::invalidate(const VMError& error)
 size_t LVDownloadSession::writeCallback(char* data, size_t size, size_t count, void* userData)
 {
     auto* task = static_cast<LVDownloadTask*>(userData);
-    return task->_session->didReceive(task, data, size * count);
+    // Every task's runner is the session that made it.
+    return static_cast<LVDownloadSession*>(task->_runner)->didReceive(task, data, size * count);
 }
 
 size_t LVDownloadSession::headerCallback(char*, size_t size, size_t count, void* userData)

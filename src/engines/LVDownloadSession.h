@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LVDownloadTask.h"
 #include "foundation/VMError.h"
 
 #include <QByteArray>
@@ -12,14 +13,12 @@
 #include <vector>
 
 class LVDownloadSessionDelegate;
-class LVDownloadTask;
 typedef void CURLM;
-typedef void CURL;
 
 // The one HTTP session every download runs in: a libcurl multi handle driven by a thread of its
 // own, up to 32 connections per host. Tasks are created suspended and reported to the delegate on
 // the session thread, in order per task: data chunks, then completion.
-class LVDownloadSession
+class LVDownloadSession : private LVDownloadTask::Runner
 {
 public:
     static constexpr long HTTPMaximumConnectionsPerHost = 32;
@@ -56,16 +55,15 @@ public:
     static VMError errorForCurlCode(int code, const QByteArray& detail);
 
 private:
-    friend class LVDownloadTask;
     struct Command
     {
         enum Kind { Resume, Cancel, Unpause, Invalidate } kind;
         std::shared_ptr<LVDownloadTask> task;
     };
 
-    void enqueueResume(std::shared_ptr<LVDownloadTask> task);
-    void enqueueCancel(std::shared_ptr<LVDownloadTask> task);
-    void enqueueUnpause(std::shared_ptr<LVDownloadTask> task);
+    void resumeTask(std::shared_ptr<LVDownloadTask> task) override;
+    void cancelTask(std::shared_ptr<LVDownloadTask> task) override;
+    void unpauseTask(std::shared_ptr<LVDownloadTask> task) override;
     void enqueue(Command command);
 
     void run();

@@ -1,12 +1,10 @@
 #include "LVDownloadTask.h"
 
-#include "LVDownloadSession.h"
-
 #include <curl/curl.h>
 
-LVDownloadTask::LVDownloadTask(LVDownloadSession* session, quint64 identifier, const QByteArray& url,
-                               double timeoutInterval, CURL* easy)
-    : _session(session), _taskIdentifier(identifier), _url(url), _timeoutInterval(timeoutInterval), _easy(easy)
+LVDownloadTask::LVDownloadTask(Runner* runner, quint64 identifier, const QByteArray& url, double timeoutInterval,
+                               CURL* easy)
+    : _runner(runner), _taskIdentifier(identifier), _url(url), _timeoutInterval(timeoutInterval), _easy(easy)
 {}
 
 LVDownloadTask::~LVDownloadTask()
@@ -21,7 +19,7 @@ bool LVDownloadTask::resume()
     int expected = Suspended;
     if (!_state.compare_exchange_strong(expected, Running))
         return false;
-    _session->enqueueResume(shared_from_this());
+    _runner->resumeTask(shared_from_this());
     return true;
 }
 
@@ -30,7 +28,7 @@ void LVDownloadTask::cancel()
     int state = _state.load();
     while (state == Suspended || state == Running) {
         if (_state.compare_exchange_weak(state, Canceling)) {
-            _session->enqueueCancel(shared_from_this());
+            _runner->cancelTask(shared_from_this());
             return;
         }
     }
@@ -46,7 +44,7 @@ void LVDownloadTask::didConsumeBytes(qint64 count)
             wake = _resumeRequested = true;
     }
     if (wake)
-        _session->enqueueUnpause(shared_from_this());
+        _runner->unpauseTask(shared_from_this());
 }
 
 void LVDownloadTask::setDownloadFile(QFile* file)

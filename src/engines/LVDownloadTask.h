@@ -17,6 +17,20 @@ typedef void CURL;
 class LVDownloadTask : public std::enable_shared_from_this<LVDownloadTask>
 {
 public:
+    // What a task asks of the session that runs it: each request is queued for the session's
+    // thread, so these may be called from any thread.
+    class Runner
+    {
+    public:
+        virtual void resumeTask(std::shared_ptr<LVDownloadTask> task) = 0;
+        virtual void cancelTask(std::shared_ptr<LVDownloadTask> task) = 0;
+        // The receiver has caught up: a paused transfer may go on.
+        virtual void unpauseTask(std::shared_ptr<LVDownloadTask> task) = 0;
+
+    protected:
+        ~Runner() = default;
+    };
+
     enum State { Running = 0, Suspended = 1, Canceling = 2, Completed = 3 };
 
     // How far the receiver may fall behind the network before the transfer is paused: enough for
@@ -32,7 +46,6 @@ public:
     State state() const { return static_cast<State>(_state.load()); }
     // The body size the server announced; 0 before the response, -1 when it announced none.
     qint64 countOfBytesExpectedToReceive() const { return _countOfBytesExpectedToReceive.load(); }
-    qint64 countOfBytesReceived() const { return _countOfBytesReceived.load(); }
     // The HTTP status of the response once the task has ended; 0 when there was none.
     int statusCode() const { return _statusCode.load(); }
 
@@ -55,8 +68,7 @@ public:
 
 private:
     friend class LVDownloadSession;
-    LVDownloadTask(LVDownloadSession* session, quint64 identifier, const QByteArray& url, double timeoutInterval,
-                   CURL* easy);
+    LVDownloadTask(Runner* runner, quint64 identifier, const QByteArray& url, double timeoutInterval, CURL* easy);
 
     // Session thread: whether a chunk of `count` bytes may be taken now; when not, the transfer pauses.
     bool admitBytes(qint64 count);
@@ -68,7 +80,7 @@ private:
     // Session thread: true when the receiver has no notice of a write pending and must get one.
     bool postWriteNotice() { return !_writeNoticePending.exchange(true); }
 
-    LVDownloadSession* const _session;
+    Runner* const _runner;
     const quint64 _taskIdentifier;
     const QByteArray _url;
     const double _timeoutInterval;

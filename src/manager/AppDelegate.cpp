@@ -24,6 +24,7 @@
 #include "platform/Platform.h"
 #include "tools/LVToolItem.h"
 #include "tools/LVToolUninstallItem.h"
+#include "tools/LVToolsTab.h"
 #include "widgets/LVAlert.h"
 #include "widgets/LVAppearance.h"
 
@@ -126,7 +127,7 @@ void AppDelegate::applicationDidFinishLaunching()
     // 1. The manager; whether this is the first launch is read and not used.
     LVInstallManager* installManager = LVInstallManager::sharedInstallManager();
     installManager->setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());
-    const QList<LVToolItem*> tools = LVToolItem::toolItems();
+    const QList<LVToolItem*> tools = LVToolsTab::applicationTools();
     installManager->setToolItems(QList<LVOutlineItem*>(tools.begin(), tools.end()));
     (void)preferences->propertyForKey(QLatin1String(LVPreferences::LVPrefsIsNotFirstLaunch));
 

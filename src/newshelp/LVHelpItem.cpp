@@ -40,7 +40,7 @@ QWidget* LVHelpItem::view()
     if (!_headlineView) {
         _headlineView = new LVHelpTitleTextField;
         Ui::LVHelpItem().setupUi(_headlineView);
-        _headlineView->setDelegate(this);
+        connect(_headlineView, &LVHelpTitleTextField::clicked, this, &LVHelpItem::openHelpPage);
         const QString title = _helpItem->title();
         _headlineView->setString(title.isNull() ? QString() : title);
         if (!title.isEmpty())
@@ -49,20 +49,10 @@ QWidget* LVHelpItem::view()
     return _headlineView;
 }
 
-void LVHelpItem::textFieldClicked(QMouseEvent*, LVHelpTitleTextField*)
+void LVHelpItem::openHelpPage()
 {
     const QUrl url(_helpURL, QUrl::StrictMode);
     if (_helpURL.isEmpty() || !url.isValid())
         return;
     Platform::workspace().openUrl(url);
-}
-
-void LVHelpItem::helpButtonAction()
-{
-    VM_LOG_MESSAGE(QString(""));
-}
-
-LVHelpTitleTextField* LVHelpItem::headlineView() const
-{
-    return _headlineView;
 }

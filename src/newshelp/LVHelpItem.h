@@ -8,7 +8,6 @@
 #include <memory>
 
 class LVHelpTitleTextField;
-class QMouseEvent;
 class VMHelpItem;
 
 // A row of the help tab: a title that opens its page on the support site.
@@ -21,10 +20,6 @@ public:
     static LVHelpItem* initWithVMNewsItem(const std::shared_ptr<VMHelpItem>& helpItem);
     ~LVHelpItem() override;
 
-    std::shared_ptr<VMHelpItem> helpItem() const { return _helpItem; }
-    QString helpURL() const { return _helpURL; }
-    void setHelpURL(const QString& url) { _helpURL = url; }
-
     Kind outlineKind() const override { return Kind::Help; }
     QString title() const override;
     QWidget* view() override;
@@ -34,13 +29,9 @@ public:
     bool shouldSelect() override { return true; }
     void setInstallManager(LVRowHost*) override {}
 
-    void textFieldClicked(QMouseEvent* event, LVHelpTitleTextField* textField);
-    void helpButtonAction();
-
-    LVHelpTitleTextField* headlineView() const;
-
 private:
     explicit LVHelpItem(const std::shared_ptr<VMHelpItem>& helpItem);
+    void openHelpPage();
 
     QPointer<LVHelpTitleTextField> _headlineView;
     std::shared_ptr<VMHelpItem> _helpItem;

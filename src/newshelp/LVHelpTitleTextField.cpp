@@ -1,7 +1,5 @@
 #include "LVHelpTitleTextField.h"
 
-#include "LVHelpItem.h"
-
 #include <QAccessible>
 #include <QAccessibleActionInterface>
 #include <QAccessibleWidget>
@@ -27,8 +25,7 @@ public:
     void doAction(const QString& name) override
     {
         if (name == pressAction()) {
-            if (field()->delegate())
-                field()->delegate()->textFieldClicked(nullptr, field());
+            field()->click();
             return;
         }
         QAccessibleWidget::doAction(name);
@@ -67,12 +64,6 @@ QColor LVHelpTitleTextField::pressedColor()
     return QColor(Qt::white);
 }
 
-void LVHelpTitleTextField::setTextFont(const QFont& font)
-{
-    _textFont = font;
-    update();
-}
-
 void LVHelpTitleTextField::setTextColor(const QColor& color)
 {
     _textColor = color;
@@ -103,6 +94,11 @@ void LVHelpTitleTextField::resizeToFit()
         resize(width(), height() + needed.height() - frame.height());
 }
 
+void LVHelpTitleTextField::click()
+{
+    emit clicked();
+}
+
 void LVHelpTitleTextField::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() != Qt::LeftButton)
@@ -124,15 +120,15 @@ void LVHelpTitleTextField::mouseReleaseEvent(QMouseEvent* event)
         return;
     _tracking = false;
     setTextColor(normalColor());
-    if (rect().contains(event->position().toPoint()) && _delegate)
-        _delegate->textFieldClicked(event, this);
+    if (rect().contains(event->position().toPoint()))
+        click();
 }
 
 void LVHelpTitleTextField::keyPressEvent(QKeyEvent* event)
 {
     const int key = event->key();
-    if ((key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter) && _delegate) {
-        _delegate->textFieldClicked(nullptr, this);
+    if (key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter) {
+        click();
         return;
     }
     QWidget::keyPressEvent(event);

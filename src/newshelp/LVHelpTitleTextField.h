@@ -2,13 +2,10 @@
 
 #include <QColor>
 #include <QFont>
-#include <QPointer>
 #include <QWidget>
 
-class LVHelpItem;
-
 // The clickable title of a help row: a dot and the title, lighter while pressed or focused; a click
-// that ends inside the field, Space or Return go to the row.
+// that ends inside the field, Space or Return emit clicked().
 class LVHelpTitleTextField : public QWidget
 {
     Q_OBJECT
@@ -18,10 +15,6 @@ public:
     static QColor normalColor();
     static QColor pressedColor();
 
-    LVHelpItem* delegate() const { return _delegate; }
-    void setDelegate(LVHelpItem* delegate) { _delegate = delegate; }
-    QFont textFont() const { return _textFont; }
-    void setTextFont(const QFont& font);
     QColor textColor() const { return _textColor; }
     void setTextColor(const QColor& color);
     QString string() const { return _string; }
@@ -31,6 +24,12 @@ public:
     QRect textFrame() const;
     // Grows the field to fit its text; it never shrinks.
     void resizeToFit();
+
+    // What a click that ends inside the field does.
+    void click();
+
+signals:
+    void clicked();
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
@@ -42,7 +41,6 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    QPointer<LVHelpItem> _delegate;
     QFont _textFont;
     QColor _textColor;
     QString _string;

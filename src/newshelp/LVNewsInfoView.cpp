@@ -1,7 +1,5 @@
 #include "LVNewsInfoView.h"
 
-#include "LVNewsItem.h"
-
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -30,22 +28,20 @@ QRectF LVNewsInfoView::imageRect() const
     return QRectF(QPointF((width() - fitted.width()) / 2.0, (height() - fitted.height()) / 2.0), fitted);
 }
 
+// Presses and drags are taken, so that neither reaches the list below and the release comes here.
 void LVNewsInfoView::mousePressEvent(QMouseEvent* event)
 {
-    if (_delegate)
-        _delegate->mouseDown(event, this);
+    event->accept();
 }
 
 void LVNewsInfoView::mouseMoveEvent(QMouseEvent* event)
 {
-    if (_delegate)
-        _delegate->mouseDragged(event, this);
+    event->accept();
 }
 
-void LVNewsInfoView::mouseReleaseEvent(QMouseEvent* event)
+void LVNewsInfoView::mouseReleaseEvent(QMouseEvent*)
 {
-    if (_delegate)
-        _delegate->mouseUp(event, this);
+    emit clicked();
 }
 
 void LVNewsInfoView::paintEvent(QPaintEvent*)

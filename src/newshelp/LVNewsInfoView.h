@@ -1,12 +1,9 @@
 #pragma once
 
 #include <QImage>
-#include <QPointer>
 #include <QWidget>
 
-class LVNewsItem;
-
-// Shows a news item's image; presses, drags and releases go to the row.
+// Shows a news item's image; releasing a press on it emits clicked().
 class LVNewsInfoView : public QWidget
 {
     Q_OBJECT
@@ -16,11 +13,12 @@ public:
     QImage image() const { return _image; }
     void setImage(const QImage& image);
 
-    LVNewsItem* delegate() const { return _delegate; }
-    void setDelegate(LVNewsItem* delegate) { _delegate = delegate; }
-
     // Where the image is drawn: scaled to fit, centred, never enlarged.
     QRectF imageRect() const;
+
+signals:
+    // On the release, wherever the pointer is by then.
+    void clicked();
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
@@ -30,5 +28,4 @@ protected:
 
 private:
     QImage _image;
-    QPointer<LVNewsItem> _delegate;
 };

@@ -8,13 +8,11 @@
 #include "engines/LVFetch.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
-#include "items/LVRowHost.h"
 #include "platform/Platform.h"
 
 #include <QBoxLayout>
 #include <QFontMetrics>
 #include <QLocale>
-#include <QMouseEvent>
 #include <QPushButton>
 
 LVNewsItem::LVNewsItem(const std::shared_ptr<VMNewsItem>& newsItem)
@@ -43,18 +41,6 @@ LVNewsItem* LVNewsItem::newsItemWithVMNewsItem(const std::shared_ptr<VMNewsItem>
     return initWithVMNewsItem(newsItem);
 }
 
-LVRowHost* LVNewsItem::installManager() const
-{
-    return _installManagerGuarded && !_installManagerObject ? nullptr : _installManager;
-}
-
-void LVNewsItem::setInstallManager(LVRowHost* manager)
-{
-    _installManager = manager;
-    _installManagerObject = dynamic_cast<QObject*>(manager);
-    _installManagerGuarded = _installManagerObject != nullptr;
-}
-
 QString LVNewsItem::title() const
 {
     return _newsItem->title();
@@ -72,8 +58,8 @@ void LVNewsItem::loadView()
     _headlineView->setParent(nullptr);
     _moreInfoView->setParent(nullptr);
 
-    _headlineView->setDelegate(this);
-    _ui->_newsInfoView->setDelegate(this);
+    connect(_headlineView, &LVNewsItemHeaderView::doubleClicked, this, &LVNewsItem::requestToggle);
+    connect(_ui->_newsInfoView, &LVNewsInfoView::clicked, this, &LVNewsItem::moreInfoButtonAction);
     _moreInfoItem->setView(_moreInfoView);
     connect(_ui->_moreInfoButton, &QPushButton::clicked, this, &LVNewsItem::moreInfoButtonAction);
     _ui->_moreInfoButton->setVisible(!_newsItem->moreInfoURL().isEmpty());
@@ -137,7 +123,7 @@ bool LVNewsItem::shouldExpand()
     return true;
 }
 
-void LVNewsItem::doubleClicked(QMouseEvent*)
+void LVNewsItem::requestToggle()
 {
     VMNotificationCenter::defaultCenter().postNotification(QStringLiteral("expandLVNewsItem"),
                                                            QVariant::fromValue(static_cast<QObject*>(this)));
@@ -149,20 +135,6 @@ void LVNewsItem::moreInfoButtonAction()
     if (_newsItem->moreInfoURL().isEmpty() || !url.isValid())
         return;
     Platform::workspace().openUrl(url);
-}
-
-void LVNewsItem::mouseDown(QMouseEvent*, LVNewsInfoView*) {}
-
-void LVNewsItem::mouseDragged(QMouseEvent*, LVNewsInfoView*) {}
-
-void LVNewsItem::mouseUp(QMouseEvent*, LVNewsInfoView*)
-{
-    moreInfoButtonAction();
-}
-
-LVNewsItemHeaderView* LVNewsItem::headlineView() const
-{
-    return _headlineView;
 }
 
 QLabel* LVNewsItem::headlineTextField() const

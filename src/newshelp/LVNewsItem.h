@@ -14,7 +14,6 @@ class LVMoreInfoNewsItem;
 class LVNewsInfoView;
 class LVNewsItemHeaderView;
 class QLabel;
-class QMouseEvent;
 class VMNewsItem;
 
 // A row of the news tab: the headline, expanding into a child row with the news image (fetched the
@@ -28,11 +27,7 @@ public:
     static LVNewsItem* initWithVMNewsItem(const std::shared_ptr<VMNewsItem>& newsItem);
     ~LVNewsItem() override;
 
-    std::shared_ptr<VMNewsItem> newsItem() const { return _newsItem; }
     QString newsImageURL() const { return _newsImageURL; }
-    void setNewsImageURL(const QString& url) { _newsImageURL = url; }
-    LVMoreInfoNewsItem* moreInfoItem() const { return _moreInfoItem.get(); }
-    LVRowHost* installManager() const;
 
     Kind outlineKind() const override { return Kind::News; }
     QString title() const override;
@@ -42,17 +37,13 @@ public:
     bool shouldExpand() override;
     bool shouldCollapse() override { return true; }
     bool shouldSelect() override { return true; }
-    void setInstallManager(LVRowHost* manager) override;
+    void setInstallManager(LVRowHost*) override {}
 
 
-    void doubleClicked(QMouseEvent* event);
+    // Opens the record's "more info" page, when it names a valid one.
     void moreInfoButtonAction();
-    void mouseDown(QMouseEvent* event, LVNewsInfoView* view);
-    void mouseDragged(QMouseEvent* event, LVNewsInfoView* view);
-    void mouseUp(QMouseEvent* event, LVNewsInfoView* view);
 
     // The views, for tests; created by view().
-    LVNewsItemHeaderView* headlineView() const;
     QLabel* headlineTextField() const;
     QWidget* moreInfoView() const;
     LVNewsInfoView* newsInfoView() const;
@@ -60,6 +51,8 @@ public:
 private:
     explicit LVNewsItem(const std::shared_ptr<VMNewsItem>& newsItem);
     void loadView();
+    // Asks the install list to expand or collapse this row.
+    void requestToggle();
 
     std::unique_ptr<Ui::LVNewsItem> _ui;
     QPointer<QWidget> _panel;
@@ -67,8 +60,5 @@ private:
     QPointer<QWidget> _moreInfoView;
     std::shared_ptr<VMNewsItem> _newsItem;
     QString _newsImageURL;
-    LVRowHost* _installManager = nullptr;
-    QPointer<QObject> _installManagerObject;
-    bool _installManagerGuarded = false;
     std::unique_ptr<LVMoreInfoNewsItem> _moreInfoItem;
 };

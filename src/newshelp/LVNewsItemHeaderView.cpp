@@ -1,18 +1,15 @@
 #include "LVNewsItemHeaderView.h"
 
-#include "LVNewsItem.h"
-
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
 
 LVNewsItemHeaderView::LVNewsItemHeaderView(QWidget* parent) : QWidget(parent) {}
 
-void LVNewsItemHeaderView::mouseDoubleClickEvent(QMouseEvent* event)
+void LVNewsItemHeaderView::mouseDoubleClickEvent(QMouseEvent*)
 {
     // Qt reports the second press of a double click here; single presses do nothing.
-    if (_delegate)
-        _delegate->doubleClicked(event);
+    emit doubleClicked();
 }
 
 void LVNewsItemHeaderView::paintEvent(QPaintEvent*)

@@ -1,11 +1,5 @@
 #include "LVToolItem.h"
 
-#include "LVToolDeleteExpendableFilesItems.h"
-#include "LVToolDiagnosticItem.h"
-#include "LVToolKnowledgeBaseSearchItem.h"
-#include "LVToolSettingsItem.h"
-#include "LVToolUninstallItem.h"
-#include "LVToolUpdateAllInstalledItem.h"
 #include "foundation/VMLog.h"
 #include "items/LVRowHost.h"
 
@@ -18,20 +12,6 @@ LVToolItem::~LVToolItem()
     delete _contentView;
 }
 
-QList<LVToolItem*> LVToolItem::makeToolItems()
-{
-    const QList<LVToolItem*> candidates = {
-        LVToolSettingsItem::tool(),  LVToolKnowledgeBaseSearchItem::tool(),    LVToolUpdateAllInstalledItem::tool(),
-        LVToolUninstallItem::tool(), LVToolDeleteExpendableFilesItems::tool(), LVToolDiagnosticItem::tool(),
-    };
-    QList<LVToolItem*> tools;
-    for (LVToolItem* tool : candidates) {
-        if (tool)
-            tools.append(tool);
-    }
-    return tools;
-}
-
 LVRowHost* LVToolItem::installManager() const
 {
     return _installManagerObject ? _installManager : nullptr;
@@ -41,23 +21,6 @@ void LVToolItem::setInstallManager(LVRowHost* manager)
 {
     _installManagerObject = dynamic_cast<QObject*>(manager);
     _installManager = _installManagerObject ? manager : nullptr;
-}
-
-QList<LVToolItem*> LVToolItem::toolItems()
-{
-    static const QList<LVToolItem*> tools = makeToolItems();
-    return tools;
-}
-
-LVToolItem* LVToolItem::toolForClass(const QMetaObject* toolClass)
-{
-    if (!toolClass)
-        return nullptr;
-    for (LVToolItem* tool : toolItems()) {
-        if (tool->metaObject() == toolClass)
-            return tool;
-    }
-    return nullptr;
 }
 
 bool LVToolItem::initView()

@@ -13,6 +13,7 @@
 #include "manager/VMLoggerWindow.h"
 #include "tools/LVToolItem.h"
 #include "tools/LVToolSearchAndDelete.h"
+#include "tools/LVToolsTab.h"
 
 #include <QAccessible>
 #include <QAccessibleActionInterface>
@@ -100,7 +101,7 @@ void tst_LabelsSpeak::everyWindowAndRow()
 
     LVInstallManager manager;
     manager.setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());
-    const QList<LVToolItem*> tools = LVToolItem::toolItems();
+    const QList<LVToolItem*> tools = LVToolsTab::applicationTools();
     manager.setToolItems(QList<LVOutlineItem*>(tools.begin(), tools.end()));
     manager.setAttachedToStatusItem(false);
     manager.show();

@@ -13,6 +13,7 @@
 #include "tools/LVToolKnowledgeBaseSearchItem.h"
 #include "tools/LVToolSettingsItem.h"
 #include "tools/LVToolUninstallItem.h"
+#include "tools/LVToolsTab.h"
 #include "tools/LVUninstallDiscontinuedItem.h"
 
 #include <QAbstractButton>
@@ -63,7 +64,7 @@ void tst_LVToolItems::init()
     LVServers::setOverrideURL(base);
     _host = std::make_unique<TestRowHost>();
     _alerts = _host->alerts;
-    for (LVToolItem* tool : LVToolItem::makeToolItems())
+    for (LVToolItem* tool : LVToolsTab::makeApplicationTools())
         tool->setInstallManager(_host.get());
 }
 
@@ -96,25 +97,25 @@ void tst_LVToolItems::toolOrder()
     QFETCH(QStringList, classes);
     _env->systemInfo->osVersion = QVersionNumber::fromString(osVersion);
     QStringList made;
-    for (LVToolItem* tool : LVToolItem::makeToolItems())
+    for (LVToolItem* tool : LVToolsTab::makeApplicationTools())
         made.append(QString::fromLatin1(tool->metaObject()->className()));
     QCOMPARE(made, classes);
 }
 
 void tst_LVToolItems::toolForClassIsExact()
 {
-    QCOMPARE(LVToolItem::toolForClass(&LVToolItem::staticMetaObject), nullptr);
-    QCOMPARE(LVToolItem::toolForClass(nullptr), nullptr);
-    QCOMPARE(LVToolItem::toolForClass<LVToolUninstallItem>(), LVToolUninstallItem::tool());
-    QCOMPARE(LVToolItem::toolForClass<LVToolDeleteExpendableFilesItems>(), LVToolDeleteExpendableFilesItems::tool());
+    QCOMPARE(LVToolsTab::toolForClass(&LVToolItem::staticMetaObject), nullptr);
+    QCOMPARE(LVToolsTab::toolForClass(nullptr), nullptr);
+    QCOMPARE(LVToolsTab::toolForClass<LVToolUninstallItem>(), LVToolUninstallItem::tool());
+    QCOMPARE(LVToolsTab::toolForClass<LVToolDeleteExpendableFilesItems>(), LVToolDeleteExpendableFilesItems::tool());
     // Made, but not listed.
     QVERIFY(LVUninstallDiscontinuedItem::tool());
-    QCOMPARE(LVToolItem::toolForClass<LVUninstallDiscontinuedItem>(), nullptr);
+    QCOMPARE(LVToolsTab::toolForClass<LVUninstallDiscontinuedItem>(), nullptr);
 }
 
 void tst_LVToolItems::everyControlHasAnAccessibleName()
 {
-    QList<LVToolItem*> tools = LVToolItem::makeToolItems();
+    QList<LVToolItem*> tools = LVToolsTab::makeApplicationTools();
     tools.append(LVUninstallDiscontinuedItem::tool());
     for (LVToolItem* tool : tools) {
         QWidget* panel = tool->view();
