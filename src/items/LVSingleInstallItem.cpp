@@ -12,6 +12,7 @@
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
 #include "items/LVProductDescription.h"
+#include "items/LVProductRowMenu.h"
 #include "items/LVRowHost.h"
 #include "items/LVRowIcon.h"
 #include "platform/Platform.h"
@@ -590,89 +591,27 @@ void LVSingleInstallItem::populateContextMenu(QMenu* menu, QEvent*)
 {
     if (!menu)
         return;
-    const uint status = installStatus();
-    const VMVersionItemPtr latest = _productItem->latestVersionItem();
     QPointer<LVSingleInstallItem> self(this);
-
-    // An entry the model refuses while a run holds the product says why.
-    const auto refuse = [this](QAction* action, LVProductOperation::RowAction what) {
-        const QString refusal = _operation->refusal(what);
-        if (refusal.isEmpty())
-            return;
-        action->setEnabled(false);
-        action->setToolTip(refusal);
-        action->setStatusTip(refusal);
-    };
-    const QString installTitle = status == StatusNotInstalled      ? QStringLiteral("Install")
-                                 : status == StatusLatestInstalled ? QStringLiteral("Reinstall")
-                                                                   : QStringLiteral("Install Latest Version");
-    QAction* install = menu->addAction(installTitle);
-    refuse(install, LVProductOperation::RowAction::Install);
-    connect(install, &QAction::triggered, this, [self, latest] {
-        if (self)
-            self->downloadVersion(latest);
-    });
-
-    VMVersionItemPtr fxplug3Install;
-    VMVersionItemPtr fxplug3Uninstall;
-    for (const VMVersionItemPtr& version : _productItem->versionItems()) {
-        if (version == latest || !version->containsTag(kFxPlug3))
-            continue;
-        if (!version->versionDownloadURL().isEmpty())
-            fxplug3Install = version;
-        if (!version->productUninstallScriptURL().isEmpty())
-            fxplug3Uninstall = version;
-    }
-    if (fxplug3Install) {
-        QAction* action = menu->addAction(QStringLiteral("Install FxPlug3 Version"));
-        action->setEnabled(fxplug3Install->checkInstalledPluginVersion().isNull());
-        refuse(action, LVProductOperation::RowAction::Install);
-        connect(action, &QAction::triggered, this, [self, fxplug3Install] {
+    const auto guarded = [self](void (LVSingleInstallItem::*action)()) {
+        return [self, action] {
             if (self)
-                self->downloadVersion(fxplug3Install);
-        });
-    }
-
-    menu->addSeparator();
-    const QStringList scripts = LVProductOperation::uninstallScriptURLs(*_productItem);
-    QAction* uninstall = menu->addAction(QStringLiteral("Uninstall"));
-    uninstall->setEnabled((status == StatusLatestInstalled || status == StatusUpdateAvailable) && !scripts.isEmpty());
-    refuse(uninstall, LVProductOperation::RowAction::Uninstall);
-    connect(uninstall, &QAction::triggered, this, [self, scripts] {
+                (self->*action)();
+        };
+    };
+    LVProductRowMenu::Actions actions;
+    actions.install = [self](const VMVersionItemPtr& version) {
+        if (self)
+            self->downloadVersion(version);
+    };
+    actions.uninstall = [self](const QStringList& scripts) {
         if (self)
             self->downloadRunUninstaller(scripts);
-    });
-    if (fxplug3Uninstall) {
-        const QStringList script{fxplug3Uninstall->productUninstallScriptURL()};
-        QAction* action = menu->addAction(QStringLiteral("Uninstall FxPlug3 Version"));
-        action->setEnabled(!fxplug3Uninstall->checkInstalledPluginVersion().isNull());
-        refuse(action, LVProductOperation::RowAction::Uninstall);
-        connect(action, &QAction::triggered, this, [self, script] {
-            if (self)
-                self->downloadRunUninstaller(script);
-        });
-    }
-
-    menu->addSeparator();
-    const struct
-    {
-        const char* title;
-        QString url;
-        void (LVSingleInstallItem::*action)();
-    } links[] = {{"More Info...", _productItem->productInfoURL(), &LVSingleInstallItem::showMoreInfo},
-                 {"Documentation...", _productItem->productDocsURL(), &LVSingleInstallItem::showDocumentation},
-                 {"Buy...", _productItem->productBuyURL(), &LVSingleInstallItem::buy}};
-    for (const auto& link : links) {
-        QAction* action = menu->addAction(QString::fromLatin1(link.title));
-        action->setEnabled(!link.url.isEmpty());
-        connect(action, &QAction::triggered, this, link.action);
-    }
-
-    menu->addSeparator();
-    QAction* manual = menu->addAction(QStringLiteral("Download Installer Manually..."));
-    manual->setEnabled(!latestVersionInstallerURL().isEmpty());
-    refuse(manual, LVProductOperation::RowAction::ManualDownload);
-    connect(manual, &QAction::triggered, this, &LVSingleInstallItem::downloadManually);
+    };
+    actions.moreInfo = guarded(&LVSingleInstallItem::showMoreInfo);
+    actions.documentation = guarded(&LVSingleInstallItem::showDocumentation);
+    actions.buy = guarded(&LVSingleInstallItem::buy);
+    actions.downloadManually = guarded(&LVSingleInstallItem::downloadManually);
+    LVProductRowMenu::populate(menu, *_productItem, installStatus(), *_operation, actions);
 }
 
 QWidget* LVSingleInstallItem::headlineView() const
