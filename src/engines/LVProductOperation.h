@@ -70,12 +70,6 @@ public:
     // before the announcement; a bundle's product announces only, after its wait.
     enum class Confirmation { Row, Bundle };
 
-    // Downloader identifiers.
-    static constexpr qint64 iconDownload = 1;
-    static constexpr qint64 installerDownload = 2;
-    static constexpr qint64 manualDownload = 3;
-    static constexpr qint64 uninstallScriptDownload = 4;
-
     explicit LVProductOperation(const VMSingleProductItemPtr& product, QObject* parent = nullptr);
     // Cancels a running download and deletes a package that was downloaded but not installed. A
     // running installer or uninstaller finishes on its own and no longer calls back.
@@ -237,6 +231,11 @@ signals:
     void authorizationRefused(int status);
 
 private:
+    // Downloader identifiers, which the history and the log know.
+    static constexpr qint64 installerDownload = 2;
+    static constexpr qint64 manualDownload = 3;
+    static constexpr qint64 uninstallScriptDownload = 4;
+
     void beginConfirmation(const VMVersionItemPtr& version);
     void announceInstallation();
     void setPhase(Phase phase);
