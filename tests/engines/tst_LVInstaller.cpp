@@ -180,7 +180,7 @@ void tst_LVInstaller::badPathsAreRefused()
         QCOMPARE(installer->start(), QFileInfo::exists(path));
     QVERIFY(finished.wait());
 
-    QCOMPARE(recorder.events, admin ? QStringList{"installStarted", "installFailed"} : QStringList{"installFailed"});
+    QCOMPARE(recorder.events, (admin ? QStringList{"installStarted", "installFailed"} : QStringList{"installFailed"}));
     QCOMPARE(recorder.error, VMError(QStringLiteral("LVInstaller"), code, description, QString("")));
     QCOMPARE(log.messages(), QStringList{QString(logged).replace(QLatin1Char('@'), path)});
     QCOMPARE(_privileged->prompts.load(), 0);

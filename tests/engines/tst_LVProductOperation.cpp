@@ -145,7 +145,7 @@ VMSingleProductItemPtr tst_LVProductOperation::product(bool admin) const
     for (const char* text : {"1.0", "1.1"}) {
         versions.append(
             QVariantMap{{"Product Version", text},
-                        {"Download URL", _shelf->packageURL(QStringLiteral("Glow"), QLatin1String(text))},
+                        {"Download URL", _shelf->packageURL(QStringLiteral("Glow"), QString::fromLatin1(text))},
                         {"Installer Requires Authentication", admin},
                         {"Uninstall Script", _server->url(QStringLiteral("/scripts/second.bash")).toString()}});
     }
