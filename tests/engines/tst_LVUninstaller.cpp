@@ -28,9 +28,9 @@ private slots:
     void vanishedScriptEndsRunAsSuccess();
     void refusedPromptRunsNothingAndCompletes_data();
     void refusedPromptRunsNothingAndCompletes();
-    void authorizationCannotBeCreated();
+    void scriptThatCannotRunFailsTheRun_data();
+    void scriptThatCannotRunFailsTheRun();
     void callerAuthorizationIsUsedAndNotFreed();
-    void shellCannotBeStarted();
     void startOnMainThread();
     void destroyedDelegateIsNotCalled();
 
@@ -98,7 +98,6 @@ void tst_LVUninstaller::creation()
     QVERIFY(!LVUninstaller::uninstallerWithScripts(std::nullopt, {}));
     QCOMPARE(log.messages(), QStringList{QStringLiteral("scriptsData = nil")});
     QVERIFY(!LVUninstaller::uninstallerWithScript(QByteArray(), {}));
-    QCOMPARE(LVUninstaller::defaultAuthorizationFlags(), 19);
 
     {
         // One temporary file per script, in order, holding the script; gone with the runner.
@@ -117,9 +116,6 @@ void tst_LVUninstaller::creation()
         QCOMPARE(_env->temporaryFiles().size(), 3);
     }
     QVERIFY(_env->temporaryFiles().isEmpty());
-
-    auto single = LVUninstaller::uninstallerWithScript("echo 0", {});
-    QCOMPARE(single->scriptFilePaths().size(), 1);
 }
 
 void tst_LVUninstaller::judgesEachScriptsOutput_data()
@@ -220,17 +216,42 @@ void tst_LVUninstaller::refusedPromptRunsNothingAndCompletes()
     QCOMPARE(_privileged->frees.load(), 2);
 }
 
-void tst_LVUninstaller::authorizationCannotBeCreated()
+void tst_LVUninstaller::scriptThatCannotRunFailsTheRun_data()
 {
-    _privileged->createStatus = PrivilegedExecution::InvalidSet;
+    QTest::addColumn<int>("createStatus");
+    QTest::addColumn<bool>("shellMissing");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("description");
+    QTest::addColumn<QString>("logged");
+    QTest::addColumn<int>("frees"); // of the one authorization the first script asked for
+    QTest::newRow("no authorization") << int(PrivilegedExecution::InvalidSet) << false
+                                      << int(PrivilegedExecution::InvalidSet) << "AuthorizationCreate failed"
+                                      << "AuthorizationCreate failed" << 0;
+    QTest::newRow("no shell") << int(PrivilegedExecution::Success) << true
+                              << int(PrivilegedExecution::ToolExecuteFailure) << "Uninstaller Execution failed"
+                              << "Uninstaller Execution failed: -60031" << 1;
+}
+
+void tst_LVUninstaller::scriptThatCannotRunFailsTheRun()
+{
+    QFETCH(int, createStatus);
+    QFETCH(bool, shellMissing);
+    QFETCH(int, code);
+    QFETCH(QString, description);
+    QFETCH(QString, logged);
+    QFETCH(int, frees);
+    _privileged->createStatus = createStatus;
+    if (shellMissing)
+        _tools->shell = _env->path() + QStringLiteral("/no-such-shell");
     LogCapture log;
     EngineRecorder recorder;
     QVERIFY(runToEnd({script("first", "0\\n"), script("second", "0\\n")}, recorder));
     QCOMPARE(recorder.events, (QStringList{"uninstallStarted", "uninstallFailed"}));
-    QCOMPARE(recorder.error.localizedDescription(), QStringLiteral("AuthorizationCreate failed"));
-    QCOMPARE(recorder.error.domain(), QStringLiteral("LVUninstaller"));
-    QCOMPARE(log.messages(), QStringList{QStringLiteral("AuthorizationCreate failed")});
+    QCOMPARE(recorder.error, VMError(QStringLiteral("LVUninstaller"), code, description));
+    QCOMPARE(log.messages(), QStringList{logged});
     QVERIFY(ran().isEmpty());
+    QCOMPARE(_privileged->creates.load(), 1);
+    QCOMPARE(_privileged->frees.load(), frees);
 }
 
 void tst_LVUninstaller::callerAuthorizationIsUsedAndNotFreed()
@@ -246,19 +267,6 @@ void tst_LVUninstaller::callerAuthorizationIsUsedAndNotFreed()
     QCOMPARE(_privileged->creates.load(), 1);
     QCOMPARE(_privileged->prompts.load(), 1);
     QCOMPARE(_privileged->frees.load(), 0);
-}
-
-void tst_LVUninstaller::shellCannotBeStarted()
-{
-    _tools->shell = _env->path() + QStringLiteral("/no-such-shell");
-    LogCapture log;
-    EngineRecorder recorder;
-    QVERIFY(runToEnd({script("first", "0\\n")}, recorder));
-    QCOMPARE(recorder.events, (QStringList{"uninstallStarted", "uninstallFailed"}));
-    QCOMPARE(recorder.error, VMError(QStringLiteral("LVUninstaller"), PrivilegedExecution::ToolExecuteFailure,
-                                     QStringLiteral("Uninstaller Execution failed")));
-    QCOMPARE(log.messages(), QStringList{QStringLiteral("Uninstaller Execution failed: -60031")});
-    QCOMPARE(_privileged->frees.load(), 1);
 }
 
 void tst_LVUninstaller::startOnMainThread()

@@ -79,21 +79,14 @@ void tst_LVOutlineModel::answersTheOutlineQuestions()
     QCOMPARE(model.columnCount(), 1);
     const QModelIndex firstIndex = model.index(0, 0);
     const QModelIndex secondIndex = model.index(1, 0);
+    // The tester checks that indexes, parents and counts agree; here, that they are these rows.
     QCOMPARE(model.itemForIndex(firstIndex), &first);
     QCOMPARE(model.rowCount(firstIndex), 0);
-    QVERIFY(!model.hasChildren(firstIndex));
     QCOMPARE(model.rowCount(secondIndex), 2);
-    QVERIFY(model.hasChildren(secondIndex));
-    // Out of range: no row.
-    QVERIFY(!model.index(2, 0).isValid());
-    QVERIFY(!model.index(-1, 0).isValid());
-    QVERIFY(!model.index(0, 1).isValid());
 
     const QModelIndex childIndex = model.index(0, 0, secondIndex);
     QCOMPARE(model.itemForIndex(childIndex), &childA);
-    QCOMPARE(model.parent(childIndex), secondIndex);
     QCOMPARE(model.indexForItem(&childB), model.index(1, 0, secondIndex));
-    QVERIFY(!model.parent(firstIndex).isValid());
 
     // Rows are as high as their views and titled by their controllers.
     QCOMPARE(model.data(firstIndex, Qt::SizeHintRole).toSize().height(), 64);

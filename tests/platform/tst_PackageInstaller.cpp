@@ -5,7 +5,6 @@
 #include "PlistFile.h"
 #include "platform/Platform.h"
 #include "platform/emulated/EmulatedCommandLineTools.h"
-#include "platform/emulated/EmulatedPrivilegedExecution.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -255,10 +254,7 @@ private slots:
         QTest::addColumn<QString>("basePath");    // as printed; "~" stands for the home folder
         QTest::addColumn<QString>("installedIn"); // below the test folder
         QTest::addColumn<QString>("receipts");
-        QTest::newRow("system") << "/"
-                                << "/"
-                                << "root/Applications/Lumivane"
-                                << "root/var/db/receipts";
+        // The system target is firstInstallThenUpgrade's.
         QTest::newRow("home") << "CurrentUserHomeDirectory"
                               << "~"
                               << "home/Applications/Lumivane"
@@ -552,29 +548,6 @@ private slots:
                  qPrintable(run.output));
         QCOMPARE(run.exitCode, 1);
         QCOMPARE(contents(sentinel), QStringList());
-    }
-
-    void installsAsAdministratorWithStreamedOutput()
-    {
-        TestEnvironment environment;
-        const QString package = build(environment.path(), "1.0", QStringLiteral("Glow.pkg"));
-        EmulatedPrivilegedExecution execution;
-        execution.setConsentProvider([](const QString&) { return int(PrivilegedExecution::Success); });
-        const auto authorization = execution.create(nullptr);
-        QCOMPARE(execution.copyRights(authorization, QString::fromLatin1(PrivilegedExecution::adminRight), true),
-                 int(PrivilegedExecution::Success));
-        QByteArray output;
-        int exitCode = -1;
-        const int status = execution.executeWithPrivileges(
-            authorization, Platform::commandLineTools().installerPath(),
-            {QStringLiteral("-pkg"), package, QStringLiteral("-target"), QStringLiteral("/")},
-            [&](const QByteArray& block) { output += block; }, &exitCode);
-        execution.free(authorization);
-        QCOMPARE(status, int(PrivilegedExecution::Success));
-        QCOMPARE(exitCode, 0);
-        QVERIFY(output.contains("The install was successful."));
-        QVERIFY(
-            QFileInfo(environment.systemRoot() + kLocation + QStringLiteral("/Glow.app/Contents/Info.plist")).isFile());
     }
 };
 
