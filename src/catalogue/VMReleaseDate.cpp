@@ -18,9 +18,29 @@ int number(QStringView digits)
     return value;
 }
 
+// Looked up once: a local-time QDateTime re-reads the zone file on every construction, which
+// dominated loading a large catalogue.
+const QTimeZone& zone()
+{
+    static const QTimeZone systemZone = QTimeZone::systemTimeZone();
+    return systemZone;
+}
+
 } // namespace
 
 QDateTime VMReleaseDate::fromString(const QString& string)
+{
+    return atMidnight(dayFromString(string));
+}
+
+QDateTime VMReleaseDate::atMidnight(QDate day)
+{
+    if (!day.isValid())
+        return {};
+    return QDateTime(day, QTime(0, 0), zone());
+}
+
+QDate VMReleaseDate::dayFromString(const QString& string)
 {
     // Parsed by hand: QDate::fromString offers no century for "yy" in Qt 6.4, and catalogues hold
     // tens of thousands of these.
@@ -42,10 +62,9 @@ QDateTime VMReleaseDate::fromString(const QString& string)
     const QDate date(year, month, day);
     if (!date.isValid() || year == 0)
         return {};
-    // The zone is looked up once: a local-time QDateTime re-reads the zone file on every
-    // construction, which dominated loading a large catalogue.
-    static const QTimeZone zone = QTimeZone::systemTimeZone();
-    return QDateTime(date, QTime(0, 0), zone);
+    // The zone is fixed when the first date is read, as when each date became a QDateTime at once.
+    zone();
+    return date;
 }
 
 QString VMReleaseDate::description(const QDateTime& date)

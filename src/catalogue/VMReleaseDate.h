@@ -12,6 +12,11 @@ public:
     // Two-digit years land in 2000-2099 (QDate would put them in the 1900s). Anything that is not
     // three dot-separated numbers forming a real date gives a null QDateTime.
     static QDateTime fromString(const QString& string);
+    // fromString in two steps, for a reader that keeps the day and makes the QDateTime only when
+    // asked: fromString(s) == atMidnight(dayFromString(s)). The zone is the one the first date read
+    // in this process met.
+    static QDate dayFromString(const QString& string);
+    static QDateTime atMidnight(QDate day);
 
     // How a date reads in the log: "2024-03-15 00:00:00 +0000"; "(null)" for no date.
     static QString description(const QDateTime& date);

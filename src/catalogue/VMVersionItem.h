@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/VMCatalogueReader.h"
 #include "catalogue/VMNode.h"
 #include "foundation/VMPropertyList.h"
 
@@ -29,6 +30,13 @@ public:
     static VMVersionItemPtr initWithDict(const QVariantMap& dict);
     // The same from a dictionary node of a parsed catalogue.
     static VMVersionItemPtr initWithNode(plist_t dict);
+    // What the versions of one product share while they are read.
+    struct Reading
+    {
+        bool extendedLogging = false;
+        VMCatalogueKeyTexts hostNames;
+    };
+    static VMVersionItemPtr initWithNode(plist_t dict, Reading& reading);
 
     // Ascending by version number: -1 when this version is older than `other`, 1 when newer, 0 when
     // the numbers are equal.
@@ -59,8 +67,12 @@ public:
     bool isExpandable() const override { return false; }
     QList<VMNodePtr> children() const override { return {}; }
 
-    QDateTime releaseDate() const { return _releaseDate; }
-    void setReleaseDate(const QDateTime& date) { _releaseDate = date; }
+    QDateTime releaseDate() const;
+    void setReleaseDate(const QDateTime& date)
+    {
+        _releaseDate = date;
+        _releaseDay = QDate();
+    }
     QString productVersion() const { return _productVersion; }
     void setProductVersion(const QString& version) { _productVersion = version; }
     QString osXVersion() const { return _osXVersion; }
@@ -106,6 +118,9 @@ private:
     bool _versionInstallerRequiresAuthentication = true;
     VMSingleProductItem* _productItem = nullptr;
     QDateTime _releaseDate;
+    // A day read from the catalogue, made a QDateTime only when asked (few ever are); when valid,
+    // it stands for _releaseDate.
+    QDate _releaseDay;
     QString _productVersion;
     QString _osXVersion;
     QVariantMap _hostVersions;
