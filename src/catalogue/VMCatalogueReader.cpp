@@ -29,16 +29,20 @@ int VMCatalogueKeys::indexOfKeyNode(plist_t keyNode, int guess) const
 {
     int low = 0;
     int high = _size - 1;
-    // Catalogues are written with their keys sorted, so the key after the last one found is the
-    // first guess.
-    if (guess >= 0 && guess < _size) {
-        const int order = plist_key_val_compare(keyNode, _names[guess]);
+    // Catalogues are written with their keys sorted, so the key sought is most often at or a few
+    // places after the guess (the one after the last key found).
+    for (int place = std::max(guess, 0); place < std::min(guess + 3, _size); ++place) {
+        const int order = plist_key_val_compare(keyNode, _names[place]);
         if (order == 0)
-            return guess;
-        if (order < 0)
-            high = guess - 1;
-        else
-            low = guess + 1;
+            return place;
+        if (order < 0) {
+            // Between the key before this place and this one: not one of ours.
+            if (place > guess)
+                return -1;
+            high = place - 1;
+            break;
+        }
+        low = place + 1;
     }
     while (low <= high) {
         const int middle = (low + high) / 2;
@@ -70,8 +74,6 @@ VMCatalogueReader::VMCatalogueReader(plist_t dict, const VMCatalogueKeys& keys) 
         return;
     int guess = 0;
     PlistApi::forEachEntry(_dict, [this, &guess](plist_t key, plist_t value) {
-        if (plist_get_node_type(key) != PLIST_KEY)
-            return;
         const int index = _keys->indexOfKeyNode(key, guess);
         if (index < 0)
             return;
@@ -264,6 +266,18 @@ void VMCatalogueReader::readString(const char* key, plist_t node, QString& out)
         wrongType(key, node, "a string");
 }
 
+std::optional<QByteArrayView> VMCatalogueReader::readStringBytes(VMCatalogueKey key)
+{
+    const plist_t node = value(key);
+    if (!node)
+        return std::nullopt;
+    if (plist_get_node_type(node) != PLIST_STRING) {
+        wrongType(key.name, node, "a string");
+        return std::nullopt;
+    }
+    return SafePlist::stringBytes(node);
+}
+
 void VMCatalogueReader::readBool(const char* key, plist_t node, bool& out, bool absent)
 {
     out = absent;
@@ -315,21 +329,17 @@ void VMCatalogueReader::readDictionary(VMCatalogueKey key, QVariantMap& out, VMC
         return;
     if (!isDictionary(node))
         return wrongType(key.name, node, "a dictionary");
-    // Nested containers go the general way, which also bounds their depth.
-    bool flat = true;
-    PlistApi::forEachEntry(node, [&flat](plist_t, plist_t value) {
-        const plist_type type = plist_get_node_type(value);
-        flat = flat && type != PLIST_DICT && type != PLIST_ARRAY;
-    });
-    if (!flat) {
-        out = VMPropertyList::nodeToVariant(node).toMap();
-        return;
-    }
+    bool nested = false;
     PlistApi::forEachEntry(node, [&](plist_t keyNode, plist_t value) {
+        const plist_type type = plist_get_node_type(value);
+        nested = nested || type == PLIST_DICT || type == PLIST_ARRAY;
         QString text;
-        if (keyTexts.text(keyNode, &text))
+        if (!nested && keyTexts.text(keyNode, &text))
             out.insert(out.cend(), text, VMPropertyList::nodeToVariant(value));
     });
+    // Nested containers go the general way, which also bounds their depth.
+    if (nested)
+        out = VMPropertyList::nodeToVariant(node).toMap();
 }
 
 void VMCatalogueReader::readDictionary(const char* key, plist_t node, QVariantMap& out)

@@ -3,12 +3,14 @@
 #include "foundation/VMPropertyList.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
 #include <QVariantMap>
 
 #include <array>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -97,6 +99,9 @@ public:
     // Absent: a null string.
     void readString(const char* key, QString& out) { readString(key, value(key), out); }
     void readString(VMCatalogueKey key, QString& out) { readString(key.name, value(key), out); }
+    // The string's UTF-8 bytes in place (valid while the tree lives), for text that is only parsed;
+    // nothing when absent or (a problem, as in readString) not a string.
+    std::optional<QByteArrayView> readStringBytes(VMCatalogueKey key);
     // Booleans and integers take numbers or numeric text, as the catalogue's authors write either.
     void readBool(const char* key, bool& out, bool absent) { readBool(key, value(key), out, absent); }
     void readBool(VMCatalogueKey key, bool& out, bool absent) { readBool(key.name, value(key), out, absent); }

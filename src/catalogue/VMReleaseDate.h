@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QDateTime>
 #include <QString>
 
@@ -16,6 +17,8 @@ public:
     // asked: fromString(s) == atMidnight(dayFromString(s)). The zone is the one the first date read
     // in this process met.
     static QDate dayFromString(const QString& string);
+    // The same from the text's UTF-8 bytes.
+    static QDate dayFromUtf8(QByteArrayView text);
     static QDateTime atMidnight(QDate day);
 
     // How a date reads in the log: "2024-03-15 00:00:00 +0000"; "(null)" for no date.

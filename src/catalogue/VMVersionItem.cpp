@@ -48,15 +48,13 @@ VMVersionItemPtr VMVersionItem::initWithNode(plist_t dict)
 VMVersionItemPtr VMVersionItem::initWithNode(plist_t dict, Reading& reading)
 {
     // Every other default is overwritten by its key, present or not.
-    VMVersionItemPtr item(new VMVersionItem(Parsing{}));
+    auto item = std::make_shared<VMVersionItem>(Parsing{});
     VMCatalogueReader reader(dict, kKeys);
 
-    QString releaseDate;
-    reader.readString(kKeys["Release Date"], releaseDate);
-    if (releaseDate.isNull()) {
+    if (const auto releaseDate = reader.readStringBytes(kKeys["Release Date"]); !releaseDate) {
         item->_releaseDate = VMUtils::currentDate();
     } else {
-        item->_releaseDay = VMReleaseDate::dayFromString(releaseDate);
+        item->_releaseDay = VMReleaseDate::dayFromUtf8(*releaseDate);
         if (reading.extendedLogging)
             VM_LOG_MESSAGE(QStringLiteral("Release date: %1").arg(VMReleaseDate::description(item->releaseDate())));
     }

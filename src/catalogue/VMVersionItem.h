@@ -112,9 +112,13 @@ private:
     struct Parsing
     {
     };
-    // What parsing starts from: only the defaults that a missing key leaves in place.
+
+public:
+    // What parsing starts from: only the defaults that a missing key leaves in place. Public for
+    // std::make_shared; only this class can make a Parsing.
     explicit VMVersionItem(Parsing);
 
+private:
     bool _versionInstallerRequiresAuthentication = true;
     VMSingleProductItem* _productItem = nullptr;
     QDateTime _releaseDate;
