@@ -321,25 +321,43 @@ bool VMCatalogueKeyTexts::text(plist_t keyNode, QString* out)
     return true;
 }
 
-void VMCatalogueReader::readDictionary(VMCatalogueKey key, QVariantMap& out, VMCatalogueKeyTexts& keyTexts)
+void VMCatalogueReader::readDictionary(VMCatalogueKey key, VMCatalogueEntries& out, VMCatalogueKeyTexts& keyTexts)
 {
     const plist_t node = value(key);
-    out = QVariantMap();
+    out = VMCatalogueEntries();
     if (!node)
         return;
     if (!isDictionary(node))
         return wrongType(key.name, node, "a dictionary");
     bool nested = false;
+    out.reserve(plist_dict_get_size(node));
     PlistApi::forEachEntry(node, [&](plist_t keyNode, plist_t value) {
         const plist_type type = plist_get_node_type(value);
         nested = nested || type == PLIST_DICT || type == PLIST_ARRAY;
         QString text;
         if (!nested && keyTexts.text(keyNode, &text))
-            out.insert(out.cend(), text, VMPropertyList::nodeToVariant(value));
+            out.emplace_back(std::move(text), VMPropertyList::nodeToVariant(value));
     });
     // Nested containers go the general way, which also bounds their depth.
     if (nested)
-        out = VMPropertyList::nodeToVariant(node).toMap();
+        out = toEntries(VMPropertyList::nodeToVariant(node).toMap());
+}
+
+QVariantMap VMCatalogueReader::toMap(const VMCatalogueEntries& entries)
+{
+    QVariantMap map;
+    for (const auto& [key, value] : entries)
+        map.insert(key, value);
+    return map;
+}
+
+VMCatalogueEntries VMCatalogueReader::toEntries(const QVariantMap& map)
+{
+    VMCatalogueEntries entries;
+    entries.reserve(map.size());
+    for (auto it = map.cbegin(); it != map.cend(); ++it)
+        entries.emplace_back(it.key(), it.value());
+    return entries;
 }
 
 void VMCatalogueReader::readDictionary(const char* key, plist_t node, QVariantMap& out)

@@ -62,6 +62,10 @@ private:
     int _size;
 };
 
+// A dictionary's entries in the order read: one allocation where a QVariantMap makes one per entry.
+// As a map, a later repeated key wins.
+using VMCatalogueEntries = QList<std::pair<QString, QVariant>>;
+
 // Key texts met before in a run of alike dictionaries (the versions of one product): a key seen
 // again becomes the same shared QString instead of a fresh copy.
 class VMCatalogueKeyTexts
@@ -110,8 +114,10 @@ public:
     // Absent: empty.
     void readDictionary(const char* key, QVariantMap& out) { readDictionary(key, value(key), out); }
     void readDictionary(VMCatalogueKey key, QVariantMap& out) { readDictionary(key.name, value(key), out); }
-    // The same, with the keys' texts shared through `keyTexts`.
-    void readDictionary(VMCatalogueKey key, QVariantMap& out, VMCatalogueKeyTexts& keyTexts);
+    // The same as entries, with the keys' texts shared through `keyTexts`.
+    void readDictionary(VMCatalogueKey key, VMCatalogueEntries& out, VMCatalogueKeyTexts& keyTexts);
+    static QVariantMap toMap(const VMCatalogueEntries& entries);
+    static VMCatalogueEntries toEntries(const QVariantMap& map);
     // The array's elements; absent: none.
     std::vector<plist_t> readArray(const char* key) { return readArray(key, value(key)); }
     std::vector<plist_t> readArray(VMCatalogueKey key) { return readArray(key.name, value(key)); }

@@ -11,8 +11,9 @@
 VMVersionItem::VMVersionItem()
     : _releaseDate(VMUtils::currentDate()), _productVersion(QStringLiteral("1.0")),
       _osXVersion(QStringLiteral("10.15")),
-      _hostVersions({{VMUtils::stringForHostApp(VMUtils::HostAppFinalCutProX), QStringLiteral("10.1")},
-                     {VMUtils::stringForHostApp(VMUtils::HostAppMotion), QStringLiteral("5.5")}})
+      _hostVersions(VMCatalogueReader::toEntries(
+          {{VMUtils::stringForHostApp(VMUtils::HostAppFinalCutProX), QStringLiteral("10.1")},
+           {VMUtils::stringForHostApp(VMUtils::HostAppMotion), QStringLiteral("5.5")}}))
 {}
 
 VMVersionItem::VMVersionItem(Parsing) {}
@@ -136,7 +137,7 @@ bool VMVersionItem::setValue(const QVariant& value, const QString& key)
     } else if (key == QLatin1String("osXVersion")) {
         _osXVersion = text();
     } else if (key == QLatin1String("hostVersions")) {
-        _hostVersions = value.toMap();
+        setHostVersions(value.toMap());
     } else if (key == QLatin1String("newFeatures")) {
         _newFeatures = value.toLongLong();
     } else if (key == QLatin1String("bugFixes")) {

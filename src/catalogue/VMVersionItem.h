@@ -78,8 +78,8 @@ public:
     QString osXVersion() const { return _osXVersion; }
     void setOsXVersion(const QString& version) { _osXVersion = version; }
     // Host-application name ("FCP X", "Motion") to the minimum host version.
-    QVariantMap hostVersions() const { return _hostVersions; }
-    void setHostVersions(const QVariantMap& versions) { _hostVersions = versions; }
+    QVariantMap hostVersions() const { return VMCatalogueReader::toMap(_hostVersions); }
+    void setHostVersions(const QVariantMap& versions) { _hostVersions = VMCatalogueReader::toEntries(versions); }
     qint64 newFeatures() const { return _newFeatures; }
     void setNewFeatures(qint64 level) { _newFeatures = level; }
     qint64 bugFixes() const { return _bugFixes; }
@@ -127,7 +127,8 @@ private:
     QDate _releaseDay;
     QString _productVersion;
     QString _osXVersion;
-    QVariantMap _hostVersions;
+    // Kept as read (a map only when asked: few are).
+    VMCatalogueEntries _hostVersions;
     qint64 _newFeatures = 0;
     qint64 _bugFixes = 0;
     QString _featuresText;

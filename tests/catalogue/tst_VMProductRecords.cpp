@@ -90,6 +90,8 @@ private slots:
     void versionBackReferences();
     void productPropertyTable();
     void oneWalkFindsWhatLookupsFind_data();
+    void hostVersionsAsAnyDictionary_data();
+    void hostVersionsAsAnyDictionary();
     void oneWalkFindsWhatLookupsFind();
 
 private:
@@ -659,6 +661,50 @@ void tst_VMProductRecords::oneWalkFindsWhatLookupsFind()
     }
     QCOMPARE(walked.problems(), looked.problems());
     QCOMPARE(found > 0, !entries.isEmpty());
+}
+
+void tst_VMProductRecords::hostVersionsAsAnyDictionary_data()
+{
+    QTest::addColumn<QByteArray>("entries");
+    QTest::newRow("out of order") << QByteArray(
+        "<key>Motion</key><string>5.4</string><key>FCP X</key><string>10.4</string>");
+    QTest::newRow("number and flag") << QByteArray("<key>FCP X</key><real>10.5</real><key>Motion</key><true/>");
+    QTest::newRow("nested") << QByteArray(
+        "<key>FCP X</key><string>10.4</string><key>Motion</key><dict><key>min</key><string>5</string></dict>");
+    QTest::newRow("non-ASCII keys") << QByteArray(
+        "<key>\xC3\xA9</key><string>1</string><key>z</key><string>2</string>");
+    QTest::newRow("empty") << QByteArray();
+}
+
+// The versions of one product share their host names; what each reads is the dictionary as any
+// other reading of it gives it.
+void tst_VMProductRecords::hostVersionsAsAnyDictionary()
+{
+    QFETCH(QByteArray, entries);
+    const QByteArray xml =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict><key>Versions</key><array>"
+        "<dict><key>Host Versions</key><dict>" +
+        entries +
+        "</dict><key>Product Version</key><string>1.0</string></dict>"
+        "<dict><key>Host Versions</key><dict>" +
+        entries +
+        "</dict><key>Product Version</key><string>2.0</string></dict>"
+        "</array></dict></plist>";
+    const VMPropertyList::Tree tree = VMPropertyList::treeFromData(xml);
+    QVERIFY(tree.root());
+    const QVariantMap general = VMPropertyList::nodeToVariant(tree.root())
+                                    .toMap()
+                                    .value(QStringLiteral("Versions"))
+                                    .toList()
+                                    .value(0)
+                                    .toMap()
+                                    .value(QStringLiteral("Host Versions"))
+                                    .toMap();
+    QCOMPARE(general.isEmpty(), entries.isEmpty());
+    const VMSingleProductItemPtr product = VMSingleProductItem::initWithNode(tree.root());
+    QCOMPARE(product->versionItems().size(), 2);
+    for (const VMVersionItemPtr& version : product->versionItems())
+        QCOMPARE(version->hostVersions(), general);
 }
 
 LV_TEST_GUILESS_MAIN(tst_VMProductRecords)
