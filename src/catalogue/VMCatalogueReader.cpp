@@ -25,11 +25,81 @@ qsizetype skipSpaceAndSign(QStringView text, bool* negative)
 
 } // namespace
 
+int VMCatalogueKeys::indexOfKeyNode(plist_t keyNode, int guess) const
+{
+    int low = 0;
+    int high = _size - 1;
+    // Catalogues are written with their keys sorted, so the key sought is most often at or a few
+    // places after the guess (the one after the last key found).
+    for (int place = std::max(guess, 0); place < std::min(guess + 3, _size); ++place) {
+        const int order = plist_key_val_compare(keyNode, _names[place]);
+        if (order == 0)
+            return place;
+        if (order < 0) {
+            // Between the key before this place and this one: not one of ours.
+            if (place > guess)
+                return -1;
+            high = place - 1;
+            break;
+        }
+        low = place + 1;
+    }
+    while (low <= high) {
+        const int middle = (low + high) / 2;
+        const int order = plist_key_val_compare(keyNode, _names[middle]);
+        if (order == 0)
+            return middle;
+        if (order < 0)
+            high = middle - 1;
+        else
+            low = middle + 1;
+    }
+    return -1;
+}
+
+int VMCatalogueKeys::indexOf(const char* name) const
+{
+    const auto end = _names + _size;
+    const auto found =
+        std::lower_bound(_names, end, name, [](const char* a, const char* b) { return std::strcmp(a, b) < 0; });
+    return found != end && std::strcmp(*found, name) == 0 ? static_cast<int>(found - _names) : -1;
+}
+
 VMCatalogueReader::VMCatalogueReader(plist_t dict) : _dict(isDictionary(dict) ? dict : nullptr) {}
+
+VMCatalogueReader::VMCatalogueReader(plist_t dict, const VMCatalogueKeys& keys) : VMCatalogueReader(dict)
+{
+    _keys = &keys;
+    if (!_dict)
+        return;
+    int guess = 0;
+    PlistApi::forEachEntry(_dict, [this, &guess](plist_t key, plist_t value) {
+        const int index = _keys->indexOfKeyNode(key, guess);
+        if (index < 0)
+            return;
+        guess = index + 1;
+        if (!_found[static_cast<size_t>(index)])
+            _found[static_cast<size_t>(index)] = value;
+    });
+}
 
 plist_t VMCatalogueReader::value(const char* key) const
 {
-    return _dict ? plist_dict_get_item(_dict, key) : nullptr;
+    if (!_dict)
+        return nullptr;
+    if (_keys) {
+        const int index = _keys->indexOf(key);
+        if (index >= 0)
+            return _found[static_cast<size_t>(index)];
+    }
+    return plist_dict_get_item(_dict, key);
+}
+
+plist_t VMCatalogueReader::value(VMCatalogueKey key) const
+{
+    if (key.keys == _keys && _keys)
+        return _found[static_cast<size_t>(key.index)];
+    return value(key.name);
 }
 
 bool VMCatalogueReader::isDictionary(plist_t node)
@@ -189,17 +259,27 @@ void VMCatalogueReader::wrongType(const char* key, plist_t node, const char* exp
              .arg(QString::fromUtf8(key), typeName(node), QLatin1String(expected)));
 }
 
-void VMCatalogueReader::readString(const char* key, QString& out)
+void VMCatalogueReader::readString(const char* key, plist_t node, QString& out)
 {
-    const plist_t node = value(key);
     out = QString();
     if (node && !stringValue(node, &out))
         wrongType(key, node, "a string");
 }
 
-void VMCatalogueReader::readBool(const char* key, bool& out, bool absent)
+std::optional<QByteArrayView> VMCatalogueReader::readStringBytes(VMCatalogueKey key)
 {
     const plist_t node = value(key);
+    if (!node)
+        return std::nullopt;
+    if (plist_get_node_type(node) != PLIST_STRING) {
+        wrongType(key.name, node, "a string");
+        return std::nullopt;
+    }
+    return SafePlist::stringBytes(node);
+}
+
+void VMCatalogueReader::readBool(const char* key, plist_t node, bool& out, bool absent)
+{
     out = absent;
     if (!node)
         return;
@@ -210,9 +290,8 @@ void VMCatalogueReader::readBool(const char* key, bool& out, bool absent)
     out = result;
 }
 
-void VMCatalogueReader::readInteger(const char* key, qint64& out, qint64 absent)
+void VMCatalogueReader::readInteger(const char* key, plist_t node, qint64& out, qint64 absent)
 {
-    const plist_t node = value(key);
     out = absent;
     if (!node)
         return;
@@ -223,9 +302,66 @@ void VMCatalogueReader::readInteger(const char* key, qint64& out, qint64 absent)
     out = result;
 }
 
-void VMCatalogueReader::readDictionary(const char* key, QVariantMap& out)
+bool VMCatalogueKeyTexts::text(plist_t keyNode, QString* out)
+{
+    for (const auto& [utf8, text] : _kept) {
+        if (plist_key_val_compare(keyNode, utf8.constData()) == 0) {
+            *out = text;
+            return true;
+        }
+    }
+    char* key = nullptr;
+    plist_get_key_val(keyNode, &key);
+    const PlistApi::Memory owned(key);
+    if (!key)
+        return false;
+    *out = QString::fromUtf8(key);
+    if (_kept.size() < kMaxKept)
+        _kept.emplace_back(QByteArray(key), *out);
+    return true;
+}
+
+void VMCatalogueReader::readDictionary(VMCatalogueKey key, VMCatalogueEntries& out, VMCatalogueKeyTexts& keyTexts)
 {
     const plist_t node = value(key);
+    out = VMCatalogueEntries();
+    if (!node)
+        return;
+    if (!isDictionary(node))
+        return wrongType(key.name, node, "a dictionary");
+    bool nested = false;
+    out.reserve(plist_dict_get_size(node));
+    PlistApi::forEachEntry(node, [&](plist_t keyNode, plist_t value) {
+        const plist_type type = plist_get_node_type(value);
+        nested = nested || type == PLIST_DICT || type == PLIST_ARRAY;
+        QString text;
+        if (!nested && keyTexts.text(keyNode, &text))
+            out.emplace_back(std::move(text), VMPropertyList::nodeToVariant(value));
+    });
+    // Nested containers go the general way, which also bounds their depth.
+    if (nested)
+        out = toEntries(VMPropertyList::nodeToVariant(node).toMap());
+}
+
+QVariantMap VMCatalogueReader::toMap(const VMCatalogueEntries& entries)
+{
+    QVariantMap map;
+    for (const auto& [key, value] : entries)
+        map.insert(key, value);
+    return map;
+}
+
+VMCatalogueEntries VMCatalogueReader::toEntries(const QVariantMap& map)
+{
+    VMCatalogueEntries entries;
+    entries.reserve(map.size());
+    for (auto it = map.cbegin(); it != map.cend(); ++it)
+        entries.emplace_back(it.key(), it.value());
+    return entries;
+}
+
+void VMCatalogueReader::readDictionary(const char* key, plist_t node, QVariantMap& out)
+{
     out = QVariantMap();
     if (!node)
         return;
@@ -234,10 +370,9 @@ void VMCatalogueReader::readDictionary(const char* key, QVariantMap& out)
     out = VMPropertyList::nodeToVariant(node).toMap();
 }
 
-std::vector<plist_t> VMCatalogueReader::readArray(const char* key)
+std::vector<plist_t> VMCatalogueReader::readArray(const char* key, plist_t node)
 {
     std::vector<plist_t> items;
-    const plist_t node = value(key);
     if (!node)
         return items;
     if (plist_get_node_type(node) != PLIST_ARRAY) {

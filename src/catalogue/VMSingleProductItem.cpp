@@ -28,6 +28,27 @@ QList<VMVersionItemPtr> sortedVersions(const QList<VMVersionItemPtr>& versions)
     return sorted;
 }
 
+constexpr const char* kKeyNames[] = {
+    "Buy URL",
+    "Check Installed Directory",
+    "Description",
+    "Discontinued",
+    "Docs URL",
+    "Download SHA256",
+    "Download URL",
+    "Icon URL",
+    "Identifier",
+    "Info URL",
+    "Installer Arguments",
+    "Installer Requires Authentication",
+    "Product ID",
+    "Properties",
+    "Title",
+    "Uninstall Script",
+    "Versions",
+};
+constexpr VMCatalogueKeys kKeys(kKeyNames);
+
 } // namespace
 
 VMSingleProductItem::VMSingleProductItem()
@@ -51,37 +72,39 @@ VMSingleProductItemPtr VMSingleProductItem::initWithDict(const QVariantMap& dict
 VMSingleProductItemPtr VMSingleProductItem::initWithNode(plist_t dict)
 {
     VMSingleProductItemPtr item(new VMSingleProductItem(Empty{}));
-    VMCatalogueReader reader(dict);
+    VMCatalogueReader reader(dict, kKeys);
     item->readBase(reader);
-    reader.readString("Title", item->_title);
-    reader.readString("Identifier", item->_productIdentifier);
-    reader.readString("Description", item->_productDescription);
-    reader.readString("Info URL", item->_productInfoURL);
-    reader.readString("Docs URL", item->_productDocsURL);
-    reader.readString("Buy URL", item->_productBuyURL);
-    reader.readString("Download URL", item->_productDownloadURL);
-    reader.readString("Download SHA256", item->_downloadSHA256);
-    reader.readString("Check Installed Directory", item->_productCheckInstalledDirectory);
-    reader.readBool("Installer Requires Authentication", item->_productInstallerRequiresAuthentication, true);
-    reader.readString("Installer Arguments", item->_productInstallerArguments);
-    reader.readString("Icon URL", item->_productIconURL);
-    reader.readString("Uninstall Script", item->_productUninstallScriptURL);
+    reader.readString(kKeys["Title"], item->_title);
+    reader.readString(kKeys["Identifier"], item->_productIdentifier);
+    reader.readString(kKeys["Description"], item->_productDescription);
+    reader.readString(kKeys["Info URL"], item->_productInfoURL);
+    reader.readString(kKeys["Docs URL"], item->_productDocsURL);
+    reader.readString(kKeys["Buy URL"], item->_productBuyURL);
+    reader.readString(kKeys["Download URL"], item->_productDownloadURL);
+    reader.readString(kKeys["Download SHA256"], item->_downloadSHA256);
+    reader.readString(kKeys["Check Installed Directory"], item->_productCheckInstalledDirectory);
+    reader.readBool(kKeys["Installer Requires Authentication"], item->_productInstallerRequiresAuthentication, true);
+    reader.readString(kKeys["Installer Arguments"], item->_productInstallerArguments);
+    reader.readString(kKeys["Icon URL"], item->_productIconURL);
+    reader.readString(kKeys["Uninstall Script"], item->_productUninstallScriptURL);
 
-    const std::vector<plist_t> versionDicts = reader.readArray("Versions");
+    const std::vector<plist_t> versionDicts = reader.readArray(kKeys["Versions"]);
     QList<VMVersionItemPtr> versions;
     versions.reserve(static_cast<qsizetype>(versionDicts.size()));
+    VMVersionItem::Reading reading;
+    reading.extendedLogging = LVPreferences::sharedPreferences()->usesExtendedLogging();
     for (plist_t versionDict : versionDicts) {
         if (!VMCatalogueReader::isDictionary(versionDict)) {
             reader.fail(
                 QStringLiteral("Version entry is %1, not a dictionary").arg(VMCatalogueReader::typeName(versionDict)));
             break;
         }
-        if (auto version = VMVersionItem::initWithNode(versionDict))
+        if (auto version = VMVersionItem::initWithNode(versionDict, reading))
             versions.append(std::move(version));
     }
     // Whatever was read before a bad entry is kept.
     item->setVersionItems(sortedVersions(std::move(versions)));
-    reader.readBool("Discontinued", item->_productDiscontinued, false);
+    reader.readBool(kKeys["Discontinued"], item->_productDiscontinued, false);
     for (const QString& problem : reader.problems())
         VM_LOG_MESSAGE(problem);
     return item;

@@ -16,7 +16,7 @@ namespace {
 
 // The integer value of a version part: leading decimal digits after optional white space and
 // sign, 0 when it starts with anything else.
-qint64 leadingInteger(const QString& part)
+qint64 leadingInteger(QStringView part)
 {
     qsizetype i = 0;
     const qsizetype n = part.size();
@@ -47,13 +47,17 @@ VMUtils::VersionInfo VMUtils::versionInfoFromString(const QString& string)
     VersionInfo info;
     if (string.isNull())
         return info;
-    const QStringList parts = string.split(QLatin1Char('.'));
-    if (parts.size() >= 1)
-        info.major = leadingInteger(parts.at(0));
-    if (parts.size() >= 2)
-        info.minor = leadingInteger(parts.at(1));
-    if (parts.size() >= 3)
-        info.maintenance = leadingInteger(parts.at(2));
+    // The first three dot-separated parts, read in place (sorting versions asks for many of these).
+    qint64* const fields[] = {&info.major, &info.minor, &info.maintenance};
+    const QStringView text(string);
+    qsizetype start = 0;
+    for (qint64* field : fields) {
+        const qsizetype dot = text.indexOf(QLatin1Char('.'), start);
+        *field = leadingInteger(text.sliced(start, (dot < 0 ? text.size() : dot) - start));
+        if (dot < 0)
+            break;
+        start = dot + 1;
+    }
     return info;
 }
 

@@ -11,11 +11,26 @@
 VMVersionItem::VMVersionItem()
     : _releaseDate(VMUtils::currentDate()), _productVersion(QStringLiteral("1.0")),
       _osXVersion(QStringLiteral("10.15")),
-      _hostVersions({{VMUtils::stringForHostApp(VMUtils::HostAppFinalCutProX), QStringLiteral("10.1")},
-                     {VMUtils::stringForHostApp(VMUtils::HostAppMotion), QStringLiteral("5.5")}})
+      _hostVersions(VMCatalogueReader::toEntries(
+          {{VMUtils::stringForHostApp(VMUtils::HostAppFinalCutProX), QStringLiteral("10.1")},
+           {VMUtils::stringForHostApp(VMUtils::HostAppMotion), QStringLiteral("5.5")}}))
 {}
 
-VMVersionItem::VMVersionItem(Parsing) : _releaseDate(VMUtils::currentDate()) {}
+VMVersionItem::VMVersionItem(Parsing) {}
+
+namespace {
+
+constexpr const char* kKeyNames[] = {
+    "Bug Fixes",        "Bug Fixes Description", "Check Installed Directory",
+    "Download SHA256",  "Download URL",          "Host Versions",
+    "Identifier",       "Installer Arguments",   "Installer Requires Authentication",
+    "Internal Comment", "New Features",          "New Features Description",
+    "OSX Version",      "Product Version",       "Release Date",
+    "Uninstall Script", "Version Tags",
+};
+constexpr VMCatalogueKeys kKeys(kKeyNames);
+
+} // namespace
 
 VMVersionItem::~VMVersionItem() = default;
 
@@ -26,36 +41,48 @@ VMVersionItemPtr VMVersionItem::initWithDict(const QVariantMap& dict)
 
 VMVersionItemPtr VMVersionItem::initWithNode(plist_t dict)
 {
-    // Every other default is overwritten by its key, present or not.
-    VMVersionItemPtr item(new VMVersionItem(Parsing{}));
-    VMCatalogueReader reader(dict);
+    Reading reading;
+    reading.extendedLogging = LVPreferences::sharedPreferences()->usesExtendedLogging();
+    return initWithNode(dict, reading);
+}
 
-    QString releaseDate;
-    reader.readString("Release Date", releaseDate);
-    if (!releaseDate.isNull()) {
-        item->_releaseDate = VMReleaseDate::fromString(releaseDate);
-        if (LVPreferences::sharedPreferences()->usesExtendedLogging())
-            VM_LOG_MESSAGE(QStringLiteral("Release date: %1").arg(VMReleaseDate::description(item->_releaseDate)));
+VMVersionItemPtr VMVersionItem::initWithNode(plist_t dict, Reading& reading)
+{
+    // Every other default is overwritten by its key, present or not.
+    auto item = std::make_shared<VMVersionItem>(Parsing{});
+    VMCatalogueReader reader(dict, kKeys);
+
+    if (const auto releaseDate = reader.readStringBytes(kKeys["Release Date"]); !releaseDate) {
+        item->_releaseDate = VMUtils::currentDate();
+    } else {
+        item->_releaseDay = VMReleaseDate::dayFromUtf8(*releaseDate);
+        if (reading.extendedLogging)
+            VM_LOG_MESSAGE(QStringLiteral("Release date: %1").arg(VMReleaseDate::description(item->releaseDate())));
     }
-    reader.readString("Product Version", item->_productVersion);
-    reader.readString("OSX Version", item->_osXVersion);
-    reader.readDictionary("Host Versions", item->_hostVersions);
-    reader.readInteger("New Features", item->_newFeatures, 0);
-    reader.readInteger("Bug Fixes", item->_bugFixes, 0);
-    reader.readString("New Features Description", item->_featuresText);
-    reader.readString("Bug Fixes Description", item->_bugFixesText);
-    reader.readString("Internal Comment", item->_internalComment);
-    reader.readString("Download URL", item->_versionDownloadURL);
-    reader.readString("Download SHA256", item->_downloadSHA256);
-    reader.readBool("Installer Requires Authentication", item->_versionInstallerRequiresAuthentication, true);
-    reader.readString("Installer Arguments", item->_versionInstallerArguments);
-    reader.readString("Identifier", item->_productIdentifier);
-    reader.readString("Check Installed Directory", item->_productCheckInstalledDirectory);
-    reader.readString("Uninstall Script", item->_productUninstallScriptURL);
-    reader.readString("Version Tags", item->_versionTags);
+    reader.readString(kKeys["Product Version"], item->_productVersion);
+    reader.readString(kKeys["OSX Version"], item->_osXVersion);
+    reader.readDictionary(kKeys["Host Versions"], item->_hostVersions, reading.hostNames);
+    reader.readInteger(kKeys["New Features"], item->_newFeatures, 0);
+    reader.readInteger(kKeys["Bug Fixes"], item->_bugFixes, 0);
+    reader.readString(kKeys["New Features Description"], item->_featuresText);
+    reader.readString(kKeys["Bug Fixes Description"], item->_bugFixesText);
+    reader.readString(kKeys["Internal Comment"], item->_internalComment);
+    reader.readString(kKeys["Download URL"], item->_versionDownloadURL);
+    reader.readString(kKeys["Download SHA256"], item->_downloadSHA256);
+    reader.readBool(kKeys["Installer Requires Authentication"], item->_versionInstallerRequiresAuthentication, true);
+    reader.readString(kKeys["Installer Arguments"], item->_versionInstallerArguments);
+    reader.readString(kKeys["Identifier"], item->_productIdentifier);
+    reader.readString(kKeys["Check Installed Directory"], item->_productCheckInstalledDirectory);
+    reader.readString(kKeys["Uninstall Script"], item->_productUninstallScriptURL);
+    reader.readString(kKeys["Version Tags"], item->_versionTags);
     for (const QString& problem : reader.problems())
         VM_LOG_MESSAGE(problem);
     return item;
+}
+
+QDateTime VMVersionItem::releaseDate() const
+{
+    return _releaseDay.isValid() ? VMReleaseDate::atMidnight(_releaseDay) : _releaseDate;
 }
 
 int VMVersionItem::compare(const VMVersionItem& other) const
@@ -103,14 +130,14 @@ bool VMVersionItem::setValue(const QVariant& value, const QString& key)
 {
     const auto text = [&value] { return value.isValid() ? value.toString() : QString(); };
     if (key == QLatin1String("releaseDate")) {
-        _releaseDate = value.toDateTime();
+        setReleaseDate(value.toDateTime());
     } else if (key == QLatin1String("productVersion")) {
         _productVersion = text();
         postNotification(QStringLiteral("reloadNodeTable"));
     } else if (key == QLatin1String("osXVersion")) {
         _osXVersion = text();
     } else if (key == QLatin1String("hostVersions")) {
-        _hostVersions = value.toMap();
+        setHostVersions(value.toMap());
     } else if (key == QLatin1String("newFeatures")) {
         _newFeatures = value.toLongLong();
     } else if (key == QLatin1String("bugFixes")) {

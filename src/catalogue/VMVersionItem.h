@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/VMCatalogueReader.h"
 #include "catalogue/VMNode.h"
 #include "foundation/VMPropertyList.h"
 
@@ -29,6 +30,13 @@ public:
     static VMVersionItemPtr initWithDict(const QVariantMap& dict);
     // The same from a dictionary node of a parsed catalogue.
     static VMVersionItemPtr initWithNode(plist_t dict);
+    // What the versions of one product share while they are read.
+    struct Reading
+    {
+        bool extendedLogging = false;
+        VMCatalogueKeyTexts hostNames;
+    };
+    static VMVersionItemPtr initWithNode(plist_t dict, Reading& reading);
 
     // Ascending by version number: -1 when this version is older than `other`, 1 when newer, 0 when
     // the numbers are equal.
@@ -59,15 +67,19 @@ public:
     bool isExpandable() const override { return false; }
     QList<VMNodePtr> children() const override { return {}; }
 
-    QDateTime releaseDate() const { return _releaseDate; }
-    void setReleaseDate(const QDateTime& date) { _releaseDate = date; }
+    QDateTime releaseDate() const;
+    void setReleaseDate(const QDateTime& date)
+    {
+        _releaseDate = date;
+        _releaseDay = QDate();
+    }
     QString productVersion() const { return _productVersion; }
     void setProductVersion(const QString& version) { _productVersion = version; }
     QString osXVersion() const { return _osXVersion; }
     void setOsXVersion(const QString& version) { _osXVersion = version; }
     // Host-application name ("FCP X", "Motion") to the minimum host version.
-    QVariantMap hostVersions() const { return _hostVersions; }
-    void setHostVersions(const QVariantMap& versions) { _hostVersions = versions; }
+    QVariantMap hostVersions() const { return VMCatalogueReader::toMap(_hostVersions); }
+    void setHostVersions(const QVariantMap& versions) { _hostVersions = VMCatalogueReader::toEntries(versions); }
     qint64 newFeatures() const { return _newFeatures; }
     void setNewFeatures(qint64 level) { _newFeatures = level; }
     qint64 bugFixes() const { return _bugFixes; }
@@ -100,15 +112,23 @@ private:
     struct Parsing
     {
     };
-    // What parsing starts from: only the defaults that a missing key leaves in place.
+
+public:
+    // What parsing starts from: only the defaults that a missing key leaves in place. Public for
+    // std::make_shared; only this class can make a Parsing.
     explicit VMVersionItem(Parsing);
 
+private:
     bool _versionInstallerRequiresAuthentication = true;
     VMSingleProductItem* _productItem = nullptr;
     QDateTime _releaseDate;
+    // A day read from the catalogue, made a QDateTime only when asked (few ever are); when valid,
+    // it stands for _releaseDate.
+    QDate _releaseDay;
     QString _productVersion;
     QString _osXVersion;
-    QVariantMap _hostVersions;
+    // Kept as read (a map only when asked: few are).
+    VMCatalogueEntries _hostVersions;
     qint64 _newFeatures = 0;
     qint64 _bugFixes = 0;
     QString _featuresText;

@@ -33,6 +33,24 @@ struct NodeFree
 };
 using Node = std::unique_ptr<void, NodeFree>;
 
+// Visits a dictionary's entries in order as (key node, value node), without copying the keys (a
+// copied key costs an allocation, and libplist asserts on one that holds a NUL byte).
+template <typename Visit> void forEachEntry(plist_t dict, Visit visit)
+{
+    plist_dict_iter it = nullptr;
+    plist_dict_new_iter(dict, &it);
+    if (!it)
+        return;
+    for (;;) {
+        plist_t value = nullptr;
+        plist_dict_next_item(dict, it, nullptr, &value);
+        if (!value)
+            break;
+        visit(plist_dict_item_get_key(value), value);
+    }
+    freeMemory(it);
+}
+
 // Seconds between 1970-01-01 and the Mac's reference date, 2001-01-01 (UTC).
 constexpr int64_t kMacEpochOffset = 978307200;
 

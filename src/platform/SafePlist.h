@@ -2,6 +2,7 @@
 
 #include "PlistApi.h"
 
+#include <QByteArrayView>
 #include <QLatin1String>
 #include <QString>
 
@@ -34,16 +35,25 @@ inline plist_t fromMemory(const char* data, uint32_t length)
     return root;
 }
 
-// The text of a string node, read in place: it ends at its first NUL (the recorded length can run
-// past it). Empty when the node holds none.
-inline QString stringText(plist_t node)
+// The UTF-8 bytes of a string node, in place (valid while the node lives): they end at the first
+// NUL (the recorded length can run past it). Empty when the node holds none.
+inline QByteArrayView stringBytes(plist_t node)
 {
     uint64_t length = 0;
     const char* text = plist_get_string_ptr(node, &length);
     if (!text)
-        return QString(QLatin1String(""));
+        return QByteArrayView("", 0);
     const size_t limit = static_cast<size_t>(std::min<uint64_t>(length, 0x7fffffff));
-    return QString::fromUtf8(text, static_cast<qsizetype>(strnlen(text, limit)));
+    return QByteArrayView(text, static_cast<qsizetype>(strnlen(text, limit)));
+}
+
+// The text of a string node, as stringBytes reads it.
+inline QString stringText(plist_t node)
+{
+    const QByteArrayView bytes = stringBytes(node);
+    if (bytes.isEmpty())
+        return QString(QLatin1String(""));
+    return QString::fromUtf8(bytes);
 }
 
 } // namespace SafePlist

@@ -2,6 +2,7 @@
 #include "TestEnvironment.h"
 #include "TestMain.h"
 #include "catalogue/VMBundleProductItem.h"
+#include "catalogue/VMCatalogueReader.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "catalogue/VMUtils.h"
 #include "foundation/LVPreferences.h"
@@ -88,6 +89,10 @@ private slots:
     void unknownKeyGoesToSystemLog();
     void versionBackReferences();
     void productPropertyTable();
+    void oneWalkFindsWhatLookupsFind_data();
+    void hostVersionsAsAnyDictionary_data();
+    void hostVersionsAsAnyDictionary();
+    void oneWalkFindsWhatLookupsFind();
 
 private:
     std::unique_ptr<TestEnvironment> _env;
@@ -419,7 +424,10 @@ void tst_VMProductRecords::releaseDate_data()
     QTest::newRow("trailing text") << QVariant("24.03.15x") << QDate();
     QTest::newRow("empty") << QVariant("") << QDate();
     QTest::newRow("words") << QVariant("March 15") << QDate();
+    QTest::newRow("full-width digit") << QVariant(QStringLiteral("24.03.1\uFF15")) << QDate();
+    QTest::newRow("accent after the day") << QVariant(QStringLiteral("24.03.15\u00E9")) << QDate();
     QTest::newRow("absent keeps parse time") << QVariant() << kParseTime.date();
+    QTest::newRow("a number keeps parse time") << QVariant(qint64(240315)) << kParseTime.date();
 }
 
 void tst_VMProductRecords::releaseDate()
@@ -430,7 +438,7 @@ void tst_VMProductRecords::releaseDate()
     if (text.isValid())
         keys.insert(QStringLiteral("Release Date"), text);
     const QDateTime date = VMVersionItem::initWithDict(keys)->releaseDate();
-    if (!text.isValid()) {
+    if (text.typeId() != QMetaType::QString) {
         QCOMPARE(date, kParseTime);
     } else if (!expected.isValid()) {
         QVERIFY(date.isNull());
@@ -602,6 +610,101 @@ void tst_VMProductRecords::productPropertyTable()
     QVERIFY(log.lines.at(0).contains(QStringLiteral("'key = nil' in ")));
     QVERIFY(log.lines.at(1).contains(QStringLiteral("'key = nil' in ")));
     QVERIFY(product->properties().isEmpty());
+}
+
+namespace {
+
+constexpr const char* kWalkedKeyNames[] = {"A", "B", "Bug Fixes", "Bug Fixes Description", "C", "Zed", "\xC3\x84pfel"};
+constexpr VMCatalogueKeys kWalkedKeys(kWalkedKeyNames);
+
+} // namespace
+
+void tst_VMProductRecords::oneWalkFindsWhatLookupsFind_data()
+{
+    QTest::addColumn<QByteArray>("entries");
+    const auto s = [](const char* key, const char* value) {
+        return QByteArray("<key>") + key + "</key><string>" + value + "</string>";
+    };
+    QTest::newRow("sorted, some absent") << s("A", "a") + s("Bug Fixes", "f") + s("Zed", "z");
+    QTest::newRow("reversed") << s("\xC3\x84pfel", "\xC3\xA4") + s("Zed", "z") + s("C", "c") + s("B", "b") +
+                                     s("A", "a");
+    QTest::newRow("prefix after the longer key") << s("Bug Fixes Description", "d") + s("Bug Fixes", "f");
+    QTest::newRow("unknown keys between")
+        << s("0", "x") + s("A", "a") + s("AB", "x") + s("Bug", "x") + s("C", "c") + s("Zz", "x");
+    QTest::newRow("wrong types") << QByteArray(
+                                        "<key>A</key><integer>1</integer><key>C</key><array/><key>Zed</key><dict/>") +
+                                        s("B", "b");
+    QTest::newRow("empty") << QByteArray();
+}
+
+// Reading a record's keys from one walk of its dictionary gives the nodes, values and problems
+// that a lookup per key gives, whatever the order of the keys.
+void tst_VMProductRecords::oneWalkFindsWhatLookupsFind()
+{
+    QFETCH(QByteArray, entries);
+    const QByteArray xml =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>" + entries + "</dict></plist>";
+    const VMPropertyList::Tree tree = VMPropertyList::treeFromData(xml);
+    QVERIFY(tree.root());
+    VMCatalogueReader walked(tree.root(), kWalkedKeys);
+    VMCatalogueReader looked(tree.root());
+    int found = 0;
+    for (int i = 0; i < kWalkedKeys.size(); ++i) {
+        const VMCatalogueKey key{&kWalkedKeys, i, kWalkedKeys.name(i)};
+        QCOMPARE(walked.value(key), looked.value(key.name));
+        found += looked.value(key.name) != nullptr;
+        QString fromWalk, fromLookup;
+        walked.readString(key, fromWalk);
+        looked.readString(key.name, fromLookup);
+        QCOMPARE(fromWalk, fromLookup);
+        QCOMPARE(fromWalk.isNull(), fromLookup.isNull());
+    }
+    QCOMPARE(walked.problems(), looked.problems());
+    QCOMPARE(found > 0, !entries.isEmpty());
+}
+
+void tst_VMProductRecords::hostVersionsAsAnyDictionary_data()
+{
+    QTest::addColumn<QByteArray>("entries");
+    QTest::newRow("out of order") << QByteArray(
+        "<key>Motion</key><string>5.4</string><key>FCP X</key><string>10.4</string>");
+    QTest::newRow("number and flag") << QByteArray("<key>FCP X</key><real>10.5</real><key>Motion</key><true/>");
+    QTest::newRow("nested") << QByteArray(
+        "<key>FCP X</key><string>10.4</string><key>Motion</key><dict><key>min</key><string>5</string></dict>");
+    QTest::newRow("non-ASCII keys") << QByteArray(
+        "<key>\xC3\xA9</key><string>1</string><key>z</key><string>2</string>");
+    QTest::newRow("empty") << QByteArray();
+}
+
+// The versions of one product share their host names; what each reads is the dictionary as any
+// other reading of it gives it.
+void tst_VMProductRecords::hostVersionsAsAnyDictionary()
+{
+    QFETCH(QByteArray, entries);
+    const QByteArray xml =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict><key>Versions</key><array>"
+        "<dict><key>Host Versions</key><dict>" +
+        entries +
+        "</dict><key>Product Version</key><string>1.0</string></dict>"
+        "<dict><key>Host Versions</key><dict>" +
+        entries +
+        "</dict><key>Product Version</key><string>2.0</string></dict>"
+        "</array></dict></plist>";
+    const VMPropertyList::Tree tree = VMPropertyList::treeFromData(xml);
+    QVERIFY(tree.root());
+    const QVariantMap general = VMPropertyList::nodeToVariant(tree.root())
+                                    .toMap()
+                                    .value(QStringLiteral("Versions"))
+                                    .toList()
+                                    .value(0)
+                                    .toMap()
+                                    .value(QStringLiteral("Host Versions"))
+                                    .toMap();
+    QCOMPARE(general.isEmpty(), entries.isEmpty());
+    const VMSingleProductItemPtr product = VMSingleProductItem::initWithNode(tree.root());
+    QCOMPARE(product->versionItems().size(), 2);
+    for (const VMVersionItemPtr& version : product->versionItems())
+        QCOMPARE(version->hostVersions(), general);
 }
 
 LV_TEST_GUILESS_MAIN(tst_VMProductRecords)
