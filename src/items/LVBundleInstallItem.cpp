@@ -177,12 +177,12 @@ void LVBundleInstallItem::updateStatus()
     for (LVBundleProductInstallItem* row : std::as_const(_productInstallItems))
         statuses.append(row->installStatus());
     _computingStatus = false;
-    const uint status = VMInstallStatus::bundleStatus(statuses);
+    const InstallStatus status = VMInstallStatus::bundleStatus(statuses);
     setInstallStatus(status);
     updateView(status);
 }
 
-void LVBundleInstallItem::updateView(uint status)
+void LVBundleInstallItem::updateView(InstallStatus status)
 {
     if (!_headlineView)
         return;

@@ -91,7 +91,6 @@ public:
     // The summed download progress in percent.
     int downloadProgressValue() const { return _downloadProgressValue; }
 
-
     // Outlets, for tests.
     QWidget* headlineView() const;
     LVInstallItemTitleField* titleField() const;
@@ -118,7 +117,7 @@ private:
     QList<LVBundleProductInstallItem*> rowsIn(std::initializer_list<LVProductBatch::State> states) const;
     LVBundleProductInstallItem* rowForProduct(const QString& productID) const;
     void showIcon(const QImage& image);
-    void updateView(uint status);
+    void updateView(InstallStatus status);
 
     VMBundleProductItemPtr _bundleProductItem;
     QList<LVBundleProductInstallItem*> _productInstallItems;

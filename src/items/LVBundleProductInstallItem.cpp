@@ -115,18 +115,18 @@ void LVBundleProductInstallItem::updateStatus()
         VMDispatch::performOnMainThread(this, [this] { updateStatus(); });
         return;
     }
-    uint status = _operation->busyStatus();
+    InstallStatus status = _operation->busyStatus();
     const QString installed = installedVersion();
     if (status == StatusNotComputed)
-        status = installed.isEmpty() ? uint(StatusNotInstalled)
-                                     : VMInstallStatus::singleProductStatus(*_productItem, installed);
+        status =
+            installed.isEmpty() ? StatusNotInstalled : VMInstallStatus::singleProductStatus(*_productItem, installed);
     setInstallStatus(status);
     updateView(status);
     if (_installItem)
         _installItem->updateStatus();
 }
 
-void LVBundleProductInstallItem::updateView(uint status)
+void LVBundleProductInstallItem::updateView(InstallStatus status)
 {
     if (!_containerView)
         return;

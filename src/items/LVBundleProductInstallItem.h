@@ -77,7 +77,7 @@ public:
 private:
     explicit LVBundleProductInstallItem(const VMSingleProductItemPtr& productItem, QObject* parent);
     void showIcon(const QImage& image);
-    void updateView(uint status);
+    void updateView(InstallStatus status);
     bool concernsThisProduct(const VMNotification& notification) const;
 
     VMSingleProductItemPtr _productItem;
@@ -87,5 +87,5 @@ private:
 
     std::unique_ptr<Ui::LVBundleProductInstallItem> _ui;
     QPointer<QWidget> _containerView;
-    uint _shownStatus = StatusNotComputed;
+    InstallStatus _shownStatus = StatusNotComputed;
 };

@@ -17,14 +17,14 @@ QString LVInstallItem::outlineKey() const
     return product ? product->productID() : title();
 }
 
-uint LVInstallItem::installStatus()
+LVInstallItem::InstallStatus LVInstallItem::installStatus()
 {
     if (_installStatus == StatusNotComputed)
         updateStatus();
     return _installStatus;
 }
 
-void LVInstallItem::setInstallStatus(uint status)
+void LVInstallItem::setInstallStatus(InstallStatus status)
 {
     if (status == _installStatus)
         return;
@@ -91,7 +91,8 @@ void LVInstallItem::doubleClicked(QMouseEvent*, LVInstallItemTitleField*) {}
 void LVInstallItem::followOperation(LVProductOperation* operation)
 {
     connect(operation, &LVProductOperation::phaseChanged, this, [this] { updateStatus(); });
-    connect(operation, &LVProductOperation::downloadBegan, this, [this](Download download) { downloadBegan(download); });
+    connect(operation, &LVProductOperation::downloadBegan, this,
+            [this](Download download) { downloadBegan(download); });
     connect(operation, &LVProductOperation::downloadAdvanced, this,
             [this](Download download, double percent) { downloadAdvanced(download, percent); });
     connect(operation, &LVProductOperation::downloadEnded, this,

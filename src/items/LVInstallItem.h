@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/VMInstallStatus.h"
 #include "engines/LVProductOperation.h"
 #include "outline/LVOutlineItem.h"
 
@@ -22,17 +23,16 @@ class LVInstallItem : public QObject, public LVOutlineItem
 {
     Q_OBJECT
 public:
-    // One numbering shared by every row.
-    enum InstallStatus : uint {
-        StatusNotComputed = 0,
-        StatusNotInstalled = 1,
-        StatusLatestInstalled = 2,
-        StatusUpdateAvailable = 3,
-        StatusBundlePartlyInstalled = 4,
-        StatusDownloading = 5,
-        StatusInstalling = 6,
-        StatusWaitingForBundle = 7,
-    };
+    // One numbering for every row, the model's busy status and the command line.
+    using InstallStatus = VMInstallStatus::Status;
+    static constexpr InstallStatus StatusNotComputed = VMInstallStatus::NotComputed;
+    static constexpr InstallStatus StatusNotInstalled = VMInstallStatus::NotInstalled;
+    static constexpr InstallStatus StatusLatestInstalled = VMInstallStatus::LatestInstalled;
+    static constexpr InstallStatus StatusUpdateAvailable = VMInstallStatus::UpdateAvailable;
+    static constexpr InstallStatus StatusBundlePartlyInstalled = VMInstallStatus::BundlePartlyInstalled;
+    static constexpr InstallStatus StatusDownloading = VMInstallStatus::Downloading;
+    static constexpr InstallStatus StatusInstalling = VMInstallStatus::Installing;
+    static constexpr InstallStatus StatusWaitingForBundle = VMInstallStatus::WaitingForBundle;
 
     explicit LVInstallItem(QObject* parent = nullptr);
     ~LVInstallItem() override;
@@ -43,9 +43,9 @@ public:
     QString outlineKey() const override;
 
     // The stored status; a status still to be computed is computed first.
-    uint installStatus();
+    InstallStatus installStatus();
     // Stores a different status and reports it to the install manager; an equal one does nothing.
-    void setInstallStatus(uint status);
+    void setInstallStatus(InstallStatus status);
     // Recomputes the status and refreshes the view; nothing in the base.
     virtual void updateStatus() {}
     virtual bool discontinued() const { return false; }
@@ -87,10 +87,10 @@ protected:
 
 signals:
     // Every real change of the status, after the install manager has been told.
-    void installStatusChanged(uint status);
+    void installStatusChanged(VMInstallStatus::Status status);
 
 private:
-    uint _installStatus = StatusNotComputed;
+    InstallStatus _installStatus = StatusNotComputed;
     LVRowHost* _installManager = nullptr;
     // Guards _installManager: null once the host object is gone.
     QPointer<QObject> _installManagerObject;

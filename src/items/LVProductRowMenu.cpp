@@ -6,7 +6,7 @@
 
 #include <QMenu>
 
-void LVProductRowMenu::populate(QMenu* menu, const VMSingleProductItem& product, uint status,
+void LVProductRowMenu::populate(QMenu* menu, const VMSingleProductItem& product, VMInstallStatus::Status status,
                                 const LVProductOperation& operation, const Actions& actions)
 {
     static const QString fxPlug3 = QStringLiteral("FxPlug3");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/VMInstallStatus.h"
 #include "catalogue/VMSingleProductItem.h"
 
 #include <QStringList>
@@ -23,6 +24,6 @@ struct Actions
 };
 
 // `status` is the row's install status.
-void populate(QMenu* menu, const VMSingleProductItem& product, uint status, const LVProductOperation& operation,
-              const Actions& actions);
+void populate(QMenu* menu, const VMSingleProductItem& product, VMInstallStatus::Status status,
+              const LVProductOperation& operation, const Actions& actions);
 } // namespace LVProductRowMenu

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/VMInstallStatus.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "widgets/LVAlertPresenter.h"
 
@@ -24,7 +25,7 @@ public:
     virtual void showError(const VMError& error) = 0;
 
     // Install rows report every real change of their status here.
-    virtual void updateStatusChanged(uint status, LVInstallItem* installItem) = 0;
+    virtual void updateStatusChanged(VMInstallStatus::Status status, LVInstallItem* installItem) = 0;
     virtual void selectInstallItem(LVInstallItem* item) = 0;
     // Every single-product row, shown or not (the tools work on these).
     virtual QList<LVInstallItem*> singleProductInstallItems() const = 0;

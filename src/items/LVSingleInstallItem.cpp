@@ -241,13 +241,13 @@ void LVSingleInstallItem::showIcon(const QImage& image)
 void LVSingleInstallItem::updateStatus()
 {
     const QString installed = installedVersion();
-    uint status = _operation->busyStatus();
+    InstallStatus status = _operation->busyStatus();
     // A package that waits for a run's installation is as good as installing.
     if (status == StatusWaitingForBundle)
         status = StatusInstalling;
     else if (status == StatusNotComputed)
-        status = installed.isNull() ? uint(StatusNotInstalled)
-                                    : VMInstallStatus::singleProductStatus(*_productItem, installed);
+        status =
+            installed.isNull() ? StatusNotInstalled : VMInstallStatus::singleProductStatus(*_productItem, installed);
     setInstallStatus(status);
 
     if (!_ui)

@@ -138,7 +138,7 @@ public:
 
     // Badges.
     void updateInstallTabTitle();
-    void updateStatusChanged(uint status, LVInstallItem* installItem) override
+    void updateStatusChanged(VMInstallStatus::Status status, LVInstallItem* installItem) override
     {
         _installsTab->updateStatusChanged(status, installItem);
     }

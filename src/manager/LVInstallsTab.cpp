@@ -162,7 +162,7 @@ qint64 LVInstallsTab::attentionCount() const
     return count;
 }
 
-void LVInstallsTab::updateStatusChanged(uint, LVInstallItem*)
+void LVInstallsTab::updateStatusChanged(VMInstallStatus::Status, LVInstallItem*)
 {
     emit attentionCountChanged(attentionCount());
 }

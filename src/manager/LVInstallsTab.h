@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/VMInstallStatus.h"
 #include "outline/LVOutlineTab.h"
 
 #include <QList>
@@ -48,7 +49,7 @@ public:
 
     // Rows that are neither absent nor up to date, shown or not.
     qint64 attentionCount() const;
-    void updateStatusChanged(uint status, LVInstallItem* installItem);
+    void updateStatusChanged(VMInstallStatus::Status status, LVInstallItem* installItem);
 
 signals:
     void attentionCountChanged(qint64 count);

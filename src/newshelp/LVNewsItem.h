@@ -39,7 +39,6 @@ public:
     bool shouldSelect() override { return true; }
     void setInstallManager(LVRowHost*) override {}
 
-
     // Opens the record's "more info" page, when it names a valid one.
     void moreInfoButtonAction();
 

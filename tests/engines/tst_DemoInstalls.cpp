@@ -28,16 +28,16 @@ class DemoOwner : public QObject
 public:
     explicit DemoOwner(const VMSingleProductItemPtr& product) : operation(new LVProductOperation(product, this))
     {
-        connect(operation, &LVProductOperation::downloadEnded, this, [this](LVProductOperation::Download, bool succeeded) {
-            succeeded ? void(operation->install()) : end(QStringLiteral("downloadFailed"));
-        });
+        connect(operation, &LVProductOperation::downloadEnded, this,
+                [this](LVProductOperation::Download, bool succeeded) {
+                    succeeded ? void(operation->install()) : end(QStringLiteral("downloadFailed"));
+                });
         connect(operation, &LVProductOperation::installEnded, this, [this](bool succeeded, const VMError& error) {
             end(succeeded ? QStringLiteral("installCompleted") : error.localizedFailureReason());
         });
-        connect(
-            operation, &LVProductOperation::uninstallEnded, this, [this](bool succeeded, const VMError& error) {
-                end(succeeded ? QStringLiteral("uninstallCompleted") : error.localizedFailureReason());
-            });
+        connect(operation, &LVProductOperation::uninstallEnded, this, [this](bool succeeded, const VMError& error) {
+            end(succeeded ? QStringLiteral("uninstallCompleted") : error.localizedFailureReason());
+        });
     }
 
     LVProductOperation* operation;

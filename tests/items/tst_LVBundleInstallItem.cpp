@@ -309,7 +309,7 @@ void tst_LVBundleInstallItem::failureEndsTheOperation()
     QCOMPARE(alertTexts(*_alerts), alerts);
     // A had been downloaded and waited for the others; its package went with the operation. B's
     // broken download keeps what arrived, as a failed (not cancelled) download does.
-    QVERIFY(aStatuses.contains(QVariantList{7u}));
+    QVERIFY(aStatuses.contains(QVariantList{QVariant::fromValue(LVInstallItem::StatusWaitingForBundle)}));
     QVERIFY(!a->waitingToInstall());
     QCOMPARE(packagesOnDisk().size(), how == QLatin1String("dropped") ? 1 : 0);
     QVERIFY(installed("A").isNull());

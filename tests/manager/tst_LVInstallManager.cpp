@@ -552,7 +552,7 @@ void tst_LVInstallManager::installsBadgeCountsRowsNeedingAttention()
     // A row reporting a change moves the badge with it.
     auto* first = static_cast<TestInstallItem*>(manager->singleProductInstallItems().first());
     const bool firstCounted = statuses[0] != 1 && statuses[0] != 2;
-    first->setInstallStatus(firstCounted ? 2 : 3);
+    first->setInstallStatus(firstCounted ? LVInstallItem::StatusLatestInstalled : LVInstallItem::StatusUpdateAvailable);
     const int after = count + (firstCounted ? -1 : 1);
     if (after == 0)
         QVERIFY(part<QLabel>(*manager, "_installsCountImageView")->pixmap().isNull());

@@ -14,7 +14,7 @@ TestInstallItem::~TestInstallItem()
 void TestInstallItem::updateStatus()
 {
     ++updateStatusCalls;
-    setInstallStatus(computedStatus);
+    setInstallStatus(InstallStatus(computedStatus));
 }
 
 QWidget* TestInstallItem::view()

@@ -24,7 +24,7 @@ public:
         if (!error.isNull())
             showAlert(LVAlert::alertWithError(error));
     }
-    void updateStatusChanged(uint, LVInstallItem*) override {}
+    void updateStatusChanged(VMInstallStatus::Status, LVInstallItem*) override {}
     void selectInstallItem(LVInstallItem*) override {}
     QList<LVInstallItem*> singleProductInstallItems() const override { return rows; }
     qint64 indicateAsNewProductPeriod() const override { return 14; }
