@@ -97,8 +97,9 @@ LVProductBatch* LVProductOperations::startUpdateAll(const QList<VMSingleProductI
         VMDispatch::performOnMainThread(this, [this, items] {
             VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
             for (const LVProductBatch::Item& item : items) {
-                center.postNotification(VMProductEvents::reloadUpdateItem,
-                                        QVariant::fromValue<QObject*>(operationForProduct(item.product)));
+                // Looked up, not asked for: a catalogue refreshed meanwhile keeps its newer record.
+                QObject* operation = _operations.value(item.product->productID());
+                center.postNotification(VMProductEvents::reloadUpdateItem, QVariant::fromValue(operation));
                 center.postNotification(VMProductEvents::installCompleted, QVariant::fromValue(item.product));
             }
         });
