@@ -79,23 +79,25 @@ inline int64_t dateValue(plist_t node)
 #endif
 }
 
-// The XML (or binary) form of a tree; empty when libplist gives none.
-template <typename Bytes> Bytes toXml(plist_t root)
+// What `write` (plist_to_xml or plist_to_bin) makes of a tree; empty when libplist gives none.
+template <typename Bytes, typename Write> Bytes written(plist_t root, Write write)
 {
     char* data = nullptr;
     uint32_t length = 0;
-    plist_to_xml(root, &data, &length);
+    write(root, &data, &length);
     const Memory owned(data);
     return data ? Bytes(data, length) : Bytes();
 }
 
+// The XML (or binary) form of a tree; empty when libplist gives none.
+template <typename Bytes> Bytes toXml(plist_t root)
+{
+    return written<Bytes>(root, plist_to_xml);
+}
+
 template <typename Bytes> Bytes toBinary(plist_t root)
 {
-    char* data = nullptr;
-    uint32_t length = 0;
-    plist_to_bin(root, &data, &length);
-    const Memory owned(data);
-    return data ? Bytes(data, length) : Bytes();
+    return written<Bytes>(root, plist_to_bin);
 }
 
 } // namespace PlistApi
