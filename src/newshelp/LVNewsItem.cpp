@@ -14,6 +14,7 @@
 #include <QFontMetrics>
 #include <QLocale>
 #include <QPushButton>
+#include <cmath>
 
 LVNewsItem::LVNewsItem(const std::shared_ptr<VMNewsItem>& newsItem)
     : _newsItem(newsItem), _newsImageURL(newsItem->newsImageURL()),
@@ -92,9 +93,11 @@ void LVNewsItem::loadView()
     _headlineView->resize(width, textHeight + margins.top() + margins.bottom());
     _moreInfoView->resize(width, _moreInfoView->height());
 
+    // The catalogue's number, kept to a height a view can have.
     const QVariant imageHeight = _newsItem->propertyForKey(QLatin1String(VMNewsItem::imageHeight));
-    if (imageHeight.isValid())
-        _moreInfoView->resize(_moreInfoView->width(), int(imageHeight.toDouble()));
+    const double height = imageHeight.toDouble();
+    if (imageHeight.isValid() && std::isfinite(height))
+        _moreInfoView->resize(_moreInfoView->width(), int(qBound(0.0, height, 10000.0)));
 }
 
 QWidget* LVNewsItem::view()
