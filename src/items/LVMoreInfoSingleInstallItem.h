@@ -1,33 +1,26 @@
 #pragma once
 
-#include "LVInstallItem.h"
 #include "outline/LVOutlineItem.h"
 
-#include <QPointer>
-#include <QWidget>
+class LVSingleInstallItem;
 
-// The child row of a product row that shows the product's details.
+// The child row of a product row that shows the product's details. Its view belongs to the
+// product row, which makes it and takes it back together with its own.
 class LVMoreInfoSingleInstallItem : public LVOutlineItem
 {
 public:
-    LVMoreInfoSingleInstallItem(LVInstallItem* installItem, QWidget* view) : _installItem(installItem), _view(view) {}
+    explicit LVMoreInfoSingleInstallItem(LVSingleInstallItem* installItem) : _installItem(installItem) {}
 
-    LVInstallItem* installItem() const { return _installItem; }
-    void setView(QWidget* view) { _view = view; }
+    LVSingleInstallItem* installItem() const { return _installItem; }
 
-    // The details are made together with the product row's headline.
-    QWidget* view() override
-    {
-        if (!_view && _installItem)
-            _installItem->view();
-        return _view;
-    }
+    QWidget* view() override;
+    // Out of sight the list may take it; the product row lets it go with its own view.
+    bool canReleaseView() const override { return true; }
     QList<LVOutlineItem*> childItems() override { return {}; }
     bool shouldExpand() override { return false; }
     bool shouldSelect() override { return false; }
     void setInstallManager(LVRowHost*) override {}
 
 private:
-    LVInstallItem* _installItem;
-    QPointer<QWidget> _view;
+    LVSingleInstallItem* _installItem;
 };

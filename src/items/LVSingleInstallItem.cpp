@@ -18,7 +18,9 @@
 #include "platform/Platform.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QApplication>
 #include <QFileDialog>
+#include <QHash>
 #include <QMenu>
 #include <QPainter>
 #include <QTextDocument>
@@ -39,10 +41,16 @@ LVSingleInstallItem::SavePathProvider& savePathProvider()
     return provider;
 }
 
+// Rows come and go as the list scrolls; each image is read once.
 QIcon namedImage(const char* name)
 {
-    initImageResources();
-    return QIcon(QStringLiteral(":/") + QLatin1String(name));
+    static QHash<QByteArray, QIcon> loaded;
+    auto found = loaded.find(QByteArray(name));
+    if (found == loaded.end()) {
+        initImageResources();
+        found = loaded.insert(QByteArray(name), QIcon(QStringLiteral(":/") + QLatin1String(name)));
+    }
+    return *found;
 }
 
 } // namespace
@@ -53,7 +61,7 @@ void LVSingleInstallItem::setSavePathProvider(SavePathProvider provider)
 }
 
 LVSingleInstallItem::LVSingleInstallItem(const VMSingleProductItemPtr& productItem)
-    : _productItem(productItem), _moreInfoItem(std::make_unique<LVMoreInfoSingleInstallItem>(this, nullptr))
+    : _productItem(productItem), _moreInfoItem(std::make_unique<LVMoreInfoSingleInstallItem>(this))
 {
     // The product's operation outlives this row: a row made by a refresh finds it running.
     _operation = LVProductOperations::shared().operationForProduct(productItem);
@@ -137,7 +145,6 @@ void LVSingleInstallItem::loadView()
     _moreInfoView->setParent(nullptr);
     _headlineView->resize(width, _headlineView->minimumHeight());
     _moreInfoView->resize(width, 76);
-    _moreInfoItem->setView(_moreInfoView);
 
     _headlineView->setAccessibleName(title());
     _headlineView->setAccessibleDescription(tr("Product"));
@@ -175,7 +182,9 @@ void LVSingleInstallItem::loadView()
     connect(_ui->_buyButton, &QPushButton::clicked, this, &LVSingleInstallItem::buy);
 
     updateStatus();
-    updateDescription();
+    updateTitle();
+    // The details wait until the row is opened.
+    _descriptionWritten = false;
 
     showIcon(QImage());
     LVRowIcon::load(_productItem->productIconURL(), _iconFetch, this, [this](const QImage& image) { showIcon(image); });
@@ -186,6 +195,44 @@ QWidget* LVSingleInstallItem::view()
     if (!_ui)
         loadView();
     return _headlineView;
+}
+
+QWidget* LVSingleInstallItem::detailsView()
+{
+    view();
+    if (!_descriptionWritten) {
+        _descriptionWritten = true;
+        updateDescription();
+    }
+    return _moreInfoView;
+}
+
+bool LVSingleInstallItem::canReleaseView() const
+{
+    if (!_ui)
+        return false;
+    // Not while the user works in it, nor while its details are still listed.
+    if (_menu && _menu->isVisible())
+        return false;
+    const QWidget* focus = QApplication::focusWidget();
+    if (focus && (_headlineView->isAncestorOf(focus) || _moreInfoView->isAncestorOf(focus)))
+        return false;
+    return !_moreInfoView->parentWidget();
+}
+
+void LVSingleInstallItem::releaseView()
+{
+    // Everything the view shows comes from the product and its operation, so it is made again
+    // when the row comes back into sight.
+    delete _headlineView;
+    delete _moreInfoView;
+    delete _panel;
+    _ui.reset();
+}
+
+QWidget* LVMoreInfoSingleInstallItem::view()
+{
+    return _installItem->detailsView();
 }
 
 QList<LVOutlineItem*> LVSingleInstallItem::childItems()
@@ -335,7 +382,8 @@ void LVSingleInstallItem::updateProgressDescription()
 
 void LVSingleInstallItem::updateDescription()
 {
-    if (!_ui)
+    updateTitle();
+    if (!_ui || !_descriptionWritten)
         return;
     QTextDocument* document = _ui->_descriptionTextView->document();
     LVProductDescription::write(document, *_productItem, installedVersion());
@@ -353,15 +401,19 @@ void LVSingleInstallItem::updateDescription()
         if (installManager())
             installManager()->noteRowHeightsChanged();
     }
+    _ui->_moreInfoButton->setEnabled(!_productItem->productInfoURL().isEmpty());
+    _ui->_buyButton->setEnabled(!_productItem->productBuyURL().isEmpty());
+}
 
+void LVSingleInstallItem::updateTitle()
+{
+    if (!_ui)
+        return;
     const qint64 newPeriod = installManager() ? installManager()->indicateAsNewProductPeriod() : 14;
     const QString titleHtml = LVProductDescription::titleHtml(*_productItem, title(), newPeriod);
     _ui->_titleField->setAttributedStringValue(titleHtml);
     const bool twoLines = titleHtml.contains(QLatin1String("<br>"));
     _ui->_titleField->setMinimumHeight(twoLines ? 32 : 16);
-
-    _ui->_moreInfoButton->setEnabled(!_productItem->productInfoURL().isEmpty());
-    _ui->_buyButton->setEnabled(!_productItem->productBuyURL().isEmpty());
 }
 
 void LVSingleInstallItem::downloadButtonAction()

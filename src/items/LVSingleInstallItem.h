@@ -55,12 +55,17 @@ public:
     bool discontinued() const override;
     QWidget* view() override;
     QSize viewSizeHint() override;
+    bool canReleaseView() const override;
+    void releaseView() override;
+    // The view of the row's details (its child row), written when first asked for.
+    QWidget* detailsView();
     QList<LVOutlineItem*> childItems() override;
     bool shouldExpand() override { return true; }
     bool shouldCollapse() override { return true; }
     bool shouldSelect() override { return true; }
 
     void updateStatus() override;
+    // The title line, and the details once they have been shown.
     void updateDescription();
 
     void downloadButtonAction();
@@ -107,6 +112,7 @@ public:
 private:
     explicit LVSingleInstallItem(const VMSingleProductItemPtr& productItem);
     void loadView();
+    void updateTitle();
     void showIcon(const QImage& image);
     void updateProgressDescription();
     static bool concernsProduct(const VMNotification& notification, const VMSingleProductItem& product);
@@ -114,6 +120,7 @@ private:
     VMSingleProductItemPtr _productItem;
     LVProductOperation* _operation = nullptr;
     bool _showUserAlert = false;
+    bool _descriptionWritten = false;
     std::unique_ptr<LVMoreInfoSingleInstallItem> _moreInfoItem;
 
     std::unique_ptr<Ui::LVSingleInstallItem> _ui;

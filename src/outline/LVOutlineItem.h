@@ -32,6 +32,12 @@ public:
         QWidget* rowView = view();
         return rowView ? rowView->size() : QSize(0, 0);
     }
+    // Lists make views only for the rows in sight. A row that can make its view again from what it
+    // knows lets the list take it back once the row is out of sight, so that memory stays flat in
+    // the number of rows: canReleaseView() says whether it may be taken now (not while it is in use),
+    // releaseView() is called once the list no longer shows it.
+    virtual bool canReleaseView() const { return false; }
+    virtual void releaseView() {}
     virtual QList<LVOutlineItem*> childItems() { return {}; }
     virtual bool shouldExpand() { return false; }
     virtual bool shouldCollapse() { return true; }

@@ -14,6 +14,10 @@ void LVOutlineModel::refreshRoot()
 {
     _rootItems = _provider ? _provider() : QList<LVOutlineItem*>();
     _rootItems.removeAll(nullptr);
+    _rootRows.clear();
+    _rootRows.reserve(_rootItems.size());
+    for (int row = 0; row < _rootItems.size(); ++row)
+        _rootRows.insert(_rootItems.at(row), row);
     _parents.clear();
 }
 
@@ -46,9 +50,9 @@ QModelIndex LVOutlineModel::indexForItem(LVOutlineItem* item) const
 {
     if (!item)
         return QModelIndex();
-    const int rootRow = _rootItems.indexOf(item);
-    if (rootRow >= 0)
-        return createIndex(rootRow, 0, item);
+    const auto rootRow = _rootRows.constFind(item);
+    if (rootRow != _rootRows.cend())
+        return createIndex(*rootRow, 0, item);
     LVOutlineItem* parentItem = _parents.value(item);
     if (!parentItem)
         return QModelIndex();
@@ -63,6 +67,8 @@ QModelIndex LVOutlineModel::index(int row, int column, const QModelIndex& parent
 {
     if (column != 0 || row < 0)
         return QModelIndex();
+    if (!parent.isValid())
+        return row < _rootItems.size() ? createIndex(row, 0, _rootItems.at(row)) : QModelIndex();
     const QList<LVOutlineItem*> children = childrenOf(itemForIndex(parent));
     if (row >= children.size())
         return QModelIndex();
@@ -72,7 +78,7 @@ QModelIndex LVOutlineModel::index(int row, int column, const QModelIndex& parent
 QModelIndex LVOutlineModel::parent(const QModelIndex& child) const
 {
     LVOutlineItem* item = itemForIndex(child);
-    if (!item || _rootItems.contains(item))
+    if (!item || _rootRows.contains(item))
         return QModelIndex();
     return indexForItem(_parents.value(item));
 }
@@ -81,6 +87,8 @@ int LVOutlineModel::rowCount(const QModelIndex& parent) const
 {
     if (parent.isValid() && parent.column() != 0)
         return 0;
+    if (!parent.isValid())
+        return int(_rootItems.size());
     return int(childrenOf(itemForIndex(parent)).size());
 }
 

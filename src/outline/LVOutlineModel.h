@@ -39,6 +39,8 @@ private:
 
     ListProvider _provider;
     QList<LVOutlineItem*> _rootItems;
+    // The views ask for a row's place often; a list of thousands must not be searched each time.
+    QHash<const LVOutlineItem*, int> _rootRows;
     // Filled as children are handed out; a row's parent is the row that listed it.
     mutable QHash<const LVOutlineItem*, LVOutlineItem*> _parents;
 };

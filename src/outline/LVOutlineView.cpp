@@ -11,6 +11,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QSet>
 #include <QStyledItemDelegate>
 #include <QTimer>
 #include <utility>
@@ -49,7 +50,7 @@ LVOutlineView::LVOutlineView(QWidget* parent) : QTreeView(parent)
     setItemDelegate(new RowViewDelegate(this));
     _idlePlacement = new QTimer(this);
     _idlePlacement->setSingleShot(true);
-    connect(_idlePlacement, &QTimer::timeout, this, &LVOutlineView::placeMoreViewsWhenIdle);
+    connect(_idlePlacement, &QTimer::timeout, this, &LVOutlineView::placeNearbyViewsWhenIdle);
     setUniformRowHeights(false);
     setItemsExpandable(false); // expansion goes through the rows' own answers
     setExpandsOnDoubleClick(false);
@@ -61,10 +62,7 @@ LVOutlineView::LVOutlineView(QWidget* parent) : QTreeView(parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::NoFocus);
-    connect(this, &QTreeView::expanded, this, [this] {
-        _idlePlacementDone = false;
-        placeVisibleViews();
-    });
+    connect(this, &QTreeView::expanded, this, &LVOutlineView::placeVisibleViews);
 }
 
 LVOutlineView::~LVOutlineView()
@@ -78,12 +76,13 @@ LVOutlineView::~LVOutlineView()
 void LVOutlineView::setOutlineModel(LVOutlineModel* model)
 {
     _model = model;
-    _idlePlacementDone = false;
+    _placed.clear();
     setModel(model);
     if (model) {
         connect(model, &QAbstractItemModel::modelAboutToBeReset, this, &LVOutlineView::rememberOpenState);
         connect(model, &QAbstractItemModel::modelReset, this, [this] {
-            _idlePlacementDone = false;
+            // The reset took every view out of the list.
+            _placed.clear();
             executeDelayedItemsLayout();
             restoreOpenState();
             placeVisibleViews();
@@ -169,28 +168,34 @@ void LVOutlineView::placeView(const QModelIndex& index)
     view->setAutoFillBackground(false);
     setIndexWidget(index, view);
     view->show();
+    _placed.append(QPersistentModelIndex(index));
+}
+
+QModelIndexList LVOutlineView::rowsAround(int margin) const
+{
+    QModelIndexList rows;
+    if (!_model)
+        return rows;
+    QModelIndex index = indexAt(QPoint(0, 0));
+    for (QModelIndex above = indexAbove(index); above.isValid() && visualRect(above).bottom() >= -margin;
+         above = indexAbove(above))
+        index = above;
+    if (!index.isValid())
+        index = _model->index(0, 0);
+    for (; index.isValid() && visualRect(index).top() <= viewport()->height() + margin; index = indexBelow(index))
+        rows.append(index);
+    return rows;
 }
 
 void LVOutlineView::placeVisibleViews()
 {
     if (!_model)
         return;
-    const int margin = viewport()->height() / 2;
-    QModelIndex index = indexAt(QPoint(0, 0));
-    // Above the first row in sight, half a page back.
-    for (QModelIndex above = indexAbove(index); above.isValid() && visualRect(above).bottom() >= -margin;
-         above = indexAbove(above))
-        index = above;
-    if (!index.isValid())
-        index = _model->index(0, 0);
-    for (; index.isValid(); index = indexBelow(index)) {
-        if (visualRect(index).top() > viewport()->height() + margin)
-            break;
+    for (const QModelIndex& index : rowsAround(0))
         placeView(index);
-    }
-    if (_idlePlacementDone || _idlePlacement->isActive())
-        return;
-    _idlePlacement->start(0);
+    releaseDistantViews();
+    if (!_idlePlacement->isActive())
+        _idlePlacement->start(0);
 }
 
 void LVOutlineView::showEvent(QShowEvent* event)
@@ -199,7 +204,7 @@ void LVOutlineView::showEvent(QShowEvent* event)
     placeVisibleViews();
 }
 
-void LVOutlineView::placeMoreViewsWhenIdle()
+void LVOutlineView::placeNearbyViewsWhenIdle()
 {
     // A hidden list goes on when it is shown again.
     if (!_model || !isVisible())
@@ -208,21 +213,35 @@ void LVOutlineView::placeMoreViewsWhenIdle()
     constexpr qint64 budgetNs = 4'000'000;
     QElapsedTimer clock;
     clock.start();
-    // A reset list starts again from its first row.
-    QModelIndex index = _nextIdlePlacement.isValid() ? QModelIndex(_nextIdlePlacement) : _model->index(0, 0);
-    for (; index.isValid() && clock.nsecsElapsed() < budgetNs; index = indexBelow(index))
+    const QModelIndexList nearby = rowsAround(viewport()->height() / 2);
+    for (const QModelIndex& index : nearby) {
+        if (clock.nsecsElapsed() >= budgetNs) {
+            _idlePlacement->start(0);
+            return;
+        }
         placeView(index);
-    _nextIdlePlacement = index;
-    _idlePlacementDone = !index.isValid();
-    if (!_idlePlacementDone)
-        _idlePlacement->start(0);
+    }
 }
 
-void LVOutlineView::rowsInserted(const QModelIndex& parent, int start, int end)
+void LVOutlineView::releaseDistantViews()
 {
-    QTreeView::rowsInserted(parent, start, end);
-    // Their views come with the layout that follows, if they are in sight, or when idle.
-    _idlePlacementDone = false;
+    // A page around the rows in sight stays, so that scrolling back and forth makes nothing anew.
+    const QModelIndexList kept = rowsAround(viewport()->height());
+    const QSet<QPersistentModelIndex> keep(kept.cbegin(), kept.cend());
+    // Children first: a row may take its view back only once its child rows have given theirs.
+    for (qsizetype i = _placed.size() - 1; i >= 0; --i) {
+        const QPersistentModelIndex index = _placed.at(i);
+        if (index.isValid() && keep.contains(index) && indexWidget(index))
+            continue;
+        LVOutlineItem* item = index.isValid() ? _model->itemForIndex(index) : nullptr;
+        if (item && indexWidget(index) && !item->canReleaseView())
+            continue;
+        _placed.removeAt(i);
+        if (!item || !indexWidget(index))
+            continue;
+        closePersistentEditor(index);
+        item->releaseView();
+    }
 }
 
 void LVOutlineView::scrollContentsBy(int dx, int dy)

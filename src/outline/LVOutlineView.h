@@ -11,6 +11,8 @@ class LVOutlineModel;
 // A tree view of row controllers: each row is its controller's own widget (placed as the index
 // widget), as high as that widget. Rows decide themselves whether they may be selected, expanded
 // or collapsed. The widgets stay owned by their rows: resetting the model only takes them out.
+// Only the rows in sight and about a page around them have their views in the list; the others
+// are given back to rows that can make them again, so a list of thousands of rows stays light.
 class LVOutlineView : public QTreeView
 {
     Q_OBJECT
@@ -45,11 +47,12 @@ public:
     // Puts the row's view in place now, shown or not (a screen reader reading the row's controls).
     // The list itself makes the views of the rows it shows, as they come into sight.
     void placeView(const QModelIndex& index);
+    // How many rows have their views in the list now.
+    int placedViewCount() const { return int(_placed.size()); }
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
-    void rowsInserted(const QModelIndex& parent, int start, int end) override;
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void scrollContentsBy(int dx, int dy) override;
@@ -69,15 +72,17 @@ private:
     void rememberOpenState();
     void restoreOpenState();
 
-    // The views of the rows in sight and half a page around them.
+    // The rows from `margin` pixels above the viewport to `margin` below it, in order.
+    QModelIndexList rowsAround(int margin) const;
+    // The views of the rows in sight at once, then of the half page around them when idle; the
+    // views of rows further away go back to their rows.
     void placeVisibleViews();
-    // In idle moments, a few milliseconds at a time, the views of the rows not yet in sight, so that
-    // scrolling later finds them made.
-    void placeMoreViewsWhenIdle();
+    void placeNearbyViewsWhenIdle();
+    void releaseDistantViews();
 
     QTimer* _idlePlacement = nullptr;
-    QPersistentModelIndex _nextIdlePlacement;
-    bool _idlePlacementDone = false;
+    // The rows whose views are in the list, deepest last.
+    QList<QPersistentModelIndex> _placed;
 
     LVOutlineModel* _model = nullptr;
     QString _placeholderText;

@@ -126,7 +126,8 @@ std::unique_ptr<LVSingleInstallItem> tst_LVSingleInstallItem::row(const VMSingle
     item->view();
     item->setInstalledVersion(installed);
     item->updateStatus();
-    item->updateDescription();
+    // Opened, as the user sees the details.
+    item->detailsView();
     return item;
 }
 
