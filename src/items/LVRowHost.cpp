@@ -1,6 +1,11 @@
 #include "LVRowHost.h"
 
 #include "items/LVInstallItem.h"
+#include "items/LVProductRowView.h"
+
+LVRowHost::LVRowHost() : _productRowViews(std::make_unique<LVProductRowViews>()) {}
+
+LVRowHost::~LVRowHost() = default;
 
 QList<VMSingleProductItemPtr> LVRowHost::singleProducts() const
 {

@@ -6,8 +6,10 @@
 
 #include <QList>
 #include <QString>
+#include <memory>
 
 class LVInstallItem;
+class LVProductRowViews;
 class QWidget;
 class VMError;
 
@@ -17,7 +19,8 @@ class VMError;
 class LVRowHost
 {
 public:
-    virtual ~LVRowHost() = default;
+    LVRowHost();
+    virtual ~LVRowHost();
 
     // Alerts over the main window.
     virtual void showAlert(const LVAlert& alert) = 0;
@@ -36,4 +39,10 @@ public:
     virtual void noteRowHeightsChanged() {}
     // The main window, or null while it has not been shown.
     virtual QWidget* window() const = 0;
+
+    // Product rows' views, lent to the rows in sight.
+    LVProductRowViews& productRowViews() { return *_productRowViews; }
+
+private:
+    std::unique_ptr<LVProductRowViews> _productRowViews;
 };

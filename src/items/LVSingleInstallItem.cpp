@@ -1,4 +1,5 @@
 #include "LVSingleInstallItem.h"
+#include "LVProductRowView.h"
 #include "catalogue/VMProductEvents.h"
 #include "ui_LVSingleInstallItem.h"
 
@@ -83,9 +84,7 @@ LVSingleInstallItem::~LVSingleInstallItem()
 {
     VMNotificationCenter::defaultCenter().removeObserver(this);
     // The operation goes on without this row; its signals to it end with it.
-    delete _headlineView;
-    delete _moreInfoView;
-    delete _panel;
+    releaseView();
 }
 
 LVSingleInstallItem* LVSingleInstallItem::initWithSingleProductItem(const VMSingleProductItemPtr& productItem)
@@ -134,52 +133,31 @@ QString LVSingleInstallItem::latestVersionInstallerURL() const
 
 void LVSingleInstallItem::loadView()
 {
-    _ui = std::make_unique<Ui::LVSingleInstallItem>();
-    _panel = new QWidget;
-    _ui->setupUi(_panel);
-    // The panel holds the row's two views; the row and its child each take theirs out of it.
-    const int width = _panel->width();
-    _headlineView = _ui->_headlineView;
-    _moreInfoView = _ui->_moreInfoView;
-    _headlineView->setParent(nullptr);
-    _moreInfoView->setParent(nullptr);
-    _headlineView->resize(width, _headlineView->minimumHeight());
-    _moreInfoView->resize(width, 76);
+    LVRowHost* host = installManager();
+    _rowView = host ? host->productRowViews().lend() : std::make_unique<LVProductRowView>();
+    Ui::LVSingleInstallItem& ui = _rowView->ui();
+    _headlineView = _rowView->headline();
+    _moreInfoView = _rowView->details();
+    _menu = _rowView->menu();
 
     _headlineView->setAccessibleName(title());
-    _headlineView->setAccessibleDescription(tr("Product"));
     _moreInfoView->setAccessibleName(tr("%1 details").arg(title()));
-    _ui->_titleField->setDelegate(this);
-    _ui->_titleField->setAccessibleName(title());
-    _ui->_productIconImageView->setAccessibleName(tr("%1 icon").arg(title()));
-    _ui->_statusButton->setAccessibleName(tr("Status image"));
-    _ui->_statusTextField->setAccessibleDescription(tr("Install status"));
-    _ui->_downloadProgressBar->setAccessibleName(tr("Download progress"));
-    _ui->_menuButton->setAccessibleName(tr("Actions for %1").arg(title()));
-    _ui->_menuButton->setToolTip(tr("More actions"));
-    _ui->_descriptionTextView->setAccessibleName(tr("Description of %1").arg(title()));
-    _ui->_moreInfoButton->setAccessibleName(tr("More Info"));
-    _ui->_buyButton->setAccessibleName(tr("Buy"));
-
-    _ui->_downloadProgressBar->setValue(0);
-    _ui->_downloadProgressBar->hide();
-
-    // The pop-up menu is filled each time it opens; the row is its delegate.
-    _menu = new QMenu(_ui->_menuButton);
+    ui._titleField->setDelegate(this);
+    ui._titleField->setAccessibleName(title());
+    ui._productIconImageView->setAccessibleName(tr("%1 icon").arg(title()));
+    ui._menuButton->setAccessibleName(tr("Actions for %1").arg(title()));
+    ui._descriptionTextView->setAccessibleName(tr("Description of %1").arg(title()));
     _menu->setAccessibleName(tr("Actions for %1").arg(title()));
-    _ui->_menuButton->setMenu(_menu);
-    // A click opens the menu at once; unlike an instant pop-up this also lets the accessibility
-    // interface press the button and open the menu.
-    connect(_ui->_menuButton, &QToolButton::clicked, _ui->_menuButton, &QToolButton::showMenu);
-    connect(_menu, &QMenu::aboutToShow, this, [this] { menuWillOpen(_menu); });
-    // Emptied only after a chosen entry has run: Qt hides the menu before triggering the entry.
-    // An entry chosen through the accessibility interface leaves the menu open otherwise.
-    connect(_menu, &QMenu::triggered, _menu, &QMenu::close);
-    connect(_menu, &QMenu::aboutToHide, this, [this] { QTimer::singleShot(0, this, [this] { menuDidClose(_menu); }); });
 
-    connect(_ui->_downloadButton, &QToolButton::clicked, this, &LVSingleInstallItem::downloadButtonAction);
-    connect(_ui->_moreInfoButton, &QPushButton::clicked, this, &LVSingleInstallItem::showMoreInfo);
-    connect(_ui->_buyButton, &QPushButton::clicked, this, &LVSingleInstallItem::buy);
+    // The menu is filled each time it opens and emptied only after a chosen entry has run.
+    connect(_menu, &QMenu::aboutToShow, this, [this] { menuWillOpen(_menu); });
+    connect(_menu, &QMenu::aboutToHide, this, [this] {
+        QPointer<QMenu> menu = _menu;
+        QTimer::singleShot(0, this, [this, menu] { menuDidClose(menu); });
+    });
+    connect(ui._downloadButton, &QToolButton::clicked, this, &LVSingleInstallItem::downloadButtonAction);
+    connect(ui._moreInfoButton, &QPushButton::clicked, this, &LVSingleInstallItem::showMoreInfo);
+    connect(ui._buyButton, &QPushButton::clicked, this, &LVSingleInstallItem::buy);
 
     updateStatus();
     updateTitle();
@@ -192,7 +170,7 @@ void LVSingleInstallItem::loadView()
 
 QWidget* LVSingleInstallItem::view()
 {
-    if (!_ui)
+    if (!_rowView)
         loadView();
     return _headlineView;
 }
@@ -209,7 +187,7 @@ QWidget* LVSingleInstallItem::detailsView()
 
 bool LVSingleInstallItem::canReleaseView() const
 {
-    if (!_ui)
+    if (!_rowView)
         return false;
     // Not while the user works in it, nor while its details are still listed.
     if (_menu && _menu->isVisible())
@@ -222,12 +200,20 @@ bool LVSingleInstallItem::canReleaseView() const
 
 void LVSingleInstallItem::releaseView()
 {
-    // Everything the view shows comes from the product and its operation, so it is made again
-    // when the row comes back into sight.
-    delete _headlineView;
-    delete _moreInfoView;
-    delete _panel;
-    _ui.reset();
+    if (!_rowView)
+        return;
+    // Everything the view shows comes from the product and its operation, so the next row to hold
+    // it, or this one when it comes back into sight, shows its own.
+    Ui::LVSingleInstallItem& ui = _rowView->ui();
+    for (QObject* sender :
+         std::initializer_list<QObject*>{_menu, ui._downloadButton, ui._moreInfoButton, ui._buyButton})
+        disconnect(sender, nullptr, this, nullptr);
+    ui._titleField->setDelegate(nullptr);
+    _headlineView->hide();
+    _moreInfoView->hide();
+    if (LVRowHost* host = installManager())
+        host->productRowViews().giveBack(std::move(_rowView));
+    _rowView.reset();
 }
 
 QWidget* LVMoreInfoSingleInstallItem::view()
@@ -256,9 +242,9 @@ QSize LVSingleInstallItem::viewSizeHint()
 
 void LVSingleInstallItem::showIcon(const QImage& image)
 {
-    if (!_ui)
+    if (!_rowView)
         return;
-    QLabel* iconView = _ui->_productIconImageView;
+    QLabel* iconView = _rowView->ui()._productIconImageView;
     const qreal ratio = iconView->devicePixelRatioF();
     QPixmap pixmap(iconView->size() * ratio);
     pixmap.setDevicePixelRatio(ratio);
@@ -297,12 +283,12 @@ void LVSingleInstallItem::updateStatus()
             installed.isNull() ? StatusNotInstalled : VMInstallStatus::singleProductStatus(*_productItem, installed);
     setInstallStatus(status);
 
-    if (!_ui)
+    if (!_rowView)
         return;
-    QLabel* statusText = _ui->_statusTextField;
-    QLabel* statusImage = _ui->_statusButton;
-    QToolButton* button = _ui->_downloadButton;
-    QProgressBar* progress = _ui->_downloadProgressBar;
+    QLabel* statusText = _rowView->ui()._statusTextField;
+    QLabel* statusImage = _rowView->ui()._statusButton;
+    QToolButton* button = _rowView->ui()._downloadButton;
+    QProgressBar* progress = _rowView->ui()._downloadProgressBar;
     const auto setStatus = [&](const QString& text, const char* image) {
         statusText->setText(text);
         statusText->show();
@@ -373,19 +359,19 @@ void LVSingleInstallItem::updateStatus()
 
 void LVSingleInstallItem::updateProgressDescription()
 {
-    if (!_ui)
+    if (!_rowView)
         return;
     const QString description = _operation->progressDescription();
-    _ui->_downloadProgressBar->setToolTip(description);
-    _ui->_downloadProgressBar->setAccessibleDescription(description);
+    _rowView->ui()._downloadProgressBar->setToolTip(description);
+    _rowView->ui()._downloadProgressBar->setAccessibleDescription(description);
 }
 
 void LVSingleInstallItem::updateDescription()
 {
     updateTitle();
-    if (!_ui || !_descriptionWritten)
+    if (!_rowView || !_descriptionWritten)
         return;
-    QTextDocument* document = _ui->_descriptionTextView->document();
+    QTextDocument* document = _rowView->ui()._descriptionTextView->document();
     LVProductDescription::write(document, *_productItem, installedVersion());
 
     // As high as the text at the row's width, within bounds; the buttons' line below it.
@@ -395,25 +381,25 @@ void LVSingleInstallItem::updateDescription()
     const bool empty = document->isEmpty();
     const int used = int(std::ceil(document->documentLayout()->documentSize().height()));
     const int height = empty ? 40 : qMin(used, 280);
-    _ui->_descriptionTextView->setFixedHeight(height);
+    _rowView->ui()._descriptionTextView->setFixedHeight(height);
     if (_moreInfoView->height() != height + 36) {
         _moreInfoView->resize(_moreInfoView->width(), height + 36);
         if (installManager())
             installManager()->noteRowHeightsChanged();
     }
-    _ui->_moreInfoButton->setEnabled(!_productItem->productInfoURL().isEmpty());
-    _ui->_buyButton->setEnabled(!_productItem->productBuyURL().isEmpty());
+    _rowView->ui()._moreInfoButton->setEnabled(!_productItem->productInfoURL().isEmpty());
+    _rowView->ui()._buyButton->setEnabled(!_productItem->productBuyURL().isEmpty());
 }
 
 void LVSingleInstallItem::updateTitle()
 {
-    if (!_ui)
+    if (!_rowView)
         return;
     const qint64 newPeriod = installManager() ? installManager()->indicateAsNewProductPeriod() : 14;
     const QString titleHtml = LVProductDescription::titleHtml(*_productItem, title(), newPeriod);
-    _ui->_titleField->setAttributedStringValue(titleHtml);
+    _rowView->ui()._titleField->setAttributedStringValue(titleHtml);
     const bool twoLines = titleHtml.contains(QLatin1String("<br>"));
-    _ui->_titleField->setMinimumHeight(twoLines ? 32 : 16);
+    _rowView->ui()._titleField->setMinimumHeight(twoLines ? 32 : 16);
 }
 
 void LVSingleInstallItem::downloadButtonAction()
@@ -470,8 +456,8 @@ void LVSingleInstallItem::downloadBegan(Download download)
     if (!_operation->isShownDownload(download))
         return;
     updateStatus();
-    if (_ui)
-        _ui->_downloadProgressBar->setValue(0);
+    if (_rowView)
+        _rowView->ui()._downloadProgressBar->setValue(0);
 }
 
 void LVSingleInstallItem::downloadAdvanced(Download download, double percent)
@@ -479,9 +465,9 @@ void LVSingleInstallItem::downloadAdvanced(Download download, double percent)
     if (!_operation->isShownDownload(download))
         return;
     updateStatus();
-    if (_ui)
-        _ui->_downloadProgressBar->setValue(
-            qRound(qBound(0.0, percent, 100.0) / 100.0 * _ui->_downloadProgressBar->maximum()));
+    if (_rowView)
+        _rowView->ui()._downloadProgressBar->setValue(
+            qRound(qBound(0.0, percent, 100.0) / 100.0 * _rowView->ui()._downloadProgressBar->maximum()));
     updateProgressDescription();
 }
 
@@ -678,47 +664,47 @@ QWidget* LVSingleInstallItem::moreInfoView() const
 
 LVInstallItemTitleField* LVSingleInstallItem::titleField() const
 {
-    return _ui ? _ui->_titleField : nullptr;
+    return _rowView ? _rowView->ui()._titleField : nullptr;
 }
 
 QLabel* LVSingleInstallItem::statusButton() const
 {
-    return _ui ? _ui->_statusButton : nullptr;
+    return _rowView ? _rowView->ui()._statusButton : nullptr;
 }
 
 QLabel* LVSingleInstallItem::statusTextField() const
 {
-    return _ui ? _ui->_statusTextField : nullptr;
+    return _rowView ? _rowView->ui()._statusTextField : nullptr;
 }
 
 QProgressBar* LVSingleInstallItem::downloadProgressBar() const
 {
-    return _ui ? _ui->_downloadProgressBar : nullptr;
+    return _rowView ? _rowView->ui()._downloadProgressBar : nullptr;
 }
 
 QToolButton* LVSingleInstallItem::downloadButton() const
 {
-    return _ui ? _ui->_downloadButton : nullptr;
+    return _rowView ? _rowView->ui()._downloadButton : nullptr;
 }
 
 QToolButton* LVSingleInstallItem::menuButton() const
 {
-    return _ui ? _ui->_menuButton : nullptr;
+    return _rowView ? _rowView->ui()._menuButton : nullptr;
 }
 
 QTextEdit* LVSingleInstallItem::descriptionTextView() const
 {
-    return _ui ? _ui->_descriptionTextView : nullptr;
+    return _rowView ? _rowView->ui()._descriptionTextView : nullptr;
 }
 
 QPushButton* LVSingleInstallItem::moreInfoButton() const
 {
-    return _ui ? _ui->_moreInfoButton : nullptr;
+    return _rowView ? _rowView->ui()._moreInfoButton : nullptr;
 }
 
 QPushButton* LVSingleInstallItem::buyButton() const
 {
-    return _ui ? _ui->_buyButton : nullptr;
+    return _rowView ? _rowView->ui()._buyButton : nullptr;
 }
 
 QMenu* LVSingleInstallItem::menu() const

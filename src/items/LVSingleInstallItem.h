@@ -14,6 +14,7 @@ namespace Ui {
 class LVSingleInstallItem;
 }
 class LVMoreInfoSingleInstallItem;
+class LVProductRowView;
 class LVProductOperation;
 class QLabel;
 class QProgressBar;
@@ -123,8 +124,8 @@ private:
     bool _descriptionWritten = false;
     std::unique_ptr<LVMoreInfoSingleInstallItem> _moreInfoItem;
 
-    std::unique_ptr<Ui::LVSingleInstallItem> _ui;
-    QPointer<QWidget> _panel;
+    // Lent by the list's host while the row is in sight.
+    std::unique_ptr<LVProductRowView> _rowView;
     QPointer<QWidget> _headlineView;
     QPointer<QWidget> _moreInfoView;
     QPointer<QMenu> _menu;

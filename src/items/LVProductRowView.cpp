@@ -1,0 +1,61 @@
+#include "LVProductRowView.h"
+#include "ui_LVSingleInstallItem.h"
+
+#include "LVInstallItem.h"
+
+#include <QMenu>
+
+LVProductRowView::LVProductRowView() : _ui(std::make_unique<Ui::LVSingleInstallItem>())
+{
+    QWidget panel;
+    _ui->setupUi(&panel);
+    // The list places the headline and the details as two rows.
+    const int width = panel.width();
+    _headline = _ui->_headlineView;
+    _details = _ui->_moreInfoView;
+    _headline->setParent(nullptr);
+    _details->setParent(nullptr);
+    _headline->resize(width, _headline->minimumHeight());
+    _details->resize(width, 76);
+
+    _ui->_statusButton->setAccessibleName(QObject::tr("Status image"));
+    _ui->_statusTextField->setAccessibleDescription(QObject::tr("Install status"));
+    _ui->_downloadProgressBar->setAccessibleName(QObject::tr("Download progress"));
+    _ui->_menuButton->setToolTip(QObject::tr("More actions"));
+    _ui->_moreInfoButton->setAccessibleName(QObject::tr("More Info"));
+    _ui->_buyButton->setAccessibleName(QObject::tr("Buy"));
+    _ui->_headlineView->setAccessibleDescription(QObject::tr("Product"));
+
+    // The pop-up menu is filled by the row each time it opens.
+    _menu = new QMenu(_ui->_menuButton);
+    _ui->_menuButton->setMenu(_menu);
+    // A click opens the menu at once; unlike an instant pop-up this also lets the accessibility
+    // interface press the button and open the menu.
+    QObject::connect(_ui->_menuButton, &QToolButton::clicked, _ui->_menuButton, &QToolButton::showMenu);
+    // Qt hides the menu before triggering the entry; an entry chosen through the accessibility
+    // interface would leave it open otherwise.
+    QObject::connect(_menu, &QMenu::triggered, _menu, &QMenu::close);
+}
+
+LVProductRowView::~LVProductRowView()
+{
+    delete _headline;
+    delete _details;
+}
+
+std::unique_ptr<LVProductRowView> LVProductRowViews::lend()
+{
+    if (_spare.empty())
+        return std::make_unique<LVProductRowView>();
+    std::unique_ptr<LVProductRowView> view = std::move(_spare.back());
+    _spare.pop_back();
+    return view;
+}
+
+void LVProductRowViews::giveBack(std::unique_ptr<LVProductRowView> view)
+{
+    // About two pages' worth covers paging either way; more would only hold memory.
+    constexpr size_t kept = 48;
+    if (view && view->headline() && view->details() && _spare.size() < kept)
+        _spare.push_back(std::move(view));
+}

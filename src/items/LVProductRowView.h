@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QPointer>
+#include <memory>
+#include <vector>
+
+namespace Ui {
+class LVSingleInstallItem;
+}
+class QMenu;
+class QWidget;
+
+// A product row's widgets, made from its interface file: the headline the list shows, the details
+// shown while the row is open, and the actions menu. The wiring that belongs to no row is made
+// here; a row binds the rest while it holds the view.
+class LVProductRowView
+{
+public:
+    LVProductRowView();
+    ~LVProductRowView();
+    LVProductRowView(const LVProductRowView&) = delete;
+    LVProductRowView& operator=(const LVProductRowView&) = delete;
+
+    Ui::LVSingleInstallItem& ui() { return *_ui; }
+    QWidget* headline() const { return _headline; }
+    QWidget* details() const { return _details; }
+    QMenu* menu() const { return _menu; }
+
+private:
+    std::unique_ptr<Ui::LVSingleInstallItem> _ui;
+    // Each is a window of its own until a list takes it; a list that goes first gives it back.
+    QPointer<QWidget> _headline;
+    QPointer<QWidget> _details;
+    QPointer<QMenu> _menu;
+};
+
+// The views that rows out of sight have given back, lent to the next rows that come into sight:
+// paging through thousands of products makes no widgets once a page's worth exists.
+class LVProductRowViews
+{
+public:
+    std::unique_ptr<LVProductRowView> lend();
+    void giveBack(std::unique_ptr<LVProductRowView> view);
+
+private:
+    std::vector<std::unique_ptr<LVProductRowView>> _spare;
+};
