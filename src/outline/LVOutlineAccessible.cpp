@@ -106,9 +106,9 @@ private:
     QList<QAccessibleInterface*> widgetChildren() const
     {
         QList<QAccessibleInterface*> result;
-        if (isValid() && !_view->indexWidget(_index))
+        if (isValid() && !_view->rowView(_index))
             _view->placeView(_index);
-        QWidget* widget = isValid() ? _view->indexWidget(_index) : nullptr;
+        QWidget* widget = isValid() ? _view->rowView(_index) : nullptr;
         QAccessibleInterface* rowView = widget ? QAccessible::queryAccessibleInterface(widget) : nullptr;
         if (!rowView)
             return result;

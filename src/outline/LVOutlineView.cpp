@@ -62,7 +62,12 @@ LVOutlineView::LVOutlineView(QWidget* parent) : QTreeView(parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::NoFocus);
-    connect(this, &QTreeView::expanded, this, &LVOutlineView::placeVisibleViews);
+    for (auto signal : {&QTreeView::expanded, &QTreeView::collapsed}) {
+        connect(this, signal, this, [this] {
+            layoutPlacedViews();
+            placeVisibleViews();
+        });
+    }
 }
 
 LVOutlineView::~LVOutlineView()
@@ -75,14 +80,15 @@ LVOutlineView::~LVOutlineView()
 
 void LVOutlineView::setOutlineModel(LVOutlineModel* model)
 {
+    takeOutAllViews();
     _model = model;
-    _placed.clear();
     setModel(model);
     if (model) {
-        connect(model, &QAbstractItemModel::modelAboutToBeReset, this, &LVOutlineView::rememberOpenState);
+        connect(model, &QAbstractItemModel::modelAboutToBeReset, this, [this] {
+            rememberOpenState();
+            takeOutAllViews();
+        });
         connect(model, &QAbstractItemModel::modelReset, this, [this] {
-            // The reset took every view out of the list.
-            _placed.clear();
             executeDelayedItemsLayout();
             restoreOpenState();
             placeVisibleViews();
@@ -163,12 +169,50 @@ void LVOutlineView::placeView(const QModelIndex& index)
 {
     LVOutlineItem* item = _model ? _model->itemForIndex(index) : nullptr;
     QWidget* view = item ? item->view() : nullptr;
-    if (!view || indexWidget(index) == view)
+    if (!view || rowView(index) == view)
         return;
     view->setAutoFillBackground(false);
-    setIndexWidget(index, view);
+    if (index.parent().isValid()) {
+        setIndexWidget(index, view);
+    } else {
+        if (view->parentWidget() != viewport())
+            view->setParent(viewport());
+        view->setGeometry(visualRect(index));
+    }
     view->show();
-    _placed.append(QPersistentModelIndex(index));
+    _placed.append({QPersistentModelIndex(index), view});
+}
+
+QWidget* LVOutlineView::rowView(const QModelIndex& index) const
+{
+    if (index.parent().isValid())
+        return indexWidget(index);
+    for (const PlacedView& placed : _placed) {
+        if (placed.index == index)
+            return placed.view;
+    }
+    return nullptr;
+}
+
+void LVOutlineView::layoutPlacedViews()
+{
+    for (const PlacedView& placed : std::as_const(_placed)) {
+        if (placed.view && placed.index.isValid() && !placed.index.parent().isValid())
+            placed.view->setGeometry(visualRect(placed.index));
+    }
+}
+
+void LVOutlineView::takeOutAllViews()
+{
+    for (const PlacedView& placed : std::exchange(_placed, {})) {
+        if (!placed.view || placed.view->parentWidget() != viewport())
+            continue;
+        // A child's index widget is taken out by the reset itself.
+        if (placed.index.isValid() && placed.index.parent().isValid())
+            continue;
+        placed.view->hide();
+        placed.view->setParent(nullptr);
+    }
 }
 
 QModelIndexList LVOutlineView::rowsAround(int margin) const
@@ -228,18 +272,22 @@ void LVOutlineView::releaseDistantViews()
     // A page around the rows in sight stays, so that scrolling back and forth makes nothing anew.
     const QModelIndexList kept = rowsAround(viewport()->height());
     const QSet<QPersistentModelIndex> keep(kept.cbegin(), kept.cend());
-    // Children first: a row may take its view back only once its child rows have given theirs.
+    // Latest first: a product row's details go before the row, which takes them back with its own.
     for (qsizetype i = _placed.size() - 1; i >= 0; --i) {
-        const QPersistentModelIndex index = _placed.at(i);
-        if (index.isValid() && keep.contains(index) && indexWidget(index))
+        const PlacedView placed = _placed.at(i);
+        const bool listed = placed.view && placed.index.isValid() && rowView(placed.index) == placed.view;
+        if (listed && keep.contains(placed.index))
             continue;
-        LVOutlineItem* item = index.isValid() ? _model->itemForIndex(index) : nullptr;
-        if (item && indexWidget(index) && !item->canReleaseView())
+        LVOutlineItem* item = listed ? _model->itemForIndex(placed.index) : nullptr;
+        if (item && !item->canReleaseView())
             continue;
         _placed.removeAt(i);
-        if (!item || !indexWidget(index))
+        if (!item)
             continue;
-        closePersistentEditor(index);
+        if (placed.index.parent().isValid())
+            closePersistentEditor(placed.index);
+        else
+            placed.view->hide();
         item->releaseView();
     }
 }
@@ -247,12 +295,14 @@ void LVOutlineView::releaseDistantViews()
 void LVOutlineView::scrollContentsBy(int dx, int dy)
 {
     QTreeView::scrollContentsBy(dx, dy);
+    layoutPlacedViews();
     placeVisibleViews();
 }
 
 void LVOutlineView::updateGeometries()
 {
     QTreeView::updateGeometries();
+    layoutPlacedViews();
     placeVisibleViews();
 }
 

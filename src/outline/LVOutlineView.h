@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QPersistentModelIndex>
+#include <QPointer>
 #include <QTreeView>
 
 class QTimer;
@@ -13,6 +14,9 @@ class LVOutlineModel;
 // or collapsed. The widgets stay owned by their rows: resetting the model only takes them out.
 // Only the rows in sight and about a page around them have their views in the list; the others
 // are given back to rows that can make them again, so a list of thousands of rows stays light.
+// Top-level rows' views are placed by the list itself: an index widget would have the tree lay out
+// every row again each time one comes into sight. Child rows (details, bundle members) are few and
+// stay index widgets, which the expansion animation draws.
 class LVOutlineView : public QTreeView
 {
     Q_OBJECT
@@ -47,6 +51,8 @@ public:
     // Puts the row's view in place now, shown or not (a screen reader reading the row's controls).
     // The list itself makes the views of the rows it shows, as they come into sight.
     void placeView(const QModelIndex& index);
+    // The row's view where the list shows it; null when the row has none in the list now.
+    QWidget* rowView(const QModelIndex& index) const;
     // How many rows have their views in the list now.
     int placedViewCount() const { return int(_placed.size()); }
 
@@ -79,10 +85,19 @@ private:
     void placeVisibleViews();
     void placeNearbyViewsWhenIdle();
     void releaseDistantViews();
+    // Moves the top-level views to their rows after a layout.
+    void layoutPlacedViews();
+    // Every view out of the list, back to its row (before a reset).
+    void takeOutAllViews();
 
     QTimer* _idlePlacement = nullptr;
-    // The rows whose views are in the list, deepest last.
-    QList<QPersistentModelIndex> _placed;
+    struct PlacedView
+    {
+        QPersistentModelIndex index;
+        QPointer<QWidget> view;
+    };
+    // The rows whose views are in the list, in the order they were placed.
+    QList<PlacedView> _placed;
 
     LVOutlineModel* _model = nullptr;
     QString _placeholderText;

@@ -138,11 +138,11 @@ void tst_LVOutlineModel::viewsSurviveReloadsAndStayWithTheirRows()
     view.resize(320, 400);
     view.show();
     QPointer<QWidget> rowView = row->view();
-    QCOMPARE(view.indexWidget(model.index(0, 0)), rowView.data());
+    QCOMPARE(view.rowView(model.index(0, 0)), rowView.data());
     view.reloadData();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QVERIFY(rowView);
-    QCOMPARE(view.indexWidget(model.index(0, 0)), rowView.data());
+    QCOMPARE(view.rowView(model.index(0, 0)), rowView.data());
     // Taken out of the list, the view is hidden but still the row's.
     rows.clear();
     view.reloadData();
@@ -178,7 +178,7 @@ void tst_LVOutlineModel::expansionAndCollapseAskTheRow()
     QCOMPARE(view.isItemExpanded(&parent), expandedAfterExpand);
     if (expandedAfterExpand) {
         // The child's view is placed once the parent opens.
-        QCOMPARE(view.indexWidget(model.index(0, 0, model.index(0, 0))), child.view());
+        QCOMPARE(view.rowView(model.index(0, 0, model.index(0, 0))), child.view());
     }
     view.toggleItem(&parent);
     QVERIFY(!view.isItemExpanded(&parent));
@@ -219,14 +219,14 @@ void tst_LVOutlineModel::viewsAreMadeForRowsInSight()
     view.setOutlineModel(&model);
     // The 8 rows in sight and half a page below them, not all 200.
     QVERIFY2(made >= 8 && made <= 16, qPrintable(QString::number(made)));
-    QVERIFY(view.indexWidget(model.index(0, 0)));
-    QVERIFY(!view.indexWidget(model.index(199, 0)));
+    QVERIFY(view.rowView(model.index(0, 0)));
+    QVERIFY(!view.rowView(model.index(199, 0)));
 
     // A screen reader reaches the controls of a row not yet shown.
     QAccessibleInterface* row = QAccessible::queryAccessibleInterface(&view)->child(100);
     QCOMPARE(row->childCount(), 1);
     QCOMPARE(row->child(0)->text(QAccessible::Name), QStringLiteral("Press"));
-    QVERIFY(view.indexWidget(model.index(100, 0)));
+    QVERIFY(view.rowView(model.index(100, 0)));
 
     // Paging to the end and back, the list holds views only around the rows in sight.
     view.show();
@@ -236,12 +236,12 @@ void tst_LVOutlineModel::viewsAreMadeForRowsInSight()
         QVERIFY2(view.placedViewCount() <= 40, qPrintable(QString::number(view.placedViewCount())));
     }
     bar->setValue(bar->maximum());
-    QVERIFY(view.indexWidget(model.index(199, 0)));
+    QVERIFY(view.rowView(model.index(199, 0)));
     QVERIFY(!owned.front()->hasView());
     const int alive = int(std::count_if(owned.cbegin(), owned.cend(), [](const auto& r) { return r->hasView(); }));
     QVERIFY2(alive <= 40, qPrintable(QString::number(alive)));
     bar->setValue(0);
-    QVERIFY(view.indexWidget(model.index(0, 0)));
+    QVERIFY(view.rowView(model.index(0, 0)));
     QCOMPARE(QAccessible::queryAccessibleInterface(&view)->child(0)->child(0)->text(QAccessible::Name),
              QStringLiteral("Press"));
 }
