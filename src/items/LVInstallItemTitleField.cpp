@@ -54,6 +54,7 @@ void LVInstallItemTitleField::setStringValue(const QString& value)
 {
     _attributedStringValue = QString();
     _stringValue = value;
+    _document.reset();
     updateGeometry();
     update();
     noteNameChanged(this);
@@ -61,8 +62,11 @@ void LVInstallItemTitleField::setStringValue(const QString& value)
 
 void LVInstallItemTitleField::setAttributedStringValue(const QString& value)
 {
+    if (value == _attributedStringValue && _stringValue.isNull())
+        return;
     _stringValue = QString();
     _attributedStringValue = value;
+    _document.reset();
     updateGeometry();
     update();
     noteNameChanged(this);
@@ -76,11 +80,15 @@ QFont LVInstallItemTitleField::titleFont()
     return font;
 }
 
-std::unique_ptr<QTextDocument> LVInstallItemTitleField::documentToDraw() const
+QTextDocument* LVInstallItemTitleField::documentToDraw() const
 {
     if (_attributedStringValue.isNull() && _stringValue.isNull())
         return nullptr;
-    auto document = std::make_unique<QTextDocument>();
+    // Laid out once per title: lists paint and measure their rows' titles often.
+    if (_document)
+        return _document.get();
+    _document = std::make_unique<QTextDocument>();
+    QTextDocument* document = _document.get();
     document->setDocumentMargin(0);
     if (!_attributedStringValue.isNull()) {
         document->setHtml(_attributedStringValue);
@@ -94,7 +102,7 @@ std::unique_ptr<QTextDocument> LVInstallItemTitleField::documentToDraw() const
 
 QSize LVInstallItemTitleField::sizeHint() const
 {
-    const auto document = documentToDraw();
+    const QTextDocument* document = documentToDraw();
     return document ? document->size().toSize() : QSize(0, 0);
 }
 
@@ -113,7 +121,7 @@ void LVInstallItemTitleField::mouseDoubleClickEvent(QMouseEvent* event)
 
 void LVInstallItemTitleField::paintEvent(QPaintEvent*)
 {
-    const auto document = documentToDraw();
+    QTextDocument* document = documentToDraw();
     if (!document)
         return;
     QPainter painter(this);

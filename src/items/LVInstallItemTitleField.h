@@ -36,9 +36,10 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    std::unique_ptr<QTextDocument> documentToDraw() const;
+    QTextDocument* documentToDraw() const;
 
     QPointer<LVInstallItem> _delegate;
     QString _stringValue;
     QString _attributedStringValue;
+    mutable std::unique_ptr<QTextDocument> _document;
 };

@@ -3,7 +3,9 @@
 
 #include "LVInstallItem.h"
 
+#include <QElapsedTimer>
 #include <QMenu>
+#include <QTimer>
 
 LVProductRowView::LVProductRowView() : _ui(std::make_unique<Ui::LVSingleInstallItem>())
 {
@@ -43,8 +45,24 @@ LVProductRowView::~LVProductRowView()
     delete _details;
 }
 
+namespace {
+// About two pages' worth covers paging either way; more would only hold memory.
+constexpr size_t keptSpares = 48;
+constexpr size_t preparedSpares = 24;
+} // namespace
+
+LVProductRowViews::LVProductRowViews() = default;
+
+LVProductRowViews::~LVProductRowViews() = default;
+
 std::unique_ptr<LVProductRowView> LVProductRowViews::lend()
 {
+    if (!_idle) {
+        _idle = std::make_unique<QTimer>();
+        _idle->setSingleShot(true);
+        QObject::connect(_idle.get(), &QTimer::timeout, [this] { makeSparesWhenIdle(); });
+        _idle->start(0);
+    }
     if (_spare.empty())
         return std::make_unique<LVProductRowView>();
     std::unique_ptr<LVProductRowView> view = std::move(_spare.back());
@@ -54,8 +72,17 @@ std::unique_ptr<LVProductRowView> LVProductRowViews::lend()
 
 void LVProductRowViews::giveBack(std::unique_ptr<LVProductRowView> view)
 {
-    // About two pages' worth covers paging either way; more would only hold memory.
-    constexpr size_t kept = 48;
-    if (view && view->headline() && view->details() && _spare.size() < kept)
+    if (view && view->headline() && view->details() && _spare.size() < keptSpares)
         _spare.push_back(std::move(view));
+}
+
+void LVProductRowViews::makeSparesWhenIdle()
+{
+    // A couple of milliseconds at a time, so that whatever the window does meanwhile stays smooth.
+    QElapsedTimer clock;
+    clock.start();
+    while (_spare.size() < preparedSpares && clock.nsecsElapsed() < 3'000'000)
+        _spare.push_back(std::make_unique<LVProductRowView>());
+    if (_spare.size() < preparedSpares)
+        _idle->start(0);
 }

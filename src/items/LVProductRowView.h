@@ -8,6 +8,7 @@ namespace Ui {
 class LVSingleInstallItem;
 }
 class QMenu;
+class QTimer;
 class QWidget;
 
 // A product row's widgets, made from its interface file: the headline the list shows, the details
@@ -39,9 +40,18 @@ private:
 class LVProductRowViews
 {
 public:
+    LVProductRowViews();
+    ~LVProductRowViews();
+
+    // A spare view, or a new one. The first loan starts making spares in idle moments, so that
+    // the first pages the user turns find their views made.
     std::unique_ptr<LVProductRowView> lend();
     void giveBack(std::unique_ptr<LVProductRowView> view);
+    int spareCount() const { return int(_spare.size()); }
 
 private:
+    void makeSparesWhenIdle();
+
     std::vector<std::unique_ptr<LVProductRowView>> _spare;
+    std::unique_ptr<QTimer> _idle;
 };

@@ -17,6 +17,8 @@
 #include <utility>
 
 namespace {
+constexpr int nearbyPlacementDelayMs = 30;
+
 // Index widgets belong to the rows. The default delegate deletes them when the view lets go of
 // them (on every model reset); this one only hides them and gives them back.
 class RowViewDelegate : public QStyledItemDelegate
@@ -63,10 +65,7 @@ LVOutlineView::LVOutlineView(QWidget* parent) : QTreeView(parent)
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::NoFocus);
     for (auto signal : {&QTreeView::expanded, &QTreeView::collapsed}) {
-        connect(this, signal, this, [this] {
-            layoutPlacedViews();
-            placeVisibleViews();
-        });
+        connect(this, signal, this, &LVOutlineView::placeVisibleViews);
     }
 }
 
@@ -167,6 +166,11 @@ void LVOutlineView::reloadData()
 
 void LVOutlineView::placeView(const QModelIndex& index)
 {
+    placeView(index, visualRect(index));
+}
+
+void LVOutlineView::placeView(const QModelIndex& index, const QRect& rect)
+{
     LVOutlineItem* item = _model ? _model->itemForIndex(index) : nullptr;
     QWidget* view = item ? item->view() : nullptr;
     if (!view || rowView(index) == view)
@@ -177,7 +181,7 @@ void LVOutlineView::placeView(const QModelIndex& index)
     } else {
         if (view->parentWidget() != viewport())
             view->setParent(viewport());
-        view->setGeometry(visualRect(index));
+        view->setGeometry(rect);
     }
     view->show();
     _placed.append({QPersistentModelIndex(index), view});
@@ -194,14 +198,6 @@ QWidget* LVOutlineView::rowView(const QModelIndex& index) const
     return nullptr;
 }
 
-void LVOutlineView::layoutPlacedViews()
-{
-    for (const PlacedView& placed : std::as_const(_placed)) {
-        if (placed.view && placed.index.isValid() && !placed.index.parent().isValid())
-            placed.view->setGeometry(visualRect(placed.index));
-    }
-}
-
 void LVOutlineView::takeOutAllViews()
 {
     for (const PlacedView& placed : std::exchange(_placed, {})) {
@@ -215,19 +211,27 @@ void LVOutlineView::takeOutAllViews()
     }
 }
 
-QModelIndexList LVOutlineView::rowsAround(int margin) const
+QList<LVOutlineView::RowPlace> LVOutlineView::rowsAround(int margin) const
 {
-    QModelIndexList rows;
-    if (!_model)
-        return rows;
-    QModelIndex index = indexAt(QPoint(0, 0));
-    for (QModelIndex above = indexAbove(index); above.isValid() && visualRect(above).bottom() >= -margin;
-         above = indexAbove(above))
-        index = above;
-    if (!index.isValid())
+    QList<RowPlace> rows;
+    QModelIndex index = _model ? indexAt(QPoint(0, 0)) : QModelIndex();
+    if (!index.isValid() && _model)
         index = _model->index(0, 0);
-    for (; index.isValid() && visualRect(index).top() <= viewport()->height() + margin; index = indexBelow(index))
-        rows.append(index);
+    if (!index.isValid())
+        return rows;
+    // From the first row in sight by the rows' heights: the tree finds a row's place by adding up
+    // the heights of every row above it, which a list of thousands cannot afford per row.
+    const QRect first = visualRect(index);
+    int top = first.top();
+    for (QModelIndex above = indexAbove(index); above.isValid() && top > -margin; above = indexAbove(above)) {
+        top -= rowHeight(above);
+        index = above;
+    }
+    for (; index.isValid() && top <= viewport()->height() + margin; index = indexBelow(index)) {
+        const int height = rowHeight(index);
+        rows.append({index, QRect(first.left(), top, first.width(), height)});
+        top += height;
+    }
     return rows;
 }
 
@@ -235,11 +239,22 @@ void LVOutlineView::placeVisibleViews()
 {
     if (!_model)
         return;
-    for (const QModelIndex& index : rowsAround(0))
-        placeView(index);
-    releaseDistantViews();
-    if (!_idlePlacement->isActive())
-        _idlePlacement->start(0);
+    // A page around the rows in sight keeps its views, so that scrolling back and forth makes
+    // nothing anew; the rows in sight get theirs now.
+    const QList<RowPlace> kept = rowsAround(viewport()->height());
+    QSet<QPersistentModelIndex> keep;
+    keep.reserve(kept.size());
+    for (const RowPlace& row : kept) {
+        keep.insert(row.index);
+        if (row.rect.bottom() >= 0 && row.rect.top() <= viewport()->height())
+            placeView(row.index, row.rect);
+        // Index widgets follow their rows by themselves.
+        if (QWidget* view = row.index.parent().isValid() ? nullptr : rowView(row.index))
+            view->setGeometry(row.rect);
+    }
+    releaseDistantViews(keep);
+    // The rows around are made once the list rests, not while the user pages through it.
+    _idlePlacement->start(nearbyPlacementDelayMs);
 }
 
 void LVOutlineView::showEvent(QShowEvent* event)
@@ -257,21 +272,17 @@ void LVOutlineView::placeNearbyViewsWhenIdle()
     constexpr qint64 budgetNs = 4'000'000;
     QElapsedTimer clock;
     clock.start();
-    const QModelIndexList nearby = rowsAround(viewport()->height() / 2);
-    for (const QModelIndex& index : nearby) {
+    for (const RowPlace& row : rowsAround(viewport()->height() / 2)) {
         if (clock.nsecsElapsed() >= budgetNs) {
-            _idlePlacement->start(0);
+            _idlePlacement->start(nearbyPlacementDelayMs);
             return;
         }
-        placeView(index);
+        placeView(row.index, row.rect);
     }
 }
 
-void LVOutlineView::releaseDistantViews()
+void LVOutlineView::releaseDistantViews(const QSet<QPersistentModelIndex>& keep)
 {
-    // A page around the rows in sight stays, so that scrolling back and forth makes nothing anew.
-    const QModelIndexList kept = rowsAround(viewport()->height());
-    const QSet<QPersistentModelIndex> keep(kept.cbegin(), kept.cend());
     // Latest first: a product row's details go before the row, which takes them back with its own.
     for (qsizetype i = _placed.size() - 1; i >= 0; --i) {
         const PlacedView placed = _placed.at(i);
@@ -279,8 +290,12 @@ void LVOutlineView::releaseDistantViews()
         if (listed && keep.contains(placed.index))
             continue;
         LVOutlineItem* item = listed ? _model->itemForIndex(placed.index) : nullptr;
-        if (item && !item->canReleaseView())
+        if (item && !item->canReleaseView()) {
+            // In use far from sight (its menu open, the focus in it): it still follows its row.
+            if (!placed.index.parent().isValid())
+                placed.view->setGeometry(visualRect(placed.index));
             continue;
+        }
         _placed.removeAt(i);
         if (!item)
             continue;
@@ -295,14 +310,12 @@ void LVOutlineView::releaseDistantViews()
 void LVOutlineView::scrollContentsBy(int dx, int dy)
 {
     QTreeView::scrollContentsBy(dx, dy);
-    layoutPlacedViews();
     placeVisibleViews();
 }
 
 void LVOutlineView::updateGeometries()
 {
     QTreeView::updateGeometries();
-    layoutPlacedViews();
     placeVisibleViews();
 }
 

@@ -2,6 +2,7 @@
 
 #include <QPersistentModelIndex>
 #include <QPointer>
+#include <QSet>
 #include <QTreeView>
 
 class QTimer;
@@ -78,15 +79,19 @@ private:
     void rememberOpenState();
     void restoreOpenState();
 
-    // The rows from `margin` pixels above the viewport to `margin` below it, in order.
-    QModelIndexList rowsAround(int margin) const;
+    struct RowPlace
+    {
+        QModelIndex index;
+        QRect rect;
+    };
+    // The rows from `margin` pixels above the viewport to `margin` below it, in order, where they are.
+    QList<RowPlace> rowsAround(int margin) const;
+    void placeView(const QModelIndex& index, const QRect& rect);
     // The views of the rows in sight at once, then of the half page around them when idle; the
     // views of rows further away go back to their rows.
     void placeVisibleViews();
     void placeNearbyViewsWhenIdle();
-    void releaseDistantViews();
-    // Moves the top-level views to their rows after a layout.
-    void layoutPlacedViews();
+    void releaseDistantViews(const QSet<QPersistentModelIndex>& keep);
     // Every view out of the list, back to its row (before a reset).
     void takeOutAllViews();
 
