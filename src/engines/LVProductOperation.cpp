@@ -691,6 +691,7 @@ void LVProductOperation::announceInstallation()
 
 // Uninstallation
 
+// Observers hear the uninstall's steps as the operation's own, after its phase has changed.
 void LVProductOperation::connectUninstall()
 {
     connect(
@@ -709,10 +710,7 @@ void LVProductOperation::connectUninstall()
         emit authorizationRefused(status);
     });
     connect(&_uninstall, &LVProductUninstall::uninstallerBegan, this, &LVProductOperation::uninstallBegan);
-    connect(&_uninstall, &LVProductUninstall::uninstallerEnded, this,
-            [this](bool succeeded, const VMError& error, bool settled, bool confirm) {
-                endUninstallation(succeeded, error, settled, confirm);
-            });
+    connect(&_uninstall, &LVProductUninstall::uninstallerEnded, this, &LVProductOperation::endUninstallation);
 }
 
 bool LVProductOperation::startUninstall(const QStringList& scriptURLs)

@@ -41,7 +41,6 @@ public:
     // A requested uninstall is confirmed once its last uninstaller has ended.
     bool isRequested() const { return _requested; }
     void setRequested() { _requested = true; }
-    bool isRunning() const { return _runningUninstallers > 0; }
     std::shared_ptr<LVUninstaller> uninstaller() const { return _uninstaller; }
     // The installed version when the uninstall began, for the history.
     QString version() const { return _version; }
