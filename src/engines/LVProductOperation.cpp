@@ -7,13 +7,11 @@
 #include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMUtils.h"
 #include "catalogue/VMVersionItem.h"
-#include "engines/LVAdminAuthorization.h"
 #include "engines/LVDownloadProgress.h"
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
 #include "engines/LVPackageChecksum.h"
 #include "engines/LVProductBatch.h"
-#include "engines/LVUninstaller.h"
 #include "foundation/VMDispatch.h"
 #include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
@@ -42,7 +40,9 @@ QString settingsDescription(const QVariantMap& settings)
 LVProductOperation::LVProductOperation(const VMSingleProductItemPtr& product, QObject* parent)
     : QObject(parent), _productItem(product),
       _installedVersion(product ? product->checkInstalledPluginVersion() : QString())
-{}
+{
+    connectUninstall();
+}
 
 LVProductOperation::~LVProductOperation()
 {
@@ -55,7 +55,7 @@ LVProductOperation::~LVProductOperation()
     QMutexLocker locker(&_packageLock);
     if (!_packagePath.isEmpty())
         QFile::remove(_packagePath);
-    // Running installers and uninstallers finish on their own; their delegate (this) is gone then.
+    // Running installers and uninstallers finish on their own; their delegates are gone then.
 }
 
 void LVProductOperation::setPhase(Phase phase)
@@ -191,10 +191,10 @@ bool LVProductOperation::requestInstallation(const VMVersionItemPtr& version)
 bool LVProductOperation::requestUninstallation(const QStringList& scriptURLs)
 {
     if (_phase == Phase::Uninstalling)
-        return _uninstallRequested;
+        return _uninstall.isRequested();
     if (!startUninstall(scriptURLs))
         return false;
-    _uninstallRequested = true;
+    _uninstall.setRequested();
     return true;
 }
 
@@ -256,14 +256,7 @@ QVariantMap LVProductOperation::installerSettings() const
 
 QStringList LVProductOperation::uninstallScriptURLs(const VMSingleProductItem& product)
 {
-    QStringList urls;
-    if (!product.productUninstallScriptURL().isEmpty())
-        urls.append(product.productUninstallScriptURL());
-    for (const VMVersionItemPtr& version : product.versionItems()) {
-        if (version && !version->productUninstallScriptURL().isEmpty())
-            urls.append(version->productUninstallScriptURL());
-    }
-    return urls;
+    return LVProductUninstall::scriptURLs(product);
 }
 
 // Downloads
@@ -404,8 +397,6 @@ LVProductOperation::Download LVProductOperation::kindOf(const LVDownloader* down
     switch (downloader->identifier()) {
     case manualDownload:
         return Download::Manual;
-    case uninstallScriptDownload:
-        return Download::UninstallScript;
     default:
         return Download::Installer;
     }
@@ -467,26 +458,6 @@ void LVProductOperation::endManualDownload(LVDownloader* downloader, bool succee
 
 void LVProductOperation::downloadCompleted(LVDownloader* downloader)
 {
-    if (downloader->identifier() == uninstallScriptDownload) {
-        const QString url = downloader->representedObject().toString();
-        const qsizetype index = _scriptDownloaders.indexOf(downloader);
-        if (index >= 0) {
-            _scriptDownloaders.removeAt(index);
-            _downloadUninstallScriptPaths.removeOne(url);
-            if (!downloader->data().isEmpty())
-                _uninstallScriptData.append(downloader->data());
-            downloader->setParent(nullptr);
-            downloader->deleteLater();
-        }
-        QPointer<LVProductOperation> self(this);
-        emit downloadEnded(kindOf(downloader), true, VMError());
-        if (self && index >= 0 && _downloadUninstallScriptPaths.isEmpty()) {
-            const QByteArrayList scripts = _uninstallScriptData;
-            _uninstallScriptData.clear();
-            runUninstallScripts(scripts);
-        }
-        return;
-    }
     if (downloader == _manualDownloader) {
         endManualDownload(downloader, true);
         return;
@@ -518,24 +489,11 @@ void LVProductOperation::downloadCompleted(LVDownloader* downloader)
 
 void LVProductOperation::downloadFailed(LVDownloader* downloader)
 {
-    if (downloader->identifier() == uninstallScriptDownload) {
-        // Without every script the product can't be removed cleanly: the whole uninstall ends.
-        if (_scriptDownloaders.contains(downloader)) {
-            for (const QPointer<LVDownloader>& script : std::as_const(_scriptDownloaders)) {
-                if (script && script != downloader)
-                    script->deleteLater();
-            }
-            _scriptDownloaders.clear();
-            _downloadUninstallScriptPaths.clear();
-            _uninstallScriptData.clear();
-            downloader->setParent(nullptr);
-            downloader->deleteLater();
-            setPhase(Phase::Idle);
-        }
-    } else if (downloader == _manualDownloader) {
+    if (downloader == _manualDownloader) {
         endManualDownload(downloader, false);
         return;
-    } else if (downloader == _installerDownloader) {
+    }
+    if (downloader == _installerDownloader) {
         if (downloader->identifier() == installerDownload) {
             const auto version = downloader->representedObject().value<VMVersionItemPtr>();
             record(QStringLiteral("download"),
@@ -558,8 +516,6 @@ void LVProductOperation::downloadFailed(LVDownloader* downloader)
         setPhase(Phase::Idle);
         emit progressChanged();
     }
-    if (_phase == Phase::Idle)
-        _uninstallRequested = false;
     emit downloadEnded(kindOf(downloader), false, downloader->error());
 }
 
@@ -735,163 +691,58 @@ void LVProductOperation::announceInstallation()
 
 // Uninstallation
 
-bool LVProductOperation::startUninstall(const QStringList& scriptURLs)
+// Observers hear the uninstall's steps as the operation's own, after its phase has changed.
+void LVProductOperation::connectUninstall()
 {
-    if (scriptURLs.isEmpty() || _phase != Phase::Idle)
-        return false;
-    _downloadUninstallScriptPaths.clear();
-    _uninstallScriptData.clear();
-    for (const QString& url : scriptURLs) {
-        if (_downloadUninstallScriptPaths.contains(url))
-            continue;
-        LVDownloader* downloader = LVDownloader::downloaderWithURL(QUrl(url), this);
-        if (!downloader)
-            continue;
-        downloader->setIdentifier(uninstallScriptDownload);
-        downloader->setRepresentedObject(url);
-        downloader->setDelegate(this);
-        if (!downloader->start()) {
-            delete downloader;
-            continue;
-        }
-        _downloadUninstallScriptPaths.append(url);
-        _scriptDownloaders.append(downloader);
-    }
-    if (_downloadUninstallScriptPaths.isEmpty())
-        return false;
-    _uninstallingVersion = _productItem ? _productItem->checkInstalledPluginVersion() : QString();
-    startActionClock();
-    setPhase(Phase::Uninstalling);
-    return true;
+    connect(
+        &_uninstall, &LVProductUninstall::actionStarted, this, [this] { startActionClock(); }, Qt::DirectConnection);
+    connect(&_uninstall, &LVProductUninstall::busyChanged, this,
+            [this](bool busy) { setPhase(busy ? Phase::Uninstalling : Phase::Idle); });
+    connect(&_uninstall, &LVProductUninstall::scriptDownloadBegan, this,
+            [this] { emit downloadBegan(Download::UninstallScript); });
+    connect(&_uninstall, &LVProductUninstall::scriptDownloadAdvanced, this,
+            [this](double percent) { emit downloadAdvanced(Download::UninstallScript, percent); });
+    connect(&_uninstall, &LVProductUninstall::scriptDownloadEnded, this, [this](bool succeeded, const VMError& error) {
+        emit downloadEnded(Download::UninstallScript, succeeded, error);
+    });
+    connect(&_uninstall, &LVProductUninstall::authorizationRefused, this, [this](int status) {
+        record(QStringLiteral("uninstall"), QStringLiteral("cancelled"), _uninstall.version());
+        emit authorizationRefused(status);
+    });
+    connect(&_uninstall, &LVProductUninstall::uninstallerBegan, this, &LVProductOperation::uninstallBegan);
+    connect(&_uninstall, &LVProductUninstall::uninstallerEnded, this, &LVProductOperation::endUninstallation);
 }
 
-void LVProductOperation::runUninstallScripts(const QByteArrayList& scripts)
+bool LVProductOperation::startUninstall(const QStringList& scriptURLs)
 {
-    if (scripts.isEmpty()) {
-        setPhase(_runningUninstallers > 0 ? Phase::Uninstalling : Phase::Idle);
-        if (_phase == Phase::Idle)
-            _uninstallRequested = false;
-        return;
-    }
-    QPointer<LVProductOperation> guard(this);
-    VMDispatch::performInBackground([guard, scripts] {
-        int status = PrivilegedExecution::Success;
-        {
-            LVAdminAuthorization authorization(LVInstaller::defaultAuthorizationFlags());
-            status = authorization.status();
-            if (authorization.isGranted()) {
-                const auto uninstaller = LVUninstaller::uninstallerWithScripts(
-                    scripts, {{QLatin1String(LVUninstaller::optionAuthorizationRef), authorization.optionValue()}});
-                VMDispatch::performOnMainThread([guard, uninstaller] {
-                    if (guard)
-                        guard->adoptUninstaller(uninstaller);
-                });
-                uninstaller->start();
-                return;
-            }
-        }
-        // A refused right ends silently; the owner may still want to know.
-        VMDispatch::performOnMainThread([guard, status] {
-            if (!guard)
-                return;
-            guard->setPhase(guard->_runningUninstallers > 0 ? Phase::Uninstalling : Phase::Idle);
-            if (guard->_phase == Phase::Idle)
-                guard->_uninstallRequested = false;
-            if (status == PrivilegedExecution::Denied || status == PrivilegedExecution::Canceled) {
-                guard->record(QStringLiteral("uninstall"), QStringLiteral("cancelled"), guard->_uninstallingVersion);
-                emit guard->authorizationRefused(status);
-            }
-        });
-    });
+    if (scriptURLs.isEmpty() || _phase != Phase::Idle || !_uninstall.start(_productItem, scriptURLs))
+        return false;
+    setPhase(Phase::Uninstalling);
+    return true;
 }
 
 bool LVProductOperation::runUninstallSynchronously(const PrivilegedExecution::AuthorizationRef& authorization)
 {
-    if (!_productItem || _uninstaller)
-        return false;
-    QStringList urls;
-    for (const QString& url : uninstallScriptURLs(*_productItem)) {
-        if (!urls.contains(url))
-            urls.append(url);
-    }
-    QByteArrayList scripts;
-    for (const QString& url : std::as_const(urls)) {
-        std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(QUrl(url)));
-        if (!downloader)
-            continue;
-        downloader->setIdentifier(uninstallScriptDownload);
-        downloader->setRepresentedObject(url);
-        if (downloader->start() && downloader->waitUntilComplete(LVDownloader::requestTimeoutInterval()) &&
-            !downloader->error() && !downloader->data().isEmpty())
-            scripts.append(downloader->data());
-    }
-    if (scripts.isEmpty())
-        return false;
-    // Written before the main thread hears of the run (the posted adoption orders them).
-    _uninstallingVersion = _productItem->checkInstalledPluginVersion();
-    startActionClock();
-    QPointer<LVProductOperation> guard(this);
-    for (const QByteArray& script : std::as_const(scripts)) {
-        const std::shared_ptr<LVUninstaller> uninstaller = LVUninstaller::uninstallerWithScript(
-            script, {{QLatin1String(LVUninstaller::optionAuthorizationRef), QVariant::fromValue(authorization)}});
-        VMDispatch::performOnMainThread([guard, uninstaller] {
-            if (!guard)
-                return;
-            // Confirmed by the operation once its last uninstaller has ended.
-            guard->_uninstallRequested = true;
-            guard->adoptUninstaller(uninstaller);
-        });
-        uninstaller->start();
-    }
-    return true;
+    return _uninstall.runSynchronously(_productItem, authorization);
 }
 
-void LVProductOperation::adoptUninstaller(const std::shared_ptr<LVUninstaller>& uninstaller)
+std::shared_ptr<LVUninstaller> LVProductOperation::uninstaller() const
 {
-    uninstaller->setDelegate(this);
-    _uninstaller = uninstaller;
-    ++_runningUninstallers;
-    setPhase(Phase::Uninstalling);
+    return _uninstall.uninstaller();
 }
 
-void LVProductOperation::uninstallStarted(LVUninstaller*)
+void LVProductOperation::endUninstallation(bool succeeded, const VMError& error, bool settled, bool confirm)
 {
-    emit uninstallBegan();
-}
-
-void LVProductOperation::uninstallCompleted(LVUninstaller* uninstaller)
-{
-    record(QStringLiteral("uninstall"), QStringLiteral("succeeded"), _uninstallingVersion);
-    endUninstallation(uninstaller, true);
-}
-
-void LVProductOperation::uninstallFailed(LVUninstaller* uninstaller)
-{
-    record(QStringLiteral("uninstall"), QStringLiteral("failed"), _uninstallingVersion,
-           uninstaller->error().description());
-    endUninstallation(uninstaller, false);
-}
-
-void LVProductOperation::endUninstallation(LVUninstaller* uninstaller, bool succeeded)
-{
-    if (_uninstaller.get() == uninstaller)
-        _uninstaller.reset();
-    _runningUninstallers = qMax(0, _runningUninstallers - 1);
-    // What earlier scripts removed is confirmed even when a later one failed.
-    _someUninstallerSucceeded = _someUninstallerSucceeded || succeeded || uninstaller->completedScripts() > 0;
-    const bool last = _runningUninstallers == 0;
-    const bool confirm = _uninstallRequested && last;
-    const bool removedSomething = _someUninstallerSucceeded;
-    if (last)
-        _someUninstallerSucceeded = false;
-    if (_runningUninstallers == 0 && _scriptDownloaders.isEmpty()) {
-        _uninstallRequested = false;
+    if (succeeded)
+        record(QStringLiteral("uninstall"), QStringLiteral("succeeded"), _uninstall.version());
+    else
+        record(QStringLiteral("uninstall"), QStringLiteral("failed"), _uninstall.version(), error.description());
+    if (settled)
         setPhase(packagePath().isEmpty() ? Phase::Idle : Phase::Downloaded);
-    }
-    if (confirm && removedSomething && _productItem) {
+    if (confirm && _productItem) {
         VMNotificationCenter& center = VMNotificationCenter::defaultCenter();
         center.postNotification(VMProductEvents::reloadUpdateItem, QVariant::fromValue(static_cast<QObject*>(this)));
         center.postNotification(VMProductEvents::uninstallCompleted, QVariant::fromValue(_productItem));
     }
-    emit uninstallEnded(succeeded, succeeded ? VMError() : uninstaller->error());
+    emit uninstallEnded(succeeded, error);
 }

@@ -5,7 +5,7 @@
 #include "engines/LVDownloadProgress.h"
 #include "engines/LVDownloaderDelegate.h"
 #include "engines/LVInstallerDelegate.h"
-#include "engines/LVUninstallerDelegate.h"
+#include "engines/LVProductUninstall.h"
 #include "foundation/VMError.h"
 #include "platform/PrivilegedExecution.h"
 
@@ -25,11 +25,12 @@ class LVInstaller;
 class LVProductBatch;
 class LVUninstaller;
 
-// Carries one product through download -> package installer -> confirmation, and through
-// uninstall: the one mechanism behind the single-product row, the bundle's product rows, the
-// update-all tool and the command line. It owns the downloader, the downloaded package, the
-// installer settings and the installer or uninstaller of its product, and deletes packages it no
-// longer needs — never one that a run holds. It also holds what every view shows of the product:
+// Carries one product through download -> package installer -> confirmation: the one mechanism
+// behind the single-product row, the bundle's product rows, the update-all tool and the command
+// line. It owns the downloader, the downloaded package, the installer settings and the installer
+// of its product, and deletes packages it no longer needs — never one that a run holds. Its
+// LVProductUninstall removes the product; the operation keeps the phase, history and
+// confirmation of that too, so that observers see one product. It also holds what every view shows of the product:
 // the installed version (detected here, once), the status of the work and which run holds it.
 // Policy (alerts, queues, the 2.0 s waits, what a failure means) stays with the owner.
 //
@@ -44,10 +45,7 @@ class LVUninstaller;
 // LVProductOperations offers to rows; LVProductBatch drives the steps of several products itself. Everything here runs
 // on the main thread except install(..., Synchronous) and runUninstallSynchronously(), which block the calling
 // background thread.
-class LVProductOperation : public QObject,
-                           public LVDownloaderDelegate,
-                           public LVInstallerDelegate,
-                           public LVUninstallerDelegate
+class LVProductOperation : public QObject, public LVDownloaderDelegate, public LVInstallerDelegate
 {
     Q_OBJECT
 public:
@@ -184,7 +182,7 @@ public:
     // downloads each script synchronously, then runs one uninstaller per script. False when an
     // uninstaller runs already.
     bool runUninstallSynchronously(const PrivilegedExecution::AuthorizationRef& authorization);
-    std::shared_ptr<LVUninstaller> uninstaller() const { return _uninstaller; }
+    std::shared_ptr<LVUninstaller> uninstaller() const;
 
     // Cancels a download and deletes the held package (cleanUp of the bundle rows).
     void cleanUp();
@@ -204,9 +202,6 @@ public:
     void installStarted(LVInstaller* installer) override;
     void installCompleted(LVInstaller* installer) override;
     void installFailed(LVInstaller* installer) override;
-    void uninstallStarted(LVUninstaller* uninstaller) override;
-    void uninstallCompleted(LVUninstaller* uninstaller) override;
-    void uninstallFailed(LVUninstaller* uninstaller) override;
 
 signals:
     void phaseChanged(LVProductOperation::Phase phase);
@@ -234,7 +229,6 @@ private:
     // Downloader identifiers, which the history and the log know.
     static constexpr qint64 installerDownload = 2;
     static constexpr qint64 manualDownload = 3;
-    static constexpr qint64 uninstallScriptDownload = 4;
 
     void beginConfirmation(const VMVersionItemPtr& version);
     void announceInstallation();
@@ -248,14 +242,13 @@ private:
     void endInstallation(LVInstaller* installer, bool succeeded);
     // The failed installation's version is found installed all the same.
     bool outcomeIsInstalled() const;
-    void endUninstallation(LVUninstaller* uninstaller, bool succeeded);
+    void connectUninstall();
+    void endUninstallation(bool succeeded, const VMError& error, bool settled, bool confirm);
     void forgetInstallerDownloader(LVDownloader* downloader);
     static Download kindOf(const LVDownloader* downloader);
     void endManualDownload(LVDownloader* downloader, bool succeeded);
-    void runUninstallScripts(const QByteArrayList& scripts);
     // Main thread: takes over a runner made on a background thread before it starts.
     void adoptInstaller(const std::shared_ptr<LVInstaller>& installer);
-    void adoptUninstaller(const std::shared_ptr<LVUninstaller>& uninstaller);
 
     VMSingleProductItemPtr _productItem;
     Phase _phase = Phase::Idle;
@@ -269,23 +262,16 @@ private:
     QVariantMap _installerSettings;
     VMVersionItemPtr _installingVersionItem;
     std::shared_ptr<LVInstaller> _installer;
-    std::shared_ptr<LVUninstaller> _uninstaller;
-    QList<QPointer<LVDownloader>> _scriptDownloaders;
-    QStringList _downloadUninstallScriptPaths;
-    QByteArrayList _uninstallScriptData;
     QElapsedTimer _downloadClock;
     QDateTime _actionStarted;
     QElapsedTimer _actionClock;
-    QString _uninstallingVersion;
     bool _downloadCancelled = false;
     // A requested pipeline is under way: install when downloaded, confirm when installed.
     bool _installRequested = false;
-    bool _uninstallRequested = false;
     bool _judgesByOutcome = false;
     // Guards the package path, settings and version, which a synchronous install reads on its
     // background thread.
     mutable QMutex _packageLock;
-    int _runningUninstallers = 0;
-    bool _someUninstallerSucceeded = false;
     int _runningInstallers = 0;
+    LVProductUninstall _uninstall;
 };
