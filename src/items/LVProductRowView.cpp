@@ -7,16 +7,15 @@
 #include <QMenu>
 #include <QTimer>
 
-LVProductRowView::LVProductRowView() : _ui(std::make_unique<Ui::LVSingleInstallItem>())
+LVProductRowView::LVProductRowView()
+    : _ui(std::make_unique<Ui::LVSingleInstallItem>()), _panel(std::make_unique<QWidget>())
 {
-    QWidget panel;
-    _ui->setupUi(&panel);
-    // The list places the headline and the details as two rows.
-    const int width = panel.width();
+    _ui->setupUi(_panel.get());
+    // The list places the headline and the details as two rows. They stay in the hidden panel until
+    // then: each move to another parent styles the whole view again.
+    const int width = _panel->width();
     _headline = _ui->_headlineView;
     _details = _ui->_moreInfoView;
-    _headline->setParent(nullptr);
-    _details->setParent(nullptr);
     _headline->resize(width, _headline->minimumHeight());
     _details->resize(width, 76);
 
@@ -43,6 +42,11 @@ LVProductRowView::~LVProductRowView()
 {
     delete _headline;
     delete _details;
+}
+
+bool LVProductRowView::isDetailsListed() const
+{
+    return _details && _details->parentWidget() && _details->parentWidget() != _panel.get();
 }
 
 namespace {

@@ -26,10 +26,13 @@ public:
     QWidget* headline() const { return _headline; }
     QWidget* details() const { return _details; }
     QMenu* menu() const { return _menu; }
+    // Whether a list shows the details now.
+    bool isDetailsListed() const;
 
 private:
     std::unique_ptr<Ui::LVSingleInstallItem> _ui;
-    // Each is a window of its own until a list takes it; a list that goes first gives it back.
+    std::unique_ptr<QWidget> _panel;
+    // A list that goes first gives them back.
     QPointer<QWidget> _headline;
     QPointer<QWidget> _details;
     QPointer<QMenu> _menu;

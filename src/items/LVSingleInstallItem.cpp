@@ -195,7 +195,7 @@ bool LVSingleInstallItem::canReleaseView() const
     const QWidget* focus = QApplication::focusWidget();
     if (focus && (_headlineView->isAncestorOf(focus) || _moreInfoView->isAncestorOf(focus)))
         return false;
-    return !_moreInfoView->parentWidget();
+    return !_rowView->isDetailsListed();
 }
 
 void LVSingleInstallItem::releaseView()

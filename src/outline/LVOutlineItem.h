@@ -30,7 +30,12 @@ public:
     virtual QSize viewSizeHint()
     {
         QWidget* rowView = view();
-        return rowView ? rowView->size() : QSize(0, 0);
+        if (!rowView)
+            return QSize(0, 0);
+        // As high as the view asks within its bounds, the way an item view sizes its index widgets.
+        const int height = qBound(rowView->minimumHeight(), qMax(rowView->height(), rowView->sizeHint().height()),
+                                  rowView->maximumHeight());
+        return QSize(rowView->width(), height);
     }
     // Lists make views only for the rows in sight. A row that can make its view again from what it
     // knows lets the list take it back once the row is out of sight, so that memory stays flat in
