@@ -78,12 +78,15 @@ void LVInstallsTab::detachInstallItems()
     _bundleProductInstallItems.clear();
     _singleProductInstallItems.clear();
     _installItems.clear();
+    _needingAttention.clear();
 }
 
 void LVInstallsTab::setProductsCollection(const std::shared_ptr<VMProductsCollection>& collection)
 {
     detachInstallItems();
     _productsCollection = collection;
+    // The badge is told once, below, not once per new row.
+    _adopting = true;
     if (collection && _itemFactory) {
         for (const VMProductItemPtr& product : collection->productItems()) {
             if (auto single = std::dynamic_pointer_cast<VMSingleProductItem>(product))
@@ -96,8 +99,10 @@ void LVInstallsTab::setProductsCollection(const std::shared_ptr<VMProductsCollec
         if (LVInstallItem* updateAll = _itemFactory->updateAllInstalledItem())
             updateAll->setInstallManager(rowHost());
     }
+    const qint64 count = attentionCount();
+    _adopting = false;
     selectInstallsTabViewAtIndex(_segmentedControl ? _segmentedControl->selectedTag() : BundlesTab);
-    emit attentionCountChanged(attentionCount());
+    emit attentionCountChanged(count);
 }
 
 QList<LVInstallItem*> LVInstallsTab::installItems() const
@@ -154,15 +159,22 @@ int LVInstallsTab::selectedSubTab() const
 
 qint64 LVInstallsTab::attentionCount() const
 {
-    qint64 count = 0;
-    for (LVInstallItem* row : std::as_const(_bundleProductInstallItems) + _singleProductInstallItems) {
-        if (VMInstallStatus::needsUpdate(row->installStatus()))
-            ++count;
-    }
-    return count;
+    // A status not yet computed is computed now and reported to updateStatusChanged().
+    for (LVInstallItem* row : std::as_const(_bundleProductInstallItems) + _singleProductInstallItems)
+        row->installStatus();
+    return _needingAttention.size();
 }
 
-void LVInstallsTab::updateStatusChanged(VMInstallStatus::Status, LVInstallItem*)
+void LVInstallsTab::updateStatusChanged(VMInstallStatus::Status status, LVInstallItem* row)
 {
-    emit attentionCountChanged(attentionCount());
+    // Only the rows this tab adopted count (not the update-all row).
+    if (!row || row->parent() != this)
+        return;
+    const qsizetype before = _needingAttention.size();
+    if (VMInstallStatus::needsUpdate(status))
+        _needingAttention.insert(row);
+    else
+        _needingAttention.remove(row);
+    if (!_adopting && _needingAttention.size() != before)
+        emit attentionCountChanged(_needingAttention.size());
 }

@@ -4,6 +4,7 @@
 #include "outline/LVOutlineTab.h"
 
 #include <QList>
+#include <QSet>
 #include <memory>
 
 class LVInstallItem;
@@ -66,5 +67,8 @@ private:
     QList<LVInstallItem*> _singleProductInstallItems;
     QList<LVInstallItem*> _bundleProductInstallItems;
     QList<LVInstallItem*> _installItems;
+    // Kept as statuses change, so that a catalogue of thousands is not counted again per row.
+    QSet<const LVInstallItem*> _needingAttention;
+    bool _adopting = false;
     LVSegmentedControl* _segmentedControl = nullptr;
 };
