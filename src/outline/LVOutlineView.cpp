@@ -237,7 +237,8 @@ QList<LVOutlineView::RowPlace> LVOutlineView::rowsAround(int margin) const
 
 void LVOutlineView::placeVisibleViews()
 {
-    if (!_model)
+    // A hidden list (another tab) makes its views when it is shown.
+    if (!_model || !isVisible())
         return;
     // A page around the rows in sight keeps its views, so that scrolling back and forth makes
     // nothing anew; the rows in sight get theirs now.
