@@ -259,10 +259,14 @@ void LVSingleInstallItem::showIcon(const QImage& image)
         painter.drawImage(
             QRectF(QPointF((bounds.width() - size.width()) / 2, (bounds.height() - size.height()) / 2), size), scaled);
     } else {
-        // Until the icon arrives: the product's initial on a tile.
-        QFont font(QStringLiteral("Helvetica"));
-        font.setPixelSize(20);
-        font.setBold(true);
+        // Until the icon arrives: the product's initial on a tile. One font for every row: it is
+        // looked up once.
+        static const QFont font = [] {
+            QFont initial(QStringLiteral("Helvetica"));
+            initial.setPixelSize(20);
+            initial.setBold(true);
+            return initial;
+        }();
         painter.setFont(font);
         painter.setPen(QColor(0xd1, 0xd1, 0xd6));
         painter.drawText(bounds, Qt::AlignCenter, title().left(1).toUpper());
