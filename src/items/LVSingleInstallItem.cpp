@@ -18,20 +18,10 @@
 #include "items/LVRowIcon.h"
 #include "platform/Platform.h"
 
-#include <QAbstractTextDocumentLayout>
 #include <QApplication>
 #include <QFileDialog>
-#include <QHash>
 #include <QMenu>
-#include <QPainter>
-#include <QTextDocument>
 #include <QTimer>
-#include <cmath>
-
-static void initImageResources()
-{
-    Q_INIT_RESOURCE(LVImages);
-}
 
 namespace {
 const QString kFxPlug3 = QStringLiteral("FxPlug3");
@@ -40,18 +30,6 @@ LVSingleInstallItem::SavePathProvider& savePathProvider()
 {
     static LVSingleInstallItem::SavePathProvider provider;
     return provider;
-}
-
-// Rows come and go as the list scrolls; each image is read once.
-QIcon namedImage(const char* name)
-{
-    static QHash<QByteArray, QIcon> loaded;
-    auto found = loaded.find(QByteArray(name));
-    if (found == loaded.end()) {
-        initImageResources();
-        found = loaded.insert(QByteArray(name), QIcon(QStringLiteral(":/") + QLatin1String(name)));
-    }
-    return *found;
 }
 
 } // namespace
@@ -140,14 +118,8 @@ void LVSingleInstallItem::loadView()
     _moreInfoView = _rowView->details();
     _menu = _rowView->menu();
 
-    _headlineView->setAccessibleName(title());
-    _moreInfoView->setAccessibleName(tr("%1 details").arg(title()));
+    _rowView->nameFor(title());
     ui._titleField->setDelegate(this);
-    ui._titleField->setAccessibleName(title());
-    ui._productIconImageView->setAccessibleName(tr("%1 icon").arg(title()));
-    ui._menuButton->setAccessibleName(tr("Actions for %1").arg(title()));
-    ui._descriptionTextView->setAccessibleName(tr("Description of %1").arg(title()));
-    _menu->setAccessibleName(tr("Actions for %1").arg(title()));
 
     // The menu is filled each time it opens and emptied only after a chosen entry has run.
     connect(_menu, &QMenu::aboutToShow, this, [this] { menuWillOpen(_menu); });
@@ -242,37 +214,8 @@ QSize LVSingleInstallItem::viewSizeHint()
 
 void LVSingleInstallItem::showIcon(const QImage& image)
 {
-    if (!_rowView)
-        return;
-    QLabel* iconView = _rowView->ui()._productIconImageView;
-    const qreal ratio = iconView->devicePixelRatioF();
-    QPixmap pixmap(iconView->size() * ratio);
-    pixmap.setDevicePixelRatio(ratio);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    const QRectF bounds(QPointF(0, 0), QSizeF(iconView->size()));
-    if (!image.isNull()) {
-        const QImage scaled = image.scaled(iconView->size() * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-        QSizeF size = QSizeF(scaled.size()) / ratio;
-        painter.drawImage(
-            QRectF(QPointF((bounds.width() - size.width()) / 2, (bounds.height() - size.height()) / 2), size), scaled);
-    } else {
-        // Until the icon arrives: the product's initial on a tile. One font for every row: it is
-        // looked up once.
-        static const QFont font = [] {
-            QFont initial(QStringLiteral("Helvetica"));
-            initial.setPixelSize(20);
-            initial.setBold(true);
-            return initial;
-        }();
-        painter.setFont(font);
-        painter.setPen(QColor(0xd1, 0xd1, 0xd6));
-        painter.drawText(bounds, Qt::AlignCenter, title().left(1).toUpper());
-    }
-    painter.end();
-    iconView->setPixmap(pixmap);
+    if (_rowView)
+        _rowView->showIcon(image, title());
 }
 
 void LVSingleInstallItem::updateStatus()
@@ -289,85 +232,26 @@ void LVSingleInstallItem::updateStatus()
 
     if (!_rowView)
         return;
-    QLabel* statusText = _rowView->ui()._statusTextField;
-    QLabel* statusImage = _rowView->ui()._statusButton;
-    QToolButton* button = _rowView->ui()._downloadButton;
-    QProgressBar* progress = _rowView->ui()._downloadProgressBar;
-    const auto setStatus = [&](const QString& text, const char* image) {
-        statusText->setText(text);
-        statusText->show();
-        statusImage->setPixmap(namedImage(image).pixmap(QSize(12, 12), statusImage->devicePixelRatioF()));
-        statusImage->show();
-    };
     // While a run holds the product the model says what the button may do, and why not.
-    const auto offerDownload = [&] {
-        const QString refusal = _operation->refusal(LVProductOperation::RowAction::Install);
-        button->setIcon(namedImage("NSTouchBarDownloadTemplate"));
-        button->setToolTip(tr("Download & Install"));
-        button->setAccessibleName(tr("Download & Install"));
-        button->setAccessibleDescription(refusal);
-        button->setVisible(true);
-        button->setEnabled(refusal.isEmpty());
-        progress->hide();
-    };
-    const auto showStop = [&](bool enabled) {
-        const QString refusal = _operation->refusal(LVProductOperation::RowAction::Cancel);
-        button->setIcon(namedImage("NSStopProgressFreestandingTemplate"));
-        button->setToolTip(tr("Cancel Download"));
-        button->setAccessibleName(tr("Cancel Download"));
-        button->setAccessibleDescription(refusal);
-        button->setVisible(true);
-        button->setEnabled(enabled && refusal.isEmpty());
-    };
-    switch (status) {
-    case StatusNotInstalled:
-        setStatus(tr("Not yet installed"), "NSStatusNone");
-        offerDownload();
-        break;
-    case StatusLatestInstalled:
-        setStatus(tr("Latest version installed"), "NSStatusAvailable");
-        button->hide();
-        progress->hide();
-        break;
-    case StatusUpdateAvailable:
-    case StatusBundlePartlyInstalled:
-        setStatus(tr("Update available"), "NSStatusPartiallyAvailable");
-        offerDownload();
-        break;
-    case StatusDownloading:
-        statusText->hide();
-        statusImage->hide();
-        showStop(true);
+    LVProductRowState state;
+    state.status = status;
+    const bool offersInstall =
+        status == StatusNotInstalled || status == StatusUpdateAvailable || status == StatusBundlePartlyInstalled;
+    state.refusal = _operation->refusal(offersInstall ? LVProductOperation::RowAction::Install
+                                                      : LVProductOperation::RowAction::Cancel);
+    if (status == StatusDownloading) {
         // A row made mid-download shows how far it has come.
-        progress->setValue(qRound(_operation->progress().fraction() * progress->maximum()));
-        progress->show();
-        updateProgressDescription();
-        break;
-    case StatusInstalling:
-    case StatusWaitingForBundle:
-        statusText->setText(tr("Installing..."));
-        statusText->show();
-        statusImage->hide();
-        showStop(false);
-        progress->hide();
-        progress->setValue(0);
-        break;
-    default:
-        break;
+        state.progress = _operation->progress().fraction();
+        state.progressDescription = _operation->progressDescription();
     }
-    if (status != StatusDownloading) {
-        progress->setToolTip(QString());
-        progress->setAccessibleDescription(QString());
-    }
+    _rowView->showStatus(state);
 }
 
 void LVSingleInstallItem::updateProgressDescription()
 {
     if (!_rowView)
         return;
-    const QString description = _operation->progressDescription();
-    _rowView->ui()._downloadProgressBar->setToolTip(description);
-    _rowView->ui()._downloadProgressBar->setAccessibleDescription(description);
+    _rowView->showProgressDescription(_operation->progressDescription());
 }
 
 void LVSingleInstallItem::updateDescription()
@@ -375,24 +259,8 @@ void LVSingleInstallItem::updateDescription()
     updateTitle();
     if (!_rowView || !_descriptionWritten)
         return;
-    QTextDocument* document = _rowView->ui()._descriptionTextView->document();
-    LVProductDescription::write(document, *_productItem, installedVersion());
-
-    // As high as the text at the row's width, within bounds; the buttons' line below it.
-    const QMargins margins = _moreInfoView->layout()->contentsMargins();
-    const int textWidth = qMax(100, _moreInfoView->width() - margins.left() - margins.right());
-    document->setTextWidth(textWidth - 2 * document->documentMargin());
-    const bool empty = document->isEmpty();
-    const int used = int(std::ceil(document->documentLayout()->documentSize().height()));
-    const int height = empty ? 40 : qMin(used, 280);
-    _rowView->ui()._descriptionTextView->setFixedHeight(height);
-    if (_moreInfoView->height() != height + 36) {
-        _moreInfoView->resize(_moreInfoView->width(), height + 36);
-        if (installManager())
-            installManager()->noteRowHeightsChanged();
-    }
-    _rowView->ui()._moreInfoButton->setEnabled(!_productItem->productInfoURL().isEmpty());
-    _rowView->ui()._buyButton->setEnabled(!_productItem->productBuyURL().isEmpty());
+    if (_rowView->showDetails(*_productItem, installedVersion()) && installManager())
+        installManager()->noteRowHeightsChanged();
 }
 
 void LVSingleInstallItem::updateTitle()
@@ -400,10 +268,7 @@ void LVSingleInstallItem::updateTitle()
     if (!_rowView)
         return;
     const qint64 newPeriod = installManager() ? installManager()->indicateAsNewProductPeriod() : 14;
-    const QString titleHtml = LVProductDescription::titleHtml(*_productItem, title(), newPeriod);
-    _rowView->ui()._titleField->setAttributedStringValue(titleHtml);
-    const bool twoLines = titleHtml.contains(QLatin1String("<br>"));
-    _rowView->ui()._titleField->setMinimumHeight(twoLines ? 32 : 16);
+    _rowView->showTitle(LVProductDescription::titleHtml(*_productItem, title(), newPeriod));
 }
 
 void LVSingleInstallItem::downloadButtonAction()
@@ -461,7 +326,7 @@ void LVSingleInstallItem::downloadBegan(Download download)
         return;
     updateStatus();
     if (_rowView)
-        _rowView->ui()._downloadProgressBar->setValue(0);
+        _rowView->showProgress(0);
 }
 
 void LVSingleInstallItem::downloadAdvanced(Download download, double percent)
@@ -470,8 +335,7 @@ void LVSingleInstallItem::downloadAdvanced(Download download, double percent)
         return;
     updateStatus();
     if (_rowView)
-        _rowView->ui()._downloadProgressBar->setValue(
-            qRound(qBound(0.0, percent, 100.0) / 100.0 * _rowView->ui()._downloadProgressBar->maximum()));
+        _rowView->showProgress(percent / 100.0);
     updateProgressDescription();
 }
 
