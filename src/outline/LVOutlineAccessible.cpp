@@ -76,7 +76,10 @@ public:
         LVOutlineItem* row = item();
         if (!row)
             return state;
-        state.invisible = !_view->isVisible() || !_view->visualRect(_index).isValid();
+        const QRect place = _view->visualRect(_index);
+        state.invisible = !_view->isVisible() || !place.isValid();
+        // Scrolled away, it is still read: the list makes its view when its controls are asked for.
+        state.offscreen = !_view->viewport()->rect().intersects(place);
         state.selectable = row->shouldSelect();
         state.selected = _view->selectionModel() && _view->selectionModel()->isSelected(_index);
         if (_view->outlineModel()->hasChildren(_index)) {

@@ -5,6 +5,7 @@
 #include "LVOutlineModel.h"
 
 #include <QAccessible>
+#include <QApplication>
 #include <QElapsedTimer>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -406,6 +407,65 @@ void LVOutlineView::keyPressEvent(QKeyEvent* event)
         return;
     }
     QTreeView::keyPressEvent(event);
+}
+
+QModelIndex LVOutlineView::rowHolding(const QWidget* widget) const
+{
+    for (const PlacedView& placed : _placed) {
+        if (placed.view && placed.index.isValid() && placed.view->isAncestorOf(widget))
+            return placed.index;
+    }
+    return QModelIndex();
+}
+
+namespace {
+// The controls of a row's view that Tab stops at, in the view's order.
+QList<QWidget*> tabStops(const QWidget* view)
+{
+    QList<QWidget*> stops;
+    if (!view)
+        return stops;
+    for (QWidget* child : view->findChildren<QWidget*>()) {
+        if ((child->focusPolicy() & Qt::TabFocus) && child->isVisibleTo(view) && child->isEnabled())
+            stops.append(child);
+    }
+    return stops;
+}
+} // namespace
+
+bool LVOutlineView::focusNextPrevChild(bool next)
+{
+    QWidget* focus = QApplication::focusWidget();
+    const QModelIndex current = focus ? rowHolding(focus) : QModelIndex();
+    if (!current.isValid())
+        return QTreeView::focusNextPrevChild(next);
+    const QList<QWidget*> here = tabStops(rowView(current));
+    const qsizetype at = here.indexOf(focus);
+    const qsizetype following = next ? at + 1 : at - 1;
+    if (at >= 0 && following >= 0 && following < here.size()) {
+        here.at(following)->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+        return true;
+    }
+    for (QModelIndex index = next ? indexBelow(current) : indexAbove(current); index.isValid();
+         index = next ? indexBelow(index) : indexAbove(index)) {
+        scrollTo(index);
+        placeView(index);
+        const QList<QWidget*> stops = tabStops(rowView(index));
+        if (stops.isEmpty())
+            continue;
+        (next ? stops.first() : stops.last())->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+        return true;
+    }
+    // Past the last row (or before the first): on to the window's next control outside the list.
+    for (QWidget* candidate = next ? nextInFocusChain() : previousInFocusChain(); candidate && candidate != this;
+         candidate = next ? candidate->nextInFocusChain() : candidate->previousInFocusChain()) {
+        if (isAncestorOf(candidate) || !(candidate->focusPolicy() & Qt::TabFocus) || !candidate->isVisible() ||
+            !candidate->isEnabled())
+            continue;
+        candidate->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+        return true;
+    }
+    return false;
 }
 
 void LVOutlineView::resizeEvent(QResizeEvent* event)

@@ -60,6 +60,9 @@ public:
 protected:
     void mousePressEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    // Tab and Backtab walk the rows' controls in the rows' order, bringing each row into sight;
+    // views are lent from row to row, so the order in which they were made says nothing.
+    bool focusNextPrevChild(bool next) override;
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void scrollContentsBy(int dx, int dy) override;
@@ -94,6 +97,8 @@ private:
     void releaseDistantViews(const QSet<QPersistentModelIndex>& keep);
     // Every view out of the list, back to its row (before a reset).
     void takeOutAllViews();
+    // The top-level row whose view holds `widget`.
+    QModelIndex rowHolding(const QWidget* widget) const;
 
     QTimer* _idlePlacement = nullptr;
     struct PlacedView

@@ -2,13 +2,20 @@
 #include "RecordingWorkspace.h"
 #include "TestEnvironment.h"
 #include "TestMain.h"
+
+#include "DemoCatalogue.h"
 #include "foundation/VMPropertyList.h"
 #include "manager/AppDelegate.h"
+#include "manager/LVApplicationItemFactory.h"
 #include "manager/LVInstallManager.h"
+#include "manager/LVInstallManagerView.h"
+#include "outline/LVOutlineView.h"
 
 #include <QAbstractButton>
 #include <QAccessible>
 #include <QAccessibleActionInterface>
+#include <QScrollBar>
+#include <QToolButton>
 #include <QtTest>
 
 // The main window as a screen reader meets it: everything below is found and used through
@@ -74,6 +81,7 @@ class tst_WindowAccessibility : public QObject
 private slots:
     void initTestCase() { AppDelegate::configureApplication(); }
     void walkTheWindow();
+    void aLongListByKeyboardAndScreenReader();
 };
 
 void tst_WindowAccessibility::walkTheWindow()
@@ -172,6 +180,71 @@ void tst_WindowAccessibility::walkTheWindow()
 
     manager.hide();
     Platform::reset();
+}
+
+// Three hundred products: only the rows around those in sight have views, yet a screen reader
+// reads any row's controls, and Tab walks the rows in their order, bringing each into sight.
+void tst_WindowAccessibility::aLongListByKeyboardAndScreenReader()
+{
+    TestEnvironment environment;
+    QFile file(LVInstallManager::localVersionsFilePath());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(VMPropertyList::toXmlData(
+        DemoCatalogue::catalogue(QUrl(QStringLiteral("http://127.0.0.1:9")), QDateTime::currentDateTime(), 300)));
+    file.close();
+    LVInstallManager manager;
+    manager.setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());
+    manager.setAttachedToStatusItem(false);
+    manager.selectInstallsTabViewAtIndex(LVInstallManager::SingleProductsTab);
+    manager.show();
+    QVERIFY(QTest::qWaitForWindowExposed(manager.window()));
+    auto* table = manager.containerView()->findChild<LVOutlineView*>(QStringLiteral("_installItemsTable"));
+    QVERIFY(table);
+    QTRY_VERIFY(table->model() && table->model()->rowCount() > 250);
+    const int rows = table->model()->rowCount();
+
+    // The last row, far out of sight, read and its controls named.
+    QAccessibleInterface* outline = QAccessible::queryAccessibleInterface(table);
+    QAccessibleInterface* last = outline->child(rows - 1);
+    QVERIFY(last && last->state().offscreen && !last->state().invisible);
+    const QString lastTitle = last->text(QAccessible::Name);
+    QVERIFY2(lastTitle.startsWith(QStringLiteral("Generated Effect")), qPrintable(lastTitle));
+    QStringList controls;
+    for (QAccessibleInterface* element : descendants(last))
+        controls.append(element->text(QAccessible::Name));
+    QVERIFY2(controls.contains(QStringLiteral("Download & Install")), qPrintable(controls.join(QLatin1Char('|'))));
+    QVERIFY(controls.contains(QStringLiteral("Actions for %1").arg(lastTitle)));
+    QVERIFY(controls.contains(QStringLiteral("Not yet installed")));
+    // Read once, given back when the list next moves: views stay about two pages' worth.
+    table->verticalScrollBar()->setValue(table->verticalScrollBar()->pageStep());
+    QVERIFY2(table->placedViewCount() < 40, qPrintable(QString::number(table->placedViewCount())));
+
+    // Tab from the first product's actions button: every next stop is the next row's button,
+    // download and actions in turn, and the row with the focus is in sight.
+    table->verticalScrollBar()->setValue(0);
+    const QString first = outline->child(1)->text(QAccessible::Name);
+    QToolButton* start = nullptr;
+    for (auto* button : table->viewport()->findChildren<QToolButton*>()) {
+        if (button->isVisible() && button->accessibleName() == QStringLiteral("Actions for %1").arg(first))
+            start = button;
+    }
+    QVERIFY(start);
+    start->setFocus(Qt::TabFocusReason);
+    QStringList visited;
+    for (int press = 0; press < 60; ++press) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        QWidget* focus = QApplication::focusWidget();
+        QVERIFY(focus && table->isAncestorOf(focus));
+        const QRect shown(focus->mapTo(table->viewport(), QPoint(0, 0)), focus->size());
+        QVERIFY(table->viewport()->rect().contains(shown));
+        if (focus->accessibleName().startsWith(QStringLiteral("Actions for ")))
+            visited.append(focus->accessibleName().mid(12));
+    }
+    QVERIFY(visited.size() >= 29);
+    for (int i = 0; i < visited.size(); ++i)
+        QCOMPARE(visited.at(i), outline->child(2 + i)->text(QAccessible::Name));
+    QVERIFY(table->verticalScrollBar()->value() > 0);
+    manager.hide();
 }
 
 LV_TEST_MAIN(tst_WindowAccessibility)
