@@ -208,7 +208,11 @@ void LVOutlineView::takeOutAllViews()
         if (placed.index.isValid() && placed.index.parent().isValid())
             continue;
         placed.view->hide();
-        placed.view->setParent(nullptr);
+        LVOutlineItem* item = placed.index.isValid() ? _model->itemForIndex(placed.index) : nullptr;
+        if (item && item->canReleaseView())
+            item->releaseView();
+        else
+            placed.view->setParent(nullptr);
     }
 }
 
@@ -293,7 +297,7 @@ void LVOutlineView::releaseDistantViews(const QSet<QPersistentModelIndex>& keep)
             continue;
         LVOutlineItem* item = listed ? _model->itemForIndex(placed.index) : nullptr;
         if (item && !item->canReleaseView()) {
-            // In use far from sight (its menu open, the focus in it): it still follows its row.
+            // Kept by its row (in use, or a row that keeps its view): it still follows its row.
             if (!placed.index.parent().isValid())
                 placed.view->setGeometry(visualRect(placed.index));
             continue;
