@@ -14,6 +14,7 @@
 #include <QAbstractButton>
 #include <QAccessible>
 #include <QAccessibleActionInterface>
+#include <QMenu>
 #include <QScrollBar>
 #include <QToolButton>
 #include <QtTest>
@@ -215,6 +216,29 @@ void tst_WindowAccessibility::aLongListByKeyboardAndScreenReader()
     QVERIFY2(controls.contains(QStringLiteral("Download & Install")), qPrintable(controls.join(QLatin1Char('|'))));
     QVERIFY(controls.contains(QStringLiteral("Actions for %1").arg(lastTitle)));
     QVERIFY(controls.contains(QStringLiteral("Not yet installed")));
+    // Pressed there, its actions button opens the row's menu.
+    QAccessibleInterface* actions = nullptr;
+    for (QAccessibleInterface* element : descendants(last)) {
+        if (element->text(QAccessible::Name) == QStringLiteral("Actions for %1").arg(lastTitle))
+            actions = element;
+    }
+    QStringList entries;
+    QTimer reader;
+    connect(&reader, &QTimer::timeout, this, [&] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (!menu)
+            return;
+        reader.stop();
+        for (QAction* action : menu->actions()) {
+            if (action->isVisible() && action->isEnabled())
+                entries.append(action->text());
+        }
+        menu->close();
+    });
+    reader.start(20);
+    press(actions);
+    QTRY_VERIFY(!entries.isEmpty());
+    QVERIFY2(entries.contains(QStringLiteral("Install")), qPrintable(entries.join(QLatin1Char('|'))));
     // Read once, given back when the list next moves: views stay about two pages' worth.
     table->verticalScrollBar()->setValue(table->verticalScrollBar()->pageStep());
     QVERIFY2(table->placedViewCount() < 40, qPrintable(QString::number(table->placedViewCount())));
