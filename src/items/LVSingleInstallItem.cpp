@@ -569,13 +569,3 @@ QPushButton* LVSingleInstallItem::moreInfoButton() const
 {
     return _rowView ? _rowView->ui()._moreInfoButton : nullptr;
 }
-
-QPushButton* LVSingleInstallItem::buyButton() const
-{
-    return _rowView ? _rowView->ui()._buyButton : nullptr;
-}
-
-QMenu* LVSingleInstallItem::menu() const
-{
-    return _menu;
-}

@@ -107,8 +107,6 @@ public:
     QToolButton* menuButton() const;
     QTextEdit* descriptionTextView() const;
     QPushButton* moreInfoButton() const;
-    QPushButton* buyButton() const;
-    QMenu* menu() const;
 
 private:
     explicit LVSingleInstallItem(const VMSingleProductItemPtr& productItem);
