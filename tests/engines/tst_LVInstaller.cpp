@@ -103,15 +103,10 @@ void tst_LVInstaller::init()
     Platform::setPrivilegedExecution(_privileged);
     _tools = std::make_shared<TestCommandLineTools>();
     const QString tools = _env->path() + QStringLiteral("/tools");
-    _tools->installer = writeFile(QStringLiteral("tools/installer"), "#!/bin/sh\n"
-                                                                     "echo \"$*\" >> '" +
-                                                                         tools.toUtf8() +
-                                                                         "/calls'\n"
-                                                                         "cat '" +
-                                                                         tools.toUtf8() +
-                                                                         "/output'\n"
-                                                                         ". '" +
-                                                                         tools.toUtf8() + "/finish'\n");
+    // Notes its arguments, prints the output the case set, then ends as the case said.
+    _tools->installer = writeFile(
+        QStringLiteral("tools/installer"),
+        QStringLiteral("#!/bin/sh\necho \"$*\" >> '%1/calls'\ncat '%1/output'\n. '%1/finish'\n").arg(tools).toUtf8());
     QFile::setPermissions(_tools->installer, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     setInstallerOutput("installer: The upgrade was successful.\n");
     writeFile(QStringLiteral("tools/finish"), QByteArray());
