@@ -120,6 +120,15 @@ private:
     QElapsedTimer _clock;
 };
 
+// A downloader of `url` whose callbacks `delegate` records; it goes before the delegate does.
+std::unique_ptr<LVDownloader> watched(const QUrl& url, RecordingDelegate& delegate)
+{
+    std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(url));
+    if (downloader)
+        delegate.watch(downloader.get());
+    return downloader;
+}
+
 quint16 closedPort()
 {
     QTcpServer probe;
@@ -136,9 +145,8 @@ bool settleSession()
 {
     QUrl url(QStringLiteral("http://127.0.0.1/settle"));
     url.setPort(closedPort());
-    std::unique_ptr<LVDownloader> probe(LVDownloader::downloaderWithURL(url));
     RecordingDelegate delegate;
-    delegate.watch(probe.get());
+    auto probe = watched(url, delegate);
     return probe->start() && QTest::qWaitFor([&] { return delegate.ended(); }, 15000);
 }
 
@@ -316,10 +324,9 @@ void tst_LVDownloader::outcome()
     if (refused)
         url.setPort(closedPort());
 
-    std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(url));
-    QVERIFY(downloader);
     RecordingDelegate delegate;
-    delegate.watch(downloader.get());
+    auto downloader = watched(url, delegate);
+    QVERIFY(downloader);
     QElapsedTimer clock;
     clock.start();
     QVERIFY(downloader->start());
@@ -358,12 +365,11 @@ void tst_LVDownloader::httpsIsRequestedAsHttp()
     const QString host = QStringLiteral("127.0.0.1:") + QString::number(_server->port());
     const QUrl given("https://" + host + "/secure/Product%20Versions.plist?next=https://example.invalid/x");
 
-    std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(given));
+    RecordingDelegate delegate;
+    auto downloader = watched(given, delegate);
     QVERIFY(downloader);
     QCOMPARE(downloader->url(),
              QUrl("http://" + host + "/secure/Product%20Versions.plist?next=http://example.invalid/x"));
-    RecordingDelegate delegate;
-    delegate.watch(downloader.get());
     QVERIFY(downloader->start());
     QVERIFY(awaitEnd(delegate));
     QCOMPARE(delegate.finalEvent(), QStringLiteral("completed"));
@@ -382,9 +388,8 @@ void tst_LVDownloader::progressIsThrottled()
 {
     // 26 chunks, one every 100 ms: about 2.5 s of data arriving far faster than once a second.
     _server->setRoute("/slow", slowResponse(26000, 1000, 100));
-    std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(_server->url(QStringLiteral("/slow"))));
     RecordingDelegate delegate;
-    delegate.watch(downloader.get());
+    auto downloader = watched(_server->url(QStringLiteral("/slow")), delegate);
     QVERIFY(downloader->start());
     QVERIFY(awaitEnd(delegate));
     QCOMPARE(delegate.finalEvent(), QStringLiteral("completed"));
@@ -411,9 +416,8 @@ void tst_LVDownloader::fileThatCannotBeCreatedLeavesTheDownloadInMemory()
 {
     _server->setRoute("/data", "still arrives");
     const QString path = _env->temporaryDirectory() + QStringLiteral("/missing folder/file.bin");
-    std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(_server->url(QStringLiteral("/data"))));
     RecordingDelegate delegate;
-    delegate.watch(downloader.get());
+    auto downloader = watched(_server->url(QStringLiteral("/data")), delegate);
     QVERIFY(!downloader->startWithDownloadFilePath(path));
     QVERIFY(logContains(*_env, QStringLiteral("'Couldn't create download file at: %1' in ").arg(path)));
     QVERIFY(awaitEnd(delegate));
@@ -451,9 +455,8 @@ void tst_LVDownloader::suggestedFileNames()
 void tst_LVDownloader::startsOnlyOnce()
 {
     _server->setRoute("/once", "body");
-    std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(_server->url(QStringLiteral("/once"))));
     RecordingDelegate delegate;
-    delegate.watch(downloader.get());
+    auto downloader = watched(_server->url(QStringLiteral("/once")), delegate);
     QVERIFY(downloader->start());
     QVERIFY(!downloader->start());
     QVERIFY(!downloader->startWithDownloadFilePath(_env->temporaryDirectory() + QStringLiteral("/once.bin")));
@@ -467,9 +470,8 @@ void tst_LVDownloader::cancelledFileIsRemovedOnRelease()
 {
     _server->setRoute("/big.pkg", slowResponse(1000000, 10000, 20));
     const QString path = LVDownloader::downloadFilePathWithSuggestedFileName(QStringLiteral("big.pkg"));
-    std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(_server->url(QStringLiteral("/big.pkg"))));
     RecordingDelegate delegate;
-    delegate.watch(downloader.get());
+    auto downloader = watched(_server->url(QStringLiteral("/big.pkg")), delegate);
     QVERIFY(downloader->startWithDownloadFilePath(path));
     QTRY_VERIFY(delegate.names().contains(QStringLiteral("started")));
     QVERIFY(!downloader->deleteDownloadFile());
@@ -687,15 +689,12 @@ void tst_LVDownloader::extendedLogging()
     const QUrl url = _server->url(QStringLiteral("/ok"));
     const QString path = _env->temporaryDirectory() + QStringLiteral("/ok.bin");
 
-    std::unique_ptr<LVDownloader> toMemory(LVDownloader::downloaderWithURL(url));
-    std::unique_ptr<LVDownloader> toFile(LVDownloader::downloaderWithURL(url));
     QUrl refusedUrl = url;
     refusedUrl.setPort(closedPort());
-    std::unique_ptr<LVDownloader> refused(LVDownloader::downloaderWithURL(refusedUrl));
     RecordingDelegate memoryDelegate, fileDelegate, refusedDelegate;
-    memoryDelegate.watch(toMemory.get());
-    fileDelegate.watch(toFile.get());
-    refusedDelegate.watch(refused.get());
+    auto toMemory = watched(url, memoryDelegate);
+    auto toFile = watched(url, fileDelegate);
+    auto refused = watched(refusedUrl, refusedDelegate);
     QVERIFY(toMemory->start());
     QVERIFY(toFile->startWithDownloadFilePath(path));
     QVERIFY(refused->start());
@@ -720,10 +719,8 @@ void tst_LVDownloader::slowMainThreadPausesTheTransfer()
     _server->setRoute("/huge.pkg", response);
     const QString path = _env->temporaryDirectory() + QStringLiteral("/huge.pkg");
 
-    std::unique_ptr<LVDownloader> downloader(
-        LVDownloader::downloaderWithURL(_server->url(QStringLiteral("/huge.pkg"))));
     RecordingDelegate delegate;
-    delegate.watch(downloader.get());
+    auto downloader = watched(_server->url(QStringLiteral("/huge.pkg")), delegate);
     // A main thread that is busy for a while from the first chunk on: the network must wait for
     // it rather than pile up the body in memory.
     qint64 sentWhileBusy = -1;
@@ -752,13 +749,10 @@ void tst_LVDownloader::sessionInvalidation()
     _server->setRoute("/done", "done");
     _server->setRoute("/slow", slowResponse(1000000, 1000, 20));
 
-    std::unique_ptr<LVDownloader> finished(LVDownloader::downloaderWithURL(_server->url(QStringLiteral("/done"))));
-    std::unique_ptr<LVDownloader> running(LVDownloader::downloaderWithURL(_server->url(QStringLiteral("/slow"))));
-    std::unique_ptr<LVDownloader> waiting(LVDownloader::downloaderWithURL(_server->url(QStringLiteral("/slow"))));
     RecordingDelegate finishedDelegate, runningDelegate, waitingDelegate;
-    finishedDelegate.watch(finished.get());
-    runningDelegate.watch(running.get());
-    waitingDelegate.watch(waiting.get());
+    auto finished = watched(_server->url(QStringLiteral("/done")), finishedDelegate);
+    auto running = watched(_server->url(QStringLiteral("/slow")), runningDelegate);
+    auto waiting = watched(_server->url(QStringLiteral("/slow")), waitingDelegate);
     QVERIFY(finished->start());
     QVERIFY(awaitEnd(finishedDelegate));
     QVERIFY(running->startWithDownloadFilePath(_env->temporaryDirectory() + QStringLiteral("/slow.bin")));
@@ -812,10 +806,8 @@ void tst_LVDownloader::downloadsHaveLimits()
     });
     _server->setRoute("/package.pkg", response);
     const QString path = LVDownloader::downloadFilePathWithSuggestedFileName(QStringLiteral("package.pkg"));
-    std::unique_ptr<LVDownloader> downloader(
-        LVDownloader::downloaderWithURL(_server->url(QStringLiteral("/package.pkg"))));
     RecordingDelegate delegate;
-    delegate.watch(downloader.get());
+    auto downloader = watched(_server->url(QStringLiteral("/package.pkg")), delegate);
     QElapsedTimer clock;
     clock.start();
     QVERIFY(downloader->startWithDownloadFilePath(path));
@@ -835,9 +827,8 @@ void tst_LVDownloader::progressHeldBackIsReportedWhenTheSecondIsOver()
     burst.chunkSize = 16 * 1024;
     burst.stallAfterBytes = 400000;
     _server->setRoute("/burst", burst);
-    std::unique_ptr<LVDownloader> downloader(LVDownloader::downloaderWithURL(_server->url(QStringLiteral("/burst"))));
     RecordingDelegate delegate;
-    delegate.watch(downloader.get());
+    auto downloader = watched(_server->url(QStringLiteral("/burst")), delegate);
     QVERIFY(downloader->start());
     QTRY_VERIFY_WITH_TIMEOUT(
         !delegate.progressEvents().isEmpty() && qFuzzyCompare(delegate.progressEvents().last().progress, 40.0), 2500);
