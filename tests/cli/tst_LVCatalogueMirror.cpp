@@ -84,18 +84,9 @@ void tst_LVCatalogueMirror::failedRunLeavesThePreviousMirror()
     first.run(catalogueOf({productWith("A", base + "/p/A.pkg")}), &error);
     QVERIFY2(error.isEmpty(), qPrintable(error));
     const QByteArray published = VMPropertyList::toXmlData(VMPropertyList::fromFile(catalogueFile));
-    const QVariantMap version = VMPropertyList::fromFile(catalogueFile)
-                                    .toMap()
-                                    .value("Products")
-                                    .toMap()
-                                    .value("Products")
-                                    .toList()
-                                    .value(0)
-                                    .toMap()
-                                    .value("Versions")
-                                    .toList()
-                                    .value(0)
-                                    .toMap();
+    const QVariantMap products = VMPropertyList::fromFile(catalogueFile).toMap().value("Products").toMap();
+    const QVariantMap product = products.value("Products").toList().value(0).toMap();
+    const QVariantMap version = product.value("Versions").toList().value(0).toMap();
     QCOMPARE(version.value("Download URL").toString(), QStringLiteral("/p/A.pkg"));
 
     // A changes on the source; the run fails on the other package.

@@ -40,7 +40,7 @@ private slots:
     void init();
     void cleanup();
     void listAndCheck();
-    void updateAllThenUninstall();
+    void updateUninstallInstallAndStartWritingOnlyInTheTestsFolder();
     void usageErrorsAndExitStatuses_data();
     void usageErrorsAndExitStatuses();
     void toolkitOptionsKeepWorking();
@@ -49,7 +49,6 @@ private slots:
     void interruptedDownloadLeavesNothing();
     void swappedPackageIsRefused();
     void administratorStepNeverGrantedSilently();
-    void writesStayInTheTestsFolder();
 
 private:
     struct Run
@@ -188,8 +187,9 @@ void tst_LVCommandLine::listAndCheck()
     QVERIFY(!check.out.contains("LV-PRISM"));
 }
 
-void tst_LVCommandLine::updateAllThenUninstall()
+void tst_LVCommandLine::updateUninstallInstallAndStartWritingOnlyInTheTestsFolder()
 {
+    const QStringList before = realPlacesSnapshot();
     const Run update = run({QStringLiteral("--update-all"), QStringLiteral("--yes"), QStringLiteral("--json")});
     QVERIFY2(update.status == 0, update.out + update.err);
     const QList<QJsonObject> results = update.objects();
@@ -228,6 +228,33 @@ void tst_LVCommandLine::updateAllThenUninstall()
     }
     QCOMPARE(actions, QStringList({"LV-HALFTONE:install:succeeded", "LV-HALFTONE:uninstall:succeeded",
                                    "LV-PRISM:install:succeeded"}));
+
+    // The toolkit's options alone start the window, which takes the operation lock at once and
+    // opens the command channel: preferences, the command channel, the lock, the catalogue.
+    QProcess window;
+    window.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/src/lumivane-manager"));
+    window.setArguments({"-platform", "offscreen", "-qwindowtitle", "Lumivane"});
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    window.setProcessEnvironment(environment);
+    window.start();
+    QVERIFY(window.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(lockHolder() == window.processId() || window.state() != QProcess::Running, 60000);
+    QCOMPARE(window.state(), QProcess::Running);
+    const QString sockets = _env->systemRoot() + QStringLiteral("/var/run/notifications");
+    QTRY_VERIFY_WITH_TIMEOUT(!QDir(sockets).isEmpty(QDir::System | QDir::Files), 30000);
+    window.terminate();
+    if (!window.waitForFinished(10000)) {
+        window.kill();
+        window.waitForFinished();
+    }
+
+    // Inside the test's folder, the application's own files lie in the system root.
+    QVERIFY(LVOperationLock::filePath().startsWith(_env->systemRoot() + QLatin1Char('/')));
+    QVERIFY(QFile::exists(_env->systemRoot() + QStringLiteral("/Users/") + qEnvironmentVariable("USER", "user") +
+                          QStringLiteral("/Library/Application Support/Quarnet/Lumivane Manager/history.jsonl")));
+    // Outside it, nothing changed.
+    QCOMPARE(realPlacesSnapshot(), before);
 }
 
 void tst_LVCommandLine::usageErrorsAndExitStatuses_data()
@@ -271,24 +298,10 @@ void tst_LVCommandLine::usageErrorsAndExitStatuses()
 
 void tst_LVCommandLine::toolkitOptionsKeepWorking()
 {
-    // Beside a command, the toolkit's options are left to the toolkit.
+    // Beside a command, the toolkit's options are left to the toolkit (alone, they start the window).
     const Run list = run({"-platform", "offscreen", "--list", "-reverse"});
     QCOMPARE(list.status, 0);
     QVERIFY2(list.out.contains("LV-PRISM"), list.err.constData());
-
-    // Alone, they start the window, which takes the operation lock at once.
-    QProcess window;
-    window.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/src/lumivane-manager"));
-    window.setArguments({"-platform", "offscreen", "-qwindowtitle", "Lumivane"});
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
-    window.setProcessEnvironment(environment);
-    window.start();
-    QVERIFY(window.waitForStarted());
-    QTRY_VERIFY_WITH_TIMEOUT(lockHolder() == window.processId() || window.state() != QProcess::Running, 60000);
-    QCOMPARE(window.state(), QProcess::Running);
-    window.kill();
-    window.waitForFinished();
 }
 
 void tst_LVCommandLine::lockHeldByAnotherCopy()
@@ -408,43 +421,6 @@ QStringList tst_LVCommandLine::realPlacesSnapshot() const
     }
     entries.sort();
     return entries;
-}
-
-void tst_LVCommandLine::writesStayInTheTestsFolder()
-{
-    const QStringList before = realPlacesSnapshot();
-
-    // A full install from the command line: download, administrator step, history, lock.
-    const Run install = run(
-        {QStringLiteral("--install"), QStringLiteral("LV-PRISM"), QStringLiteral("--yes"), QStringLiteral("--json")});
-    QVERIFY2(install.status == 0, install.out + install.err);
-    QCOMPARE(run({QStringLiteral("--history")}).status, 0);
-
-    // The window's start-up: preferences, the command channel, the lock, the catalogue.
-    QProcess window;
-    window.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/src/lumivane-manager"));
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    window.setProcessEnvironment(environment);
-    window.start();
-    QVERIFY(window.waitForStarted());
-    QTRY_VERIFY_WITH_TIMEOUT(lockHolder() == window.processId() || window.state() != QProcess::Running, 60000);
-    QCOMPARE(window.state(), QProcess::Running);
-    // The command channel is up once its socket is.
-    const QString sockets = _env->systemRoot() + QStringLiteral("/var/run/notifications");
-    QTRY_VERIFY_WITH_TIMEOUT(!QDir(sockets).isEmpty(QDir::System | QDir::Files), 30000);
-    window.terminate();
-    if (!window.waitForFinished(10000)) {
-        window.kill();
-        window.waitForFinished();
-    }
-
-    // Inside the test's folder, the application's own files lie in the system root.
-    QVERIFY(LVOperationLock::filePath().startsWith(_env->systemRoot() + QLatin1Char('/')));
-    QVERIFY(QFile::exists(_env->systemRoot() + QStringLiteral("/Users/") + qEnvironmentVariable("USER", "user") +
-                          QStringLiteral("/Library/Application Support/Quarnet/Lumivane Manager/history.jsonl")));
-    // Outside it, nothing changed.
-    QCOMPARE(realPlacesSnapshot(), before);
 }
 
 LV_TEST_GUILESS_MAIN(tst_LVCommandLine)

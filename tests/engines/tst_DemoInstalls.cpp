@@ -66,8 +66,6 @@ private slots:
     void installUpdateUninstall();
     void packagesAreCheckedAgainstTheCatalogue_data();
     void packagesAreCheckedAgainstTheCatalogue();
-    void oneDigestRuleOnAPathOnlyMirror_data();
-    void oneDigestRuleOnAPathOnlyMirror();
 
 private:
     VMSingleProductItemPtr product(const QString& id) const;
@@ -100,14 +98,21 @@ void tst_DemoInstalls::cleanup()
     _env.reset();
 }
 
-VMSingleProductItemPtr tst_DemoInstalls::product(const QString& id) const
+namespace {
+QVariantMap entryOf(const QVariantMap& catalogue, const QString& id)
 {
-    const QVariantMap catalogue = DemoCatalogue::catalogue(_base, QDateTime::currentDateTime());
     for (const QVariant& entry : catalogue.value("Products").toMap().value("Products").toList()) {
         if (entry.toMap().value("Product ID") == id)
-            return VMSingleProductItem::initWithDict(entry.toMap());
+            return entry.toMap();
     }
-    return nullptr;
+    return {};
+}
+} // namespace
+
+VMSingleProductItemPtr tst_DemoInstalls::product(const QString& id) const
+{
+    return VMSingleProductItem::initWithDict(
+        entryOf(DemoCatalogue::catalogue(_base, QDateTime::currentDateTime()), id));
 }
 
 void tst_DemoInstalls::installUpdateUninstall_data()
@@ -165,51 +170,97 @@ void tst_DemoInstalls::installUpdateUninstall()
 
 void tst_DemoInstalls::packagesAreCheckedAgainstTheCatalogue_data()
 {
-    QTest::addColumn<QString>("served"); // what the server sends instead of the package, if anything
-    QTest::addColumn<bool>("withDigests");
+    QTest::addColumn<QString>("shape");   // where the catalogue names the package and its digest
+    QTest::addColumn<QString>("served");  // what the server sends instead, or "swapped" after the check
     QTest::addColumn<QString>("outcome"); // or part of the failure reason
     const QString refused = "The installer of 'Prismatic Glow' did not match its checksum and was deleted.";
-    QTest::newRow("the package") << QString() << true << "installCompleted";
-    QTest::newRow("another body") << "another body" << true << refused;
-    QTest::newRow("truncated") << "truncated" << true << refused;
-    QTest::newRow("error page") << "error page" << true << refused;
+    // The demo's catalogue file, full URLs, with the digests of the packages its server built.
+    QTest::newRow("the package") << "demo's digests" << QString() << "installCompleted";
+    for (const char* served : {"another body", "truncated", "error page"})
+        QTest::addRow("%s", served) << "demo's digests" << served << refused;
     // As before: the package installer gets the package and judges it itself.
-    QTest::newRow("no digest in the catalogue") << "another body" << false << "The upgrade failed";
+    QTest::newRow("no digest in the catalogue") << "no digests"
+                                                << "another body"
+                                                << "The upgrade failed";
+    // Catalogues as a mirror writes them: download URLs of a path alone, on the server override.
+    for (const char* shape : {"version's URL and digest", "product's URL and digest, repeated by the version",
+                              "product's URL and digest, version without URL"}) {
+        QTest::addRow("%s, the package", shape) << shape << QString() << "installCompleted";
+        QTest::addRow("%s, tampered on the mirror", shape) << shape << "another body" << refused;
+    }
+    QTest::newRow("version's URL and digest, swapped after the check") << "version's URL and digest"
+                                                                       << "swapped" << refused;
+    // The URL is shared, the digest is the other version's: nothing vouches for this package.
+    QTest::newRow("shared URL, only the other version's digest") << "shared URL" << QString() << refused;
 }
 
-// The demo's catalogue with the digests of the packages its server built.
 void tst_DemoInstalls::packagesAreCheckedAgainstTheCatalogue()
 {
+    QFETCH(QString, shape);
     QFETCH(QString, served);
-    QFETCH(bool, withDigests);
     QFETCH(QString, outcome);
     const QString site = _env->path() + QStringLiteral("/site");
-    QFile catalogue(site + QStringLiteral("/VM_installers/Product+Versions.plist"));
-    QVERIFY(catalogue.open(QIODevice::WriteOnly));
-    catalogue.write(VMPropertyList::toXmlData(DemoCatalogue::catalogue(_base, QDateTime::currentDateTime())));
-    catalogue.close();
-    QString error;
-    if (withDigests)
-        QVERIFY2(DemoPackages::addChecksums(site, &error), qPrintable(error));
-    VMSingleProductItemPtr record;
-    const QVariantMap root = VMPropertyList::fromFile(catalogue.fileName()).toMap();
-    for (const QVariant& entry : root.value("Products").toMap().value("Products").toList()) {
-        if (entry.toMap().value("Product ID") == QLatin1String("LV-PRISM"))
-            record = VMSingleProductItem::initWithDict(entry.toMap());
-    }
-    QVERIFY(record);
-    QCOMPARE(LVPackageChecksum::isVerifiable(*record), withDigests);
+    const QString path = QStringLiteral("/VM_installers/LV-PRISM-2.0.1.pkg");
+    const QString digest = LVPackageChecksum::sha256OfFile(site + path);
+    QVERIFY(!digest.isEmpty());
 
-    const QUrl url(record->latestVersionItem()->versionDownloadURL());
-    QFile package(site + url.path());
+    QVariantMap dict;
+    if (shape.endsWith(QLatin1String("digests"))) {
+        QFile catalogue(site + QStringLiteral("/VM_installers/Product+Versions.plist"));
+        QVERIFY(catalogue.open(QIODevice::WriteOnly));
+        catalogue.write(VMPropertyList::toXmlData(DemoCatalogue::catalogue(_base, QDateTime::currentDateTime())));
+        catalogue.close();
+        QString error;
+        if (shape == QLatin1String("demo's digests"))
+            QVERIFY2(DemoPackages::addChecksums(site, &error), qPrintable(error));
+        dict = entryOf(VMPropertyList::fromFile(catalogue.fileName()).toMap(), QStringLiteral("LV-PRISM"));
+    } else {
+        LVServers::setOverrideURL(_base);
+        dict = entryOf(DemoCatalogue::catalogue(_base, QDateTime::currentDateTime()), QStringLiteral("LV-PRISM"));
+        QVariantList versions = dict.value("Versions").toList();
+        QCOMPARE(versions.size(), 3);
+        QVariantMap latest = versions.at(2).toMap();
+        QVariantMap previous = versions.at(1).toMap();
+        latest.insert("Download URL", path);
+        if (shape == QLatin1String("version's URL and digest")) {
+            latest.insert("Download SHA256", digest);
+        } else if (shape.startsWith(QLatin1String("product's"))) {
+            // Written differently from the version's, the same package all the same; the digest as
+            // someone typed it.
+            dict.insert("Download URL", _base.toString() + path);
+            dict.insert("Download SHA256", QStringLiteral(" %1\n").arg(digest.toUpper()));
+            if (shape.endsWith(QLatin1String("without URL")))
+                latest.remove("Download URL");
+        } else {
+            previous.insert("Download URL", path);
+            previous.insert("Download SHA256", digest);
+        }
+        versions[1] = previous;
+        versions[2] = latest;
+        dict.insert("Versions", versions);
+    }
+    const VMSingleProductItemPtr record = VMSingleProductItem::initWithDict(dict);
+    QVERIFY(record);
+    QCOMPARE(LVPackageChecksum::isVerifiable(*record), shape != QLatin1String("no digests"));
+
+    QFile package(site + path);
     QVERIFY(package.open(QIODevice::ReadOnly));
     const QByteArray real = package.readAll();
     if (served == QLatin1String("another body"))
-        _server->setRoute(url.path().toUtf8(), QByteArray(real).replace(real.size() / 2, 4, "XXXX"));
+        _server->setRoute(path.toUtf8(), QByteArray(real).replace(real.size() / 2, 4, "XXXX"));
     else if (served == QLatin1String("truncated"))
-        _server->setRoute(url.path().toUtf8(), real.left(real.size() - 100));
+        _server->setRoute(path.toUtf8(), real.left(real.size() - 100));
     else if (served == QLatin1String("error page"))
-        _server->setRoute(url.path().toUtf8(), "<html><body>Not Found</body></html>", 404);
+        _server->setRoute(path.toUtf8(), "<html><body>Not Found</body></html>", 404);
+    else if (served == QLatin1String("swapped")) {
+        // While the administrator is asked, after the package was checked, it is replaced.
+        Platform::privilegedExecution().setConsentProvider([](const QString&) {
+            QFile package(LVDownloadFolder::path() + QStringLiteral("/LV-PRISM-2.0.1.pkg"));
+            if (!package.open(QIODevice::ReadWrite) || !package.seek(100) || package.write("XXXX") != 4)
+                return int(PrivilegedExecution::Denied);
+            return int(PrivilegedExecution::Success);
+        });
+    }
 
     DemoOwner owner(record);
     QSignalSpy finished(&owner, &DemoOwner::finished);
@@ -224,105 +275,12 @@ void tst_DemoInstalls::packagesAreCheckedAgainstTheCatalogue()
         QCOMPARE(history.last().value("outcome").toString(), QStringLiteral("failed"));
         QVERIFY(history.last().value("detail").toString().contains(outcome));
     }
+    // A package swapped after the first check is caught by the administrator step's own.
+    const QStringList log = _env->systemLog->lines();
+    QCOMPARE(std::any_of(log.begin(), log.end(),
+                         [](const QString& line) { return line.contains("found by the administrator step"); }),
+             served == QLatin1String("swapped"));
     // Refused or installed, no package is left behind (cleanup() checks the temporary folder).
-}
-
-void tst_DemoInstalls::oneDigestRuleOnAPathOnlyMirror_data()
-{
-    QTest::addColumn<QString>("shape");
-    QTest::addColumn<QString>("tampering"); // "", "served" (on the mirror) or "swapped" (after the check)
-    QTest::addColumn<bool>("installs");
-    for (const char* shape : {"version's URL and digest", "product's URL and digest, repeated by the version",
-                              "product's URL and digest, version without URL"}) {
-        QTest::addRow("%s, the package", shape) << shape << "" << true;
-        QTest::addRow("%s, tampered on the mirror", shape) << shape << "served" << false;
-    }
-    QTest::newRow("version's URL and digest, swapped after the check") << "version's URL and digest"
-                                                                       << "swapped" << false;
-    // The URL is shared, the digest is the other version's: nothing vouches for this package.
-    QTest::newRow("shared URL, only the other version's digest") << "shared URL"
-                                                                 << "" << false;
-}
-
-// Catalogues as a mirror writes them: download URLs of a path alone, on the server override.
-void tst_DemoInstalls::oneDigestRuleOnAPathOnlyMirror()
-{
-    QFETCH(QString, shape);
-    QFETCH(QString, tampering);
-    QFETCH(bool, installs);
-    LVServers::setOverrideURL(_base);
-    const QString site = _env->path() + QStringLiteral("/site");
-    const QString path = QStringLiteral("/VM_installers/LV-PRISM-2.0.1.pkg");
-    const QString digest = LVPackageChecksum::sha256OfFile(site + path);
-    QVERIFY(!digest.isEmpty());
-
-    QVariantMap dict;
-    for (const QVariant& entry : DemoCatalogue::catalogue(_base, QDateTime::currentDateTime())
-                                     .value("Products")
-                                     .toMap()
-                                     .value("Products")
-                                     .toList()) {
-        if (entry.toMap().value("Product ID") == QLatin1String("LV-PRISM"))
-            dict = entry.toMap();
-    }
-    QVariantList versions = dict.value("Versions").toList();
-    QCOMPARE(versions.size(), 3);
-    QVariantMap latest = versions.at(2).toMap();
-    QVariantMap previous = versions.at(1).toMap();
-    latest.insert("Download URL", path);
-    if (shape == QLatin1String("version's URL and digest")) {
-        latest.insert("Download SHA256", digest);
-    } else if (shape.startsWith(QLatin1String("product's"))) {
-        // Written differently from the version's, the same package all the same; the digest as
-        // someone typed it.
-        dict.insert("Download URL", _base.toString() + path);
-        dict.insert("Download SHA256", QStringLiteral(" %1\n").arg(digest.toUpper()));
-        if (shape.endsWith(QLatin1String("without URL")))
-            latest.remove("Download URL");
-    } else {
-        previous.insert("Download URL", path);
-        previous.insert("Download SHA256", digest);
-    }
-    versions[1] = previous;
-    versions[2] = latest;
-    dict.insert("Versions", versions);
-    const VMSingleProductItemPtr record = VMSingleProductItem::initWithDict(dict);
-    QVERIFY(record);
-    QVERIFY(LVPackageChecksum::isVerifiable(*record));
-
-    if (tampering == QLatin1String("served")) {
-        QFile package(site + path);
-        QVERIFY(package.open(QIODevice::ReadOnly));
-        _server->setRoute(path.toUtf8(), package.readAll().replace(100, 4, "XXXX"));
-    } else if (tampering == QLatin1String("swapped")) {
-        // While the administrator is asked, after the package was checked, it is replaced.
-        Platform::privilegedExecution().setConsentProvider([](const QString&) {
-            QFile package(LVDownloadFolder::path() + QStringLiteral("/LV-PRISM-2.0.1.pkg"));
-            if (!package.open(QIODevice::ReadWrite) || !package.seek(100) || package.write("XXXX") != 4)
-                return int(PrivilegedExecution::Denied);
-            return int(PrivilegedExecution::Success);
-        });
-    }
-
-    DemoOwner owner(record);
-    QSignalSpy finished(&owner, &DemoOwner::finished);
-    QVERIFY(owner.operation->startDownload(record->latestVersionItem()));
-    QVERIFY(finished.wait(30000));
-    if (installs) {
-        QCOMPARE(owner.outcome, QStringLiteral("installCompleted"));
-        QCOMPARE(record->checkInstalledPluginVersion(), QStringLiteral("2.0.1"));
-    } else {
-        QVERIFY2(
-            owner.outcome.contains("The installer of 'Prismatic Glow' did not match its checksum and was deleted."),
-            qPrintable(owner.outcome));
-        QCOMPARE(record->checkInstalledPluginVersion(), QString());
-        // A package swapped after the first check is caught by the administrator step's own.
-        const QStringList log = _env->systemLog->lines();
-        QCOMPARE(std::any_of(log.begin(), log.end(),
-                             [](const QString& line) { return line.contains("found by the administrator step"); }),
-                 tampering == QLatin1String("swapped"));
-    }
-    // cleanup() checks that the package is gone either way.
 }
 
 LV_TEST_GUILESS_MAIN(tst_DemoInstalls)

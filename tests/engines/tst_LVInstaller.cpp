@@ -103,15 +103,10 @@ void tst_LVInstaller::init()
     Platform::setPrivilegedExecution(_privileged);
     _tools = std::make_shared<TestCommandLineTools>();
     const QString tools = _env->path() + QStringLiteral("/tools");
-    _tools->installer = writeFile(QStringLiteral("tools/installer"), "#!/bin/sh\n"
-                                                                     "echo \"$*\" >> '" +
-                                                                         tools.toUtf8() +
-                                                                         "/calls'\n"
-                                                                         "cat '" +
-                                                                         tools.toUtf8() +
-                                                                         "/output'\n"
-                                                                         ". '" +
-                                                                         tools.toUtf8() + "/finish'\n");
+    // Notes its arguments, prints the output the case set, then ends as the case said.
+    _tools->installer = writeFile(
+        QStringLiteral("tools/installer"),
+        QStringLiteral("#!/bin/sh\necho \"$*\" >> '%1/calls'\ncat '%1/output'\n. '%1/finish'\n").arg(tools).toUtf8());
     QFile::setPermissions(_tools->installer, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     setInstallerOutput("installer: The upgrade was successful.\n");
     writeFile(QStringLiteral("tools/finish"), QByteArray());
@@ -190,26 +185,29 @@ void tst_LVInstaller::badPathsAreRefused()
 void tst_LVInstaller::userRunDoesNotJudgeOutput_data()
 {
     QTest::addColumn<QByteArray>("output");
+    QTest::addColumn<QByteArray>("finish"); // how the stand-in ends, after printing `output`
     QTest::addColumn<QVariant>("arguments");
     QTest::addColumn<QString>("expectedCall");
-    QTest::newRow("upgrade, no arguments") << QByteArray("installer: The upgrade was successful.\n") << QVariant()
-                                           << "-pkg @ -target CurrentUserHomeDirectory";
-    QTest::newRow("error text still succeeds")
-        << QByteArray("installer: Error - the package is damaged.\n") << QVariant(QStringLiteral("-verbose"))
-        << "-pkg @ -target CurrentUserHomeDirectory -verbose";
-    QTest::newRow("arguments kept whole")
-        << QByteArray("") << QVariant(QStringLiteral("-lang en")) << "-pkg @ -target CurrentUserHomeDirectory -lang en";
+    QTest::newRow("upgrade, no arguments") << QByteArray("installer: The upgrade was successful.\n") << QByteArray()
+                                           << QVariant() << "-pkg @ -target CurrentUserHomeDirectory";
+    QTest::newRow("error text and a failure status still succeed")
+        << QByteArray("installer: Error - the package is damaged.\n") << QByteArray("exit 1")
+        << QVariant(QStringLiteral("-verbose")) << "-pkg @ -target CurrentUserHomeDirectory -verbose";
+    QTest::newRow("arguments kept whole") << QByteArray("") << QByteArray() << QVariant(QStringLiteral("-lang en"))
+                                          << "-pkg @ -target CurrentUserHomeDirectory -lang en";
     QTest::newRow("empty arguments left out")
-        << QByteArray("x") << QVariant(QStringLiteral("")) << "-pkg @ -target CurrentUserHomeDirectory";
+        << QByteArray("x") << QByteArray() << QVariant(QStringLiteral("")) << "-pkg @ -target CurrentUserHomeDirectory";
 }
 
 void tst_LVInstaller::userRunDoesNotJudgeOutput()
 {
     QFETCH(QByteArray, output);
+    QFETCH(QByteArray, finish);
     QFETCH(QVariant, arguments);
     QFETCH(QString, expectedCall);
 
     setInstallerOutput(output);
+    writeFile(QStringLiteral("tools/finish"), finish);
     const QString package = writeFile(QStringLiteral("downloads/Glow.pkg"), "package");
     QVariantMap options{{"requiresAuthentication", false}};
     if (arguments.isValid())

@@ -46,9 +46,7 @@ private slots:
         const QVariant parsed = VMPropertyList::fromData(bytes, &error);
         QVERIFY2(parsed.isValid(), qPrintable(error));
         const QVariantMap map = parsed.toMap();
-        QCOMPARE(map.keys(), original.keys());
-        for (auto it = original.begin(); it != original.end(); ++it)
-            QCOMPARE(map.value(it.key()), it.value());
+        QCOMPARE(map, original);
         QCOMPARE(map.value(QStringLiteral("integer")).typeId(), QMetaType::LongLong);
         QCOMPARE(map.value(QStringLiteral("yes")).typeId(), QMetaType::Bool);
     }
@@ -64,11 +62,10 @@ private slots:
             "  <key>Version</key><integer>3</integer>\n"
             "  <key>Date</key><date>2026-11-21T08:00:00Z</date>\n"
             "</dict></plist>\n";
-        const QVariantMap map = VMPropertyList::fromData(xml).toMap();
-        QCOMPARE(map.value("Version").toLongLong(), 3);
-        QCOMPARE(map.value("Products").toList().first().toMap().value("Title").toString(),
-                 QStringLiteral("Glow & Grain"));
-        QCOMPARE(map.value("Date").toDateTime(), QDateTime(QDate(2026, 11, 21), QTime(8, 0), QTimeZone::utc()));
+        QCOMPARE(VMPropertyList::fromData(xml).toMap(),
+                 (QVariantMap{{"Products", QVariantList{QVariantMap{{"Title", "Glow & Grain"}}}},
+                              {"Version", qint64(3)},
+                              {"Date", QDateTime(QDate(2026, 11, 21), QTime(8, 0), QTimeZone::utc())}}));
     }
 
     void garbageGivesAClearFailure_data()

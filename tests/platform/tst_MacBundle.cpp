@@ -19,37 +19,25 @@ class tst_MacBundle : public QObject
     Q_OBJECT
 
 private slots:
-    void infoPlistCarriesTheBundlesIdentity_data()
+    void infoPlistCarriesTheBundlesIdentity()
     {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("identifier") << "CFBundleIdentifier"
-                                    << "com.quarnet.Lumivane-Manager";
-        QTest::newRow("name") << "CFBundleName"
-                              << "Lumivane Manager";
-        QTest::newRow("executable") << "CFBundleExecutable"
-                                    << "Lumivane Manager";
-        QTest::newRow("short version") << "CFBundleShortVersionString" << LV_VERSION;
-        // The build number About shows in brackets.
-        QTest::newRow("build number") << "CFBundleVersion"
-                                      << "65";
+        const QVariantMap info = EmulatedPlist::readStrings(QStringLiteral(LV_INFO_PLIST));
+        QVERIFY2(!info.isEmpty(), "the expanded Info.plist is not a property list");
         // The oldest macOS that the Qt the bundle is built with supports.
         const char* minimum = QT_VERSION >= QT_VERSION_CHECK(6, 10, 0)  ? "13.0"
                               : QT_VERSION >= QT_VERSION_CHECK(6, 8, 0) ? "12.0"
                                                                         : "11.0";
-        QTest::newRow("minimum macOS") << "LSMinimumSystemVersion" << minimum;
-        QTest::newRow("icon") << "CFBundleIconFile"
-                              << "AppIcon";
-        QTest::newRow("package type") << "CFBundlePackageType"
-                                      << "APPL";
-    }
-    void infoPlistCarriesTheBundlesIdentity()
-    {
-        QFETCH(QString, key);
-        QFETCH(QString, expected);
-        const QVariantMap info = EmulatedPlist::readStrings(QStringLiteral(LV_INFO_PLIST));
-        QVERIFY2(!info.isEmpty(), "the expanded Info.plist is not a property list");
-        QCOMPARE(info.value(key).toString(), expected);
+        // 65: the build number About shows in brackets.
+        const QVariantMap expected{{"CFBundleIdentifier", "com.quarnet.Lumivane-Manager"},
+                                   {"CFBundleName", "Lumivane Manager"},
+                                   {"CFBundleExecutable", "Lumivane Manager"},
+                                   {"CFBundleShortVersionString", LV_VERSION},
+                                   {"CFBundleVersion", "65"},
+                                   {"LSMinimumSystemVersion", minimum},
+                                   {"CFBundleIconFile", "AppIcon"},
+                                   {"CFBundlePackageType", "APPL"}};
+        for (auto it = expected.cbegin(); it != expected.cend(); ++it)
+            QCOMPARE(info.value(it.key()).toString(), it.value().toString());
     }
 
     // Every size the Dock, the Finder and a Retina screen ask for, 16 to 1024 px.

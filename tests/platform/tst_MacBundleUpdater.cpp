@@ -85,30 +85,19 @@ private slots:
         QTest::addColumn<QString>("archive"); // "update", "corrupt", "empty"
         QTest::addColumn<QString>("problem"); // what is wrong, or empty
         QTest::addColumn<QString>("reason");  // the user is told; empty: installed
-        QTest::newRow("installed") << "update"
-                                   << ""
-                                   << "";
-        QTest::newRow("archive can't be unpacked") << "corrupt"
-                                                   << ""
-                                                   << "The archive could not be unpacked.";
-        QTest::newRow("no application inside") << "empty"
-                                               << ""
-                                               << "The archive does not hold one application.";
-        QTest::newRow("new bundle not signed") << "update"
-                                               << "unsigned"
-                                               << "The new application's code signature is not valid.";
-        QTest::newRow("signed by another team") << "update"
-                                                << "other team"
-                                                << "The new application is not signed by the same developer.";
-        QTest::newRow("another application") << "update"
-                                             << "other identifier"
-                                             << "The archive holds another application.";
-        QTest::newRow("running bundle unsigned") << "update"
-                                                 << "running unsigned"
-                                                 << "The running application is not signed by a developer.";
-        QTest::newRow("relaunch fails after the swap") << "update"
-                                                       << "no relaunch"
-                                                       << "The new application could not be started.";
+        const auto row = [](const char* name, const char* archive, const char* problem, const char* reason) {
+            QTest::newRow(name) << QString(archive) << QString(problem) << QString(reason);
+        };
+        row("installed", "update", "", "");
+        row("archive can't be unpacked", "corrupt", "", "The archive could not be unpacked.");
+        row("no application inside", "empty", "", "The archive does not hold one application.");
+        row("new bundle not signed", "update", "unsigned", "The new application's code signature is not valid.");
+        row("signed by another team", "update", "other team",
+            "The new application is not signed by the same developer.");
+        row("another application", "update", "other identifier", "The archive holds another application.");
+        row("running bundle unsigned", "update", "running unsigned",
+            "The running application is not signed by a developer.");
+        row("relaunch fails after the swap", "update", "no relaunch", "The new application could not be started.");
     }
     void swapsVerifiedBundleOrLeavesTheOldOne()
     {

@@ -65,18 +65,15 @@ private slots:
     void registerAndMatch()
     {
         TestEnvironment environment;
-        const QString glow = makePlugin(environment.systemRoot(), QStringLiteral("Glow"),
-                                        QStringLiteral("com.quarnet.Glow.plugin"), QStringLiteral("1.2.3"));
-        const QString blur = makePlugin(environment.systemRoot(), QStringLiteral("Blur Pro"),
-                                        QStringLiteral("com.quarnet.Blur.plugin"), QStringLiteral("3.2.1 (457)"));
-        QCOMPARE(pluginkit({QStringLiteral("-a"), glow}).exitCode, 0);
-        const Run added = pluginkit({QStringLiteral("-a"), blur});
+        const QString glow = makePlugin(environment.systemRoot(), "Glow", "com.quarnet.Glow.plugin", "1.2.3");
+        const QString blur = makePlugin(environment.systemRoot(), "Blur Pro", "com.quarnet.Blur.plugin", "3.2.1 (457)");
+        QCOMPARE(pluginkit({"-a", glow}).exitCode, 0);
+        const Run added = pluginkit({"-a", blur});
         QCOMPARE(added.exitCode, 0);
         QCOMPARE(added.output, QByteArray()); // registering is silent
         QVERIFY(QFileInfo(environment.systemRoot() + QStringLiteral("/var/db/pluginkit/registry.plist")).isFile());
 
-        const Run verbose = pluginkit({QStringLiteral("-m"), QStringLiteral("-v"), QStringLiteral("-i"),
-                                       QStringLiteral("com.quarnet.Blur.plugin")});
+        const Run verbose = pluginkit({"-m", "-v", "-i", "com.quarnet.Blur.plugin"});
         QCOMPARE(verbose.exitCode, 0);
         const QRegularExpression form(QStringLiteral("^     com\\.quarnet\\.Blur\\.plugin\\(3\\.2\\.1 \\(457\\)\\)\\t"
                                                      "[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\t"
@@ -86,11 +83,10 @@ private slots:
         QCOMPARE(match.captured(1), blur);
         QCOMPARE(pathAsTheApplicationReadsIt(verbose.output), blur);
 
-        const Run plain =
-            pluginkit({QStringLiteral("-m"), QStringLiteral("-i"), QStringLiteral("com.quarnet.Glow.plugin")});
+        const Run plain = pluginkit({"-m", "-i", "com.quarnet.Glow.plugin"});
         QCOMPARE(plain.output, QByteArray("     com.quarnet.Glow.plugin(1.2.3)\n"));
 
-        const Run all = pluginkit({QStringLiteral("-m")});
+        const Run all = pluginkit({"-m"});
         QCOMPARE(all.output, QByteArray("     com.quarnet.Glow.plugin(1.2.3)\n"
                                         "     com.quarnet.Blur.plugin(3.2.1 (457))\n"));
     }
@@ -100,30 +96,25 @@ private slots:
         TestEnvironment environment;
         // Without a registry file at all, and with one that lacks the identifier.
         for (int round = 0; round < 2; ++round) {
-            const Run run = pluginkit({QStringLiteral("-m"), QStringLiteral("-v"), QStringLiteral("-i"),
-                                       QStringLiteral("com.quarnet.Missing.plugin")});
+            const Run run = pluginkit({"-m", "-v", "-i", "com.quarnet.Missing.plugin"});
             QCOMPARE(run.exitCode, 0);
             QCOMPARE(run.output, QByteArray());
             QCOMPARE(pathAsTheApplicationReadsIt(run.output), QString());
-            const QString other = makePlugin(environment.systemRoot(), QStringLiteral("Other"),
-                                             QStringLiteral("com.quarnet.Other.plugin"), QStringLiteral("1.0"));
-            QCOMPARE(pluginkit({QStringLiteral("-a"), other}).exitCode, 0);
+            const QString other = makePlugin(environment.systemRoot(), "Other", "com.quarnet.Other.plugin", "1.0");
+            QCOMPARE(pluginkit({"-a", other}).exitCode, 0);
         }
     }
 
     void registeringAgainRefreshesTheRecord()
     {
         TestEnvironment environment;
-        const QString glow = makePlugin(environment.systemRoot(), QStringLiteral("Glow"),
-                                        QStringLiteral("com.quarnet.Glow.plugin"), QStringLiteral("1.0"));
-        const QStringList match = {QStringLiteral("-m"), QStringLiteral("-v"), QStringLiteral("-i"),
-                                   QStringLiteral("com.quarnet.Glow.plugin")};
-        QCOMPARE(pluginkit({QStringLiteral("-a"), glow}).exitCode, 0);
+        const QString glow = makePlugin(environment.systemRoot(), "Glow", "com.quarnet.Glow.plugin", "1.0");
+        const QStringList match = {"-m", "-v", "-i", "com.quarnet.Glow.plugin"};
+        QCOMPARE(pluginkit({"-a", glow}).exitCode, 0);
         const QByteArray before = pluginkit(match).output;
-        makePlugin(environment.systemRoot(), QStringLiteral("Glow"), QStringLiteral("com.quarnet.Glow.plugin"),
-                   QStringLiteral("2.0"));
+        makePlugin(environment.systemRoot(), "Glow", "com.quarnet.Glow.plugin", "2.0");
         // Through a path spelt differently: still the same bundle.
-        QCOMPARE(pluginkit({QStringLiteral("-a"), glow + QStringLiteral("/../Glow.pluginkit/")}).exitCode, 0);
+        QCOMPARE(pluginkit({"-a", glow + QStringLiteral("/../Glow.pluginkit/")}).exitCode, 0);
         const QByteArray after = pluginkit(match).output;
         QCOMPARE(after.count('\n'), 1);
         QVERIFY2(after.startsWith("     com.quarnet.Glow.plugin(2.0)\t"), after.constData());
@@ -134,23 +125,22 @@ private slots:
     void removeAndErrors()
     {
         TestEnvironment environment;
-        const QString glow = makePlugin(environment.systemRoot(), QStringLiteral("Glow"),
-                                        QStringLiteral("com.quarnet.Glow.plugin"), QStringLiteral("1.0"));
-        QCOMPARE(pluginkit({QStringLiteral("-a"), glow}).exitCode, 0);
+        const QString glow = makePlugin(environment.systemRoot(), "Glow", "com.quarnet.Glow.plugin", "1.0");
+        QCOMPARE(pluginkit({"-a", glow}).exitCode, 0);
 
         // A folder without an information dictionary is no plug-in and leaves the registry alone.
         const QString empty = environment.systemRoot() + QStringLiteral("/Empty.pluginkit");
         QDir().mkpath(empty);
-        QCOMPARE(pluginkit({QStringLiteral("-a"), empty}).exitCode, 1);
-        QCOMPARE(pluginkit({QStringLiteral("-m")}).output, QByteArray("     com.quarnet.Glow.plugin(1.0)\n"));
+        QCOMPARE(pluginkit({"-a", empty}).exitCode, 1);
+        QCOMPARE(pluginkit({"-m"}).output, QByteArray("     com.quarnet.Glow.plugin(1.0)\n"));
 
-        QCOMPARE(pluginkit({QStringLiteral("-r"), empty}).exitCode, 1);
-        QCOMPARE(pluginkit({QStringLiteral("-r"), glow}).exitCode, 0);
-        QCOMPARE(pluginkit({QStringLiteral("-m")}).output, QByteArray());
+        QCOMPARE(pluginkit({"-r", empty}).exitCode, 1);
+        QCOMPARE(pluginkit({"-r", glow}).exitCode, 0);
+        QCOMPARE(pluginkit({"-m"}).output, QByteArray());
 
         QCOMPARE(pluginkit({}).exitCode, 64);
-        QCOMPARE(pluginkit({QStringLiteral("-a")}).exitCode, 64);
-        QCOMPARE(pluginkit({QStringLiteral("-x")}).exitCode, 64);
+        QCOMPARE(pluginkit({"-a"}).exitCode, 64);
+        QCOMPARE(pluginkit({"-x"}).exitCode, 64);
     }
 };
 
