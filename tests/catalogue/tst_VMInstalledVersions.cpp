@@ -62,7 +62,6 @@ private slots:
     void findsPluginOnlyByExtensionAndIdentifier();
     void cacheKeepsAnswerUntilCleared();
     void coldPassReadsTheFolderOnce();
-    void callersGetCopies();
     void malformedInformationIsLoggedAndKeepsWhatWasRead_data();
     void malformedInformationIsLoggedAndKeepsWhatWasRead();
     void messagesOnlyWithExtendedLogging();
@@ -304,18 +303,6 @@ void tst_VMInstalledVersions::coldPassReadsTheFolderOnce()
     makePlugin(root(), "Late.app", "Late.pluginkit", "com.quarnet.Late", QStringLiteral("3.0"));
     QCOMPARE(VMInstalledVersions::installedVersionForProduct("P", QStringLiteral("com.quarnet.Late"), QString()),
              QStringLiteral("3.0"));
-}
-
-void tst_VMInstalledVersions::callersGetCopies()
-{
-    const QString id = QStringLiteral("com.quarnet.CopyXPC");
-    makePlugin(root(), "Copy.app", "CopyXPC.pluginkit", id, QStringLiteral("1.0"));
-    auto first = VMInstalledVersions::checkProductVersionsInBundle(id);
-    QVERIFY(first);
-    first->insert(QStringLiteral("XPC_"), QStringLiteral("9.9"));
-    first->insert(QStringLiteral("P1"), QStringLiteral("9.9"));
-    const auto second = VMInstalledVersions::checkProductVersionsInBundle(id);
-    QCOMPARE(*second, (QVariantMap{{"XPC_", "1.0"}}));
 }
 
 void tst_VMInstalledVersions::malformedInformationIsLoggedAndKeepsWhatWasRead_data()
