@@ -287,19 +287,6 @@ private slots:
         }
         Q_UNUSED(app);
     }
-
-    void launchingAMissingWrapperLogsOnlyWithExtendedLogging()
-    {
-        QSignalSpy lines(VMLogger::sharedLogger(), &VMLogger::lineLogged);
-        const QVariantMap options{{VMUtils::optionBundleIdentifier, QStringLiteral("com.quarnet.FxPlug.NoneXPC")}};
-        VMUtils::launchWrapperApp(options);
-        QCOMPARE(lines.size(), 0);
-        LVPreferences::sharedPreferences()->useExtendedLogging(true);
-        VMUtils::launchWrapperApp(options);
-        QCOMPARE(lines.size(), 1);
-        QVERIFY(lines.first().first().toString().endsWith("Wrapper app not found: 'com.quarnet.FxPlug.NoneXPC'\n"));
-        QCOMPARE(lines.first().at(1).value<VMLogger::Severity>(), VMLogger::Error);
-    }
 };
 
 LV_TEST_GUILESS_MAIN(tst_VMUtils)
