@@ -123,14 +123,9 @@ void tst_VMNewsHelpRecords::newsImageFallback_data()
     QTest::addColumn<QString>("announcementImage");
     QTest::addColumn<QString>("expected");
     QTest::newRow("news only") << "n.png" << QString() << "n.png";
-    QTest::newRow("announcement only") << QString() << "a.png"
-                                       << "a.png";
-    QTest::newRow("both: news wins") << "n.png"
-                                     << "a.png"
-                                     << "n.png";
-    QTest::newRow("empty news still wins") << ""
-                                           << "a.png"
-                                           << "";
+    QTest::newRow("announcement only") << QString() << "a.png" << QStringLiteral("a.png");
+    QTest::newRow("both: news wins") << QStringLiteral("n.png") << "a.png" << QStringLiteral("n.png");
+    QTest::newRow("empty news still wins") << QStringLiteral("") << "a.png" << QStringLiteral("");
     QTest::newRow("neither") << QString() << QString() << QString();
 }
 

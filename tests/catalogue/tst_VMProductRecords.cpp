@@ -193,14 +193,10 @@ void tst_VMProductRecords::versionItemForVersionString_data()
 {
     QTest::addColumn<QString>("asked");
     QTest::addColumn<QString>("found");
-    QTest::newRow("exact") << "1.5"
-                           << "1.5";
-    QTest::newRow("2.1 finds 2.1.0") << "2.1"
-                                     << "2.1.0";
-    QTest::newRow("2 finds 2.0") << "2"
-                                 << "2.0";
-    QTest::newRow("first of equal numbers") << "3.0"
-                                            << "3 (first)";
+    QTest::newRow("exact") << QStringLiteral("1.5") << "1.5";
+    QTest::newRow("2.1 finds 2.1.0") << QStringLiteral("2.1") << "2.1.0";
+    QTest::newRow("2 finds 2.0") << QStringLiteral("2") << "2.0";
+    QTest::newRow("first of equal numbers") << QStringLiteral("3.0") << "3 (first)";
     QTest::newRow("miss") << "9.9" << QString();
     QTest::newRow("null") << QString() << QString();
 }
@@ -224,20 +220,13 @@ void tst_VMProductRecords::tags_data()
     QTest::addColumn<QString>("versionTags");
     QTest::addColumn<QString>("tag");
     QTest::addColumn<bool>("contains");
-    QTest::newRow("first of two") << "FxPlug3, Metal"
-                                  << "FxPlug3" << true;
-    QTest::newRow("second of two") << "FxPlug3, Metal"
-                                   << "Metal" << true;
-    QTest::newRow("case matters") << "FxPlug3, Metal"
-                                  << "fxplug3" << false;
-    QTest::newRow("spaces only") << "Metal  FxPlug3"
-                                 << "FxPlug3" << true;
-    QTest::newRow("commas only") << "Metal,FxPlug3,"
-                                 << "FxPlug3" << true;
-    QTest::newRow("no partial match") << "FxPlug3X"
-                                      << "FxPlug3" << false;
-    QTest::newRow("empty pieces never match") << "Metal,, ,FxPlug3"
-                                              << "" << false;
+    QTest::newRow("first of two") << QStringLiteral("FxPlug3, Metal") << "FxPlug3" << true;
+    QTest::newRow("second of two") << QStringLiteral("FxPlug3, Metal") << "Metal" << true;
+    QTest::newRow("case matters") << QStringLiteral("FxPlug3, Metal") << "fxplug3" << false;
+    QTest::newRow("spaces only") << QStringLiteral("Metal  FxPlug3") << "FxPlug3" << true;
+    QTest::newRow("commas only") << QStringLiteral("Metal,FxPlug3,") << "FxPlug3" << true;
+    QTest::newRow("no partial match") << QStringLiteral("FxPlug3X") << "FxPlug3" << false;
+    QTest::newRow("empty pieces never match") << QStringLiteral("Metal,, ,FxPlug3") << "" << false;
     QTest::newRow("no tags") << QString() << "FxPlug3" << false;
     QTest::newRow("null tag") << "FxPlug3" << QString() << false;
 }
