@@ -62,7 +62,6 @@ private slots:
     void findsPluginOnlyByExtensionAndIdentifier();
     void cacheKeepsAnswerUntilCleared();
     void coldPassReadsTheFolderOnce();
-    void callersGetCopies();
     void malformedInformationIsLoggedAndKeepsWhatWasRead_data();
     void malformedInformationIsLoggedAndKeepsWhatWasRead();
     void messagesOnlyWithExtendedLogging();
@@ -91,39 +90,36 @@ void tst_VMInstalledVersions::productAnswer_data()
 
     const QString id = QStringLiteral("com.quarnet.FxPlug.GlowXPC");
     const QVariant none;
-    QTest::newRow("build number cut off") << QVariant(QStringLiteral("2.0 (10)")) << none << "P1" << id << "-"
-                                          << "2.0";
-    QTest::newRow("same plug-in, other product") << QVariant(QStringLiteral("2.0 (10)")) << none << "P2" << id << "-"
-                                                 << "2.0";
+    QTest::newRow("build number cut off")
+        << QVariant(QStringLiteral("2.0 (10)")) << none << "P1" << id << "-" << QStringLiteral("2.0");
+    QTest::newRow("same plug-in, other product")
+        << QVariant(QStringLiteral("2.0 (10)")) << none << "P2" << id << "-" << QStringLiteral("2.0");
     QTest::newRow("product entry beats bundle version")
         << QVariant(QStringLiteral("3.0")) << QVariant(QVariantMap{{"P1", "1.4"}}) << "P1" << id << "-"
-        << "1.4";
+        << QStringLiteral("1.4");
     QTest::newRow("product not listed falls back")
         << QVariant(QStringLiteral("3.0")) << QVariant(QVariantMap{{"P1", "1.4"}}) << "P9" << id << "-"
-        << "3.0";
+        << QStringLiteral("3.0");
     QTest::newRow("listed XPC_ replaces bundle version")
         << QVariant(QStringLiteral("3.0")) << QVariant(QVariantMap{{"XPC_", "3.5"}}) << "P9" << id << "-"
-        << "3.5";
+        << QStringLiteral("3.5");
     QTest::newRow("no version keys") << none << none << "P1" << id << "-" << QString();
     QTest::newRow("only product versions, other product")
         << none << QVariant(QVariantMap{{"P1", "1.4"}}) << "P2" << id << "-" << QString();
     QTest::newRow("unknown identifier") << QVariant(QStringLiteral("2.0")) << none << "P1"
-                                        << "com.quarnet.FxPlug.Other"
-                                        << "-" << QString();
+                                        << QStringLiteral("com.quarnet.FxPlug.Other") << "-" << QString();
     QTest::newRow("null identifier") << QVariant(QStringLiteral("2.0")) << none << "P1" << QString() << "-"
                                      << QString();
     QTest::newRow("check directory exists")
-        << QVariant(QStringLiteral("2.0")) << none << "P1" << id << "/Applications/Lumivane"
-        << "2.0";
+        << QVariant(QStringLiteral("2.0")) << none << "P1" << id << "/Applications/Lumivane" << QStringLiteral("2.0");
     QTest::newRow("check directory is a plain file")
         << QVariant(QStringLiteral("2.0")) << none << "P1" << id
         << "/Applications/Lumivane/Glow.app/Contents/PlugIns/GlowXPC.pluginkit/Contents/Info.plist"
-        << "2.0";
+        << QStringLiteral("2.0");
     QTest::newRow("check directory missing")
         << QVariant(QStringLiteral("2.0")) << none << "P1" << id << "/Library/Missing" << QString();
-    QTest::newRow("check directory as the Mac names it")
-        << QVariant(QStringLiteral("2.0")) << none << "P1" << id << "=/Applications/Lumivane/Glow.app"
-        << "2.0";
+    QTest::newRow("check directory as the Mac names it") << QVariant(QStringLiteral("2.0")) << none << "P1" << id
+                                                         << "=/Applications/Lumivane/Glow.app" << QStringLiteral("2.0");
     QTest::newRow("Mac path missing in the root")
         << QVariant(QStringLiteral("2.0")) << none << "P1" << id << "=/Applications/Lumivane/Gone.app" << QString();
 }
@@ -195,17 +191,10 @@ void tst_VMInstalledVersions::newerInstalledVersion_data()
     QTest::addColumn<QString>("current");
     QTest::addColumn<QString>("candidate");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("2.10 is newer than 2.1") << "2.1"
-                                            << "2.10"
-                                            << "2.10";
-    QTest::newRow("older keeps current") << "2.10"
-                                         << "2.1"
-                                         << "2.10";
-    QTest::newRow("equal keeps the earlier") << "2.1"
-                                             << "2.1.0"
-                                             << "2.1";
-    QTest::newRow("nothing yet") << QString() << "1.0"
-                                 << "1.0";
+    QTest::newRow("2.10 is newer than 2.1") << QStringLiteral("2.1") << "2.10" << QStringLiteral("2.10");
+    QTest::newRow("older keeps current") << QStringLiteral("2.10") << "2.1" << QStringLiteral("2.10");
+    QTest::newRow("equal keeps the earlier") << QStringLiteral("2.1") << "2.1.0" << QStringLiteral("2.1");
+    QTest::newRow("nothing yet") << QString() << "1.0" << QStringLiteral("1.0");
     QTest::newRow("nothing new") << "1.0" << QString() << "1.0";
 }
 
@@ -304,18 +293,6 @@ void tst_VMInstalledVersions::coldPassReadsTheFolderOnce()
     makePlugin(root(), "Late.app", "Late.pluginkit", "com.quarnet.Late", QStringLiteral("3.0"));
     QCOMPARE(VMInstalledVersions::installedVersionForProduct("P", QStringLiteral("com.quarnet.Late"), QString()),
              QStringLiteral("3.0"));
-}
-
-void tst_VMInstalledVersions::callersGetCopies()
-{
-    const QString id = QStringLiteral("com.quarnet.CopyXPC");
-    makePlugin(root(), "Copy.app", "CopyXPC.pluginkit", id, QStringLiteral("1.0"));
-    auto first = VMInstalledVersions::checkProductVersionsInBundle(id);
-    QVERIFY(first);
-    first->insert(QStringLiteral("XPC_"), QStringLiteral("9.9"));
-    first->insert(QStringLiteral("P1"), QStringLiteral("9.9"));
-    const auto second = VMInstalledVersions::checkProductVersionsInBundle(id);
-    QCOMPARE(*second, (QVariantMap{{"XPC_", "1.0"}}));
 }
 
 void tst_VMInstalledVersions::malformedInformationIsLoggedAndKeepsWhatWasRead_data()

@@ -6,7 +6,6 @@
 #include "catalogue/VMReleaseDate.h"
 #include "catalogue/VMUtils.h"
 #include "foundation/LVPreferences.h"
-#include "foundation/VMNotificationCenter.h"
 
 #include <QTest>
 #include <QTimeZone>
@@ -36,15 +35,11 @@ private slots:
     void newsFromCatalogue();
     void newsImageFallback_data();
     void newsImageFallback();
-    void newsReleaseDate_data();
-    void newsReleaseDate();
     void newsExpiry_data();
     void newsExpiry();
     void newsWrongTypes_data();
     void newsWrongTypes();
     void helpItems();
-    void setValue_data();
-    void setValue();
     void releaseDateDescription();
 
 private:
@@ -128,14 +123,9 @@ void tst_VMNewsHelpRecords::newsImageFallback_data()
     QTest::addColumn<QString>("announcementImage");
     QTest::addColumn<QString>("expected");
     QTest::newRow("news only") << "n.png" << QString() << "n.png";
-    QTest::newRow("announcement only") << QString() << "a.png"
-                                       << "a.png";
-    QTest::newRow("both: news wins") << "n.png"
-                                     << "a.png"
-                                     << "n.png";
-    QTest::newRow("empty news still wins") << ""
-                                           << "a.png"
-                                           << "";
+    QTest::newRow("announcement only") << QString() << "a.png" << QStringLiteral("a.png");
+    QTest::newRow("both: news wins") << QStringLiteral("n.png") << "a.png" << QStringLiteral("n.png");
+    QTest::newRow("empty news still wins") << QStringLiteral("") << "a.png" << QStringLiteral("");
     QTest::newRow("neither") << QString() << QString() << QString();
 }
 
@@ -152,27 +142,6 @@ void tst_VMNewsHelpRecords::newsImageFallback()
     const QString url = VMNewsItem::initWithDict(dict)->newsImageURL();
     QCOMPARE(url, expected);
     QCOMPARE(url.isNull(), expected.isNull());
-}
-
-void tst_VMNewsHelpRecords::newsReleaseDate_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QDate>("expected");
-    QTest::newRow("24.03.15") << "24.03.15" << QDate(2024, 3, 15);
-    QTest::newRow("99.12.31") << "99.12.31" << QDate(2099, 12, 31);
-    QTest::newRow("06.01.09") << "06.01.09" << QDate(2006, 1, 9);
-    QTest::newRow("unparsable") << "15/03/2024" << QDate();
-}
-
-void tst_VMNewsHelpRecords::newsReleaseDate()
-{
-    QFETCH(QString, text);
-    QFETCH(QDate, expected);
-    const QDateTime date = VMNewsItem::initWithDict({{QStringLiteral("Release Date"), text}})->releaseDate();
-    if (expected.isValid())
-        QCOMPARE(date, QDateTime(expected, QTime(0, 0)));
-    else
-        QVERIFY(date.isNull());
 }
 
 void tst_VMNewsHelpRecords::newsWrongTypes_data()
@@ -241,78 +210,6 @@ void tst_VMNewsHelpRecords::helpItems()
     QVERIFY(collection->helpItems().at(1)->titleEditable());
     QVERIFY(!collection->helpItems().at(1)->isExpandable());
     QCOMPARE(collection->title(), QStringLiteral("Root"));
-}
-
-void tst_VMNewsHelpRecords::setValue_data()
-{
-    QTest::addColumn<QString>("record");
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<bool>("recognised");
-    QTest::addColumn<QString>("notification");
-    QTest::newRow("news title") << "news"
-                                << "title" << QVariant("New") << true << "reloadItemInNodeTable";
-    QTest::newRow("news show days") << "news"
-                                    << "showDays" << QVariant(9) << true << QString();
-    QTest::newRow("news image") << "news"
-                                << "newsImageURL" << QVariant("i.png") << true << QString();
-    QTest::newRow("news headline") << "news"
-                                   << "headlineText" << QVariant("H") << true << QString();
-    QTest::newRow("help title") << "help"
-                                << "title" << QVariant("Help") << true << "reloadItemInNodeTable";
-    QTest::newRow("help URL") << "help"
-                              << "helpURL" << QVariant("https://x.example") << true << QString();
-    QTest::newRow("help unknown") << "help"
-                                  << "showDays" << QVariant(1) << false << QString();
-}
-
-void tst_VMNewsHelpRecords::setValue()
-{
-    QFETCH(QString, record);
-    QFETCH(QString, key);
-    QFETCH(QVariant, value);
-    QFETCH(bool, recognised);
-    QFETCH(QString, notification);
-
-    QObject context;
-    QList<VMNotification> received;
-    for (const char* name : {"reloadNodeTable", "reloadItemInNodeTable"}) {
-        VMNotificationCenter::defaultCenter().addObserver(&context, QLatin1String(name),
-                                                          [&received](const VMNotification& n) { received.append(n); });
-    }
-    VMNodePtr node;
-    QVariant readBack;
-    if (record == QLatin1String("news")) {
-        auto item = VMNewsItem::initWithDict({});
-        node = item;
-        QCOMPARE(item->setValue(value, key), recognised);
-        if (key == QLatin1String("title"))
-            readBack = item->title();
-        else if (key == QLatin1String("showDays"))
-            readBack = int(item->showDays());
-        else if (key == QLatin1String("newsImageURL"))
-            readBack = item->newsImageURL();
-        else
-            readBack = item->headlineText();
-    } else {
-        auto item = VMHelpItem::initWithDict({});
-        node = item;
-        QCOMPARE(item->setValue(value, key), recognised);
-        readBack = key == QLatin1String("title") ? QVariant(item->title()) : QVariant(item->helpURL());
-    }
-    if (recognised) {
-        QCOMPARE(readBack, value);
-        QVERIFY(_env->systemLog->lines().isEmpty());
-    } else {
-        QCOMPARE(_env->systemLog->lines(), QStringList{QStringLiteral("setValue: key '%1' not recognized").arg(key)});
-    }
-    if (notification.isNull()) {
-        QVERIFY(received.isEmpty());
-    } else {
-        QCOMPARE(received.size(), 1);
-        QCOMPARE(received.first().name, notification);
-        QCOMPARE(received.first().object.value<VMNodePtr>(), node);
-    }
 }
 
 void tst_VMNewsHelpRecords::releaseDateDescription()

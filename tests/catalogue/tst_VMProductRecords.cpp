@@ -2,7 +2,11 @@
 #include "TestEnvironment.h"
 #include "TestMain.h"
 #include "catalogue/VMBundleProductItem.h"
+#include "catalogue/VMCatalogue.h"
 #include "catalogue/VMCatalogueReader.h"
+#include "catalogue/VMHelpItemsCollection.h"
+#include "catalogue/VMNewsCollection.h"
+#include "catalogue/VMProductsCollection.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "catalogue/VMUtils.h"
 #include "foundation/LVPreferences.h"
@@ -71,7 +75,6 @@ private slots:
     void versionOrder();
     void versionItemForVersionString_data();
     void versionItemForVersionString();
-    void missingVersionLoggedOnlyWithExtendedLogging();
     void tags_data();
     void tags();
     void versionItemsWithTag();
@@ -83,12 +86,11 @@ private slots:
     void wrongTypeLosesOnlyThatKey();
     void releaseDate_data();
     void releaseDate();
-    void releaseDateLoggedWithExtendedLogging();
-    void setValuePostsNotifications_data();
-    void setValuePostsNotifications();
-    void unknownKeyGoesToSystemLog();
+    void loggedOnlyWithExtendedLogging_data();
+    void loggedOnlyWithExtendedLogging();
+    void setValue_data();
+    void setValue();
     void versionBackReferences();
-    void productPropertyTable();
     void oneWalkFindsWhatLookupsFind_data();
     void hostVersionsAsAnyDictionary_data();
     void hostVersionsAsAnyDictionary();
@@ -191,14 +193,10 @@ void tst_VMProductRecords::versionItemForVersionString_data()
 {
     QTest::addColumn<QString>("asked");
     QTest::addColumn<QString>("found");
-    QTest::newRow("exact") << "1.5"
-                           << "1.5";
-    QTest::newRow("2.1 finds 2.1.0") << "2.1"
-                                     << "2.1.0";
-    QTest::newRow("2 finds 2.0") << "2"
-                                 << "2.0";
-    QTest::newRow("first of equal numbers") << "3.0"
-                                            << "3 (first)";
+    QTest::newRow("exact") << QStringLiteral("1.5") << "1.5";
+    QTest::newRow("2.1 finds 2.1.0") << QStringLiteral("2.1") << "2.1.0";
+    QTest::newRow("2 finds 2.0") << QStringLiteral("2") << "2.0";
+    QTest::newRow("first of equal numbers") << QStringLiteral("3.0") << "3 (first)";
     QTest::newRow("miss") << "9.9" << QString();
     QTest::newRow("null") << QString() << QString();
 }
@@ -217,40 +215,18 @@ void tst_VMProductRecords::versionItemForVersionString()
         QCOMPARE(item ? item->title() : QString(), found);
 }
 
-void tst_VMProductRecords::missingVersionLoggedOnlyWithExtendedLogging()
-{
-    const VMSingleProductItemPtr product = productWithVersions({version("1.0")}, {{"Title", "Glow"}});
-    LogCapture log;
-    QVERIFY(!product->versionItemForVersionString(QStringLiteral("4.2")));
-    QCOMPARE(log.lines.size(), 0);
-    LVPreferences::sharedPreferences()->useExtendedLogging(true);
-    QVERIFY(!product->versionItemForVersionString(QStringLiteral("4.2")));
-    QCOMPARE(log.lines.size(), 1);
-    QVERIFY2(log.lines.first().contains(
-                 QStringLiteral("'No Version Item found for version string '4.2' in product 'Glow'' in ")),
-             qPrintable(log.lines.first()));
-    QVERIFY(log.lines.first().startsWith(QLatin1String("E: ")));
-}
-
 void tst_VMProductRecords::tags_data()
 {
     QTest::addColumn<QString>("versionTags");
     QTest::addColumn<QString>("tag");
     QTest::addColumn<bool>("contains");
-    QTest::newRow("first of two") << "FxPlug3, Metal"
-                                  << "FxPlug3" << true;
-    QTest::newRow("second of two") << "FxPlug3, Metal"
-                                   << "Metal" << true;
-    QTest::newRow("case matters") << "FxPlug3, Metal"
-                                  << "fxplug3" << false;
-    QTest::newRow("spaces only") << "Metal  FxPlug3"
-                                 << "FxPlug3" << true;
-    QTest::newRow("commas only") << "Metal,FxPlug3,"
-                                 << "FxPlug3" << true;
-    QTest::newRow("no partial match") << "FxPlug3X"
-                                      << "FxPlug3" << false;
-    QTest::newRow("empty pieces never match") << "Metal,, ,FxPlug3"
-                                              << "" << false;
+    QTest::newRow("first of two") << QStringLiteral("FxPlug3, Metal") << "FxPlug3" << true;
+    QTest::newRow("second of two") << QStringLiteral("FxPlug3, Metal") << "Metal" << true;
+    QTest::newRow("case matters") << QStringLiteral("FxPlug3, Metal") << "fxplug3" << false;
+    QTest::newRow("spaces only") << QStringLiteral("Metal  FxPlug3") << "FxPlug3" << true;
+    QTest::newRow("commas only") << QStringLiteral("Metal,FxPlug3,") << "FxPlug3" << true;
+    QTest::newRow("no partial match") << QStringLiteral("FxPlug3X") << "FxPlug3" << false;
+    QTest::newRow("empty pieces never match") << QStringLiteral("Metal,, ,FxPlug3") << "" << false;
     QTest::newRow("no tags") << QString() << "FxPlug3" << false;
     QTest::newRow("null tag") << "FxPlug3" << QString() << false;
 }
@@ -440,62 +416,100 @@ void tst_VMProductRecords::releaseDate()
     const QDateTime date = VMVersionItem::initWithDict(keys)->releaseDate();
     if (text.typeId() != QMetaType::QString) {
         QCOMPARE(date, kParseTime);
-    } else if (!expected.isValid()) {
-        QVERIFY(date.isNull());
-    } else {
-        // Midnight on that day, local time.
-        QCOMPARE(date, QDateTime(expected, QTime(0, 0)));
+        return;
     }
+    // Midnight on that day, local time; news reads its text the same way.
+    const QDateTime midnight = expected.isValid() ? QDateTime(expected, QTime(0, 0)) : QDateTime();
+    QCOMPARE(date, midnight);
+    QCOMPARE(VMNewsItem::initWithDict(keys)->releaseDate(), midnight);
 }
 
-void tst_VMProductRecords::releaseDateLoggedWithExtendedLogging()
+void tst_VMProductRecords::loggedOnlyWithExtendedLogging_data()
 {
-    LogCapture log;
-    const QVariantMap keys{{QStringLiteral("Release Date"), QStringLiteral("24.03.15")}};
-    VMVersionItem::initWithDict(keys);
-    QCOMPARE(log.lines.size(), 0);
-    LVPreferences::sharedPreferences()->useExtendedLogging(true);
-    const QDateTime date = VMVersionItem::initWithDict(keys)->releaseDate();
-    QCOMPARE(log.lines.size(), 1);
-    const QString expected = date.toUTC().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss +0000"));
-    QVERIFY2(log.lines.first().contains(QStringLiteral("'Release date: %1' in ").arg(expected)),
-             qPrintable(log.lines.first()));
+    QTest::addColumn<int>("reading");
+    QTest::addColumn<QString>("line");
+    const QString releaseDate =
+        QDateTime(QDate(2024, 3, 15), QTime(0, 0)).toUTC().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    QTest::newRow("version not found") << 0
+                                       << "E: 'No Version Item found for version string '4.2' in product 'Glow'' in ";
+    QTest::newRow("release date") << 1 << QStringLiteral("M: 'Release date: %1 +0000' in ").arg(releaseDate);
+    QTest::newRow("catalogue version") << 2 << "'Loading Version: 42' in ";
+    QTest::newRow("wrapper not found") << 3 << "E: Wrapper app not found: 'com.quarnet.FxPlug.NoneXPC'";
 }
 
-void tst_VMProductRecords::setValuePostsNotifications_data()
+void tst_VMProductRecords::loggedOnlyWithExtendedLogging()
+{
+    QFETCH(int, reading);
+    QFETCH(QString, line);
+    const VMSingleProductItemPtr glow = productWithVersions({version("1.0")}, {{"Title", "Glow"}});
+    const auto read = [&] {
+        if (reading == 0)
+            QVERIFY(!glow->versionItemForVersionString(QStringLiteral("4.2")));
+        else if (reading == 1)
+            VMVersionItem::initWithDict({{QStringLiteral("Release Date"), QStringLiteral("24.03.15")}});
+        else if (reading == 2)
+            VMCatalogue::initWithDict({{QStringLiteral("Version Number"), 42}});
+        else
+            VMUtils::launchWrapperApp({{VMUtils::optionBundleIdentifier, "com.quarnet.FxPlug.NoneXPC"}});
+    };
+    LogCapture log;
+    read();
+    QCOMPARE(log.lines, QStringList());
+    LVPreferences::sharedPreferences()->useExtendedLogging(true);
+    read();
+    QCOMPARE(log.lines.size(), 1);
+    QVERIFY2(log.lines.first().contains(line), qPrintable(log.lines.first()));
+}
+
+void tst_VMProductRecords::setValue_data()
 {
     QTest::addColumn<QString>("record");
     QTest::addColumn<QString>("key");
     QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QString>("notification");
+    QTest::addColumn<QString>("notification"); // "-" for a key the record does not know
 
-    QTest::newRow("product title") << "product"
-                                   << "title" << QVariant("Glow") << "reloadItemInNodeTable";
-    QTest::newRow("product versionItems")
-        << "product"
-        << "versionItems" << QVariant::fromValue(QList<VMVersionItemPtr>{std::make_shared<VMVersionItem>()})
-        << "reloadNodeTable";
-    QTest::newRow("product download URL") << "product"
-                                          << "productDownloadURL" << QVariant("u.pkg") << QString();
-    QTest::newRow("product ID") << "product"
-                                << "productID" << QVariant("LVX") << QString();
-    QTest::newRow("product discontinued") << "product"
-                                          << "productDiscontinued" << QVariant(true) << QString();
-    QTest::newRow("bundle title") << "bundle"
-                                  << "title" << QVariant("Pack") << "reloadItemInNodeTable";
-    QTest::newRow("bundle IDs") << "bundle"
-                                << "bundleIncludedProductIDs" << QVariant("A B") << QString();
-    QTest::newRow("version number") << "version"
-                                    << "productVersion" << QVariant("4.0") << "reloadNodeTable";
-    QTest::newRow("version comment") << "version"
-                                     << "internalComment" << QVariant("rc1") << "reloadItemInNodeTable";
-    QTest::newRow("version tags") << "version"
-                                  << "versionTags" << QVariant("FxPlug3") << QString();
-    QTest::newRow("version date") << "version"
-                                  << "releaseDate" << QVariant(kParseTime.addDays(-3)) << QString();
+    const auto row = [](const char* name, const char* record, const char* key, const QVariant& value,
+                        const QString& notification = QString()) {
+        QTest::newRow(name) << QString::fromLatin1(record) << QString::fromLatin1(key) << value << notification;
+    };
+    const QString item = QStringLiteral("reloadItemInNodeTable");
+    const QString table = QStringLiteral("reloadNodeTable");
+    const QString unknown = QStringLiteral("-");
+    row("product title", "product", "title", "Glow", item);
+    row("product versionItems", "product", "versionItems",
+        QVariant::fromValue(QList<VMVersionItemPtr>{std::make_shared<VMVersionItem>()}), table);
+    row("product download URL", "product", "productDownloadURL", "u.pkg");
+    row("product ID", "product", "productID", "LVX");
+    row("product discontinued", "product", "productDiscontinued", true);
+    row("product, unknown key", "product", "colour", 1, unknown);
+    row("bundle title", "bundle", "title", "Pack", item);
+    row("bundle IDs", "bundle", "bundleIncludedProductIDs", "A B");
+    row("bundle has no versions", "bundle", "bundleVersions", 1, unknown);
+    row("bundle has no download URL of its own", "bundle", "productDownloadURL", "x", unknown);
+    row("version number", "version", "productVersion", "4.0", table);
+    row("version comment", "version", "internalComment", "rc1", item);
+    row("version tags", "version", "versionTags", "FxPlug3");
+    row("version date", "version", "releaseDate", kParseTime.addDays(-3));
+    row("news title", "news", "title", "New", item);
+    row("news show days", "news", "showDays", 9);
+    row("news image", "news", "newsImageURL", "i.png");
+    row("news headline", "news", "headlineText", "H");
+    row("help title", "help", "title", "Help", item);
+    row("help URL", "help", "helpURL", "https://x.example");
+    row("help, unknown key", "help", "showDays", 1, unknown);
+    const QVariant products = QVariant::fromValue(QList<VMProductItemPtr>{
+        VMSingleProductItem::initWithDict({{QStringLiteral("Product ID"), QStringLiteral("A")}})});
+    const QVariant news = QVariant::fromValue(QList<VMNewsItemPtr>{std::make_shared<VMNewsItem>()});
+    const QVariant help = QVariant::fromValue(QList<VMHelpItemPtr>{std::make_shared<VMHelpItem>()});
+    row("products", "products", "productItems", products, table);
+    row("products, other key", "products", "newsItems", products, unknown);
+    row("news collection", "newsCollection", "newsItems", news, table);
+    row("news collection, other key", "newsCollection", "productItems", news, unknown);
+    row("help collection", "helpCollection", "helpItems", help, table);
+    row("help collection, other key", "helpCollection", "title", help, unknown);
 }
 
-void tst_VMProductRecords::setValuePostsNotifications()
+void tst_VMProductRecords::setValue()
 {
     QFETCH(QString, record);
     QFETCH(QString, key);
@@ -512,39 +526,63 @@ void tst_VMProductRecords::setValuePostsNotifications()
     VMNodePtr node;
     bool recognised = false;
     QVariant readBack;
+    const auto set = [&](const auto& made, const auto& read) {
+        node = made;
+        recognised = made->setValue(value, key);
+        readBack = read(*made).value(key);
+    };
     if (record == QLatin1String("product")) {
-        auto product = VMSingleProductItem::initWithDict({});
-        node = product;
-        recognised = product->setValue(value, key);
-        if (key == QLatin1String("title"))
-            readBack = product->title();
-        else if (key == QLatin1String("versionItems"))
-            readBack = QVariant::fromValue(product->versionItems());
-        else if (key == QLatin1String("productDownloadURL"))
-            readBack = product->productDownloadURL();
-        else if (key == QLatin1String("productID"))
-            readBack = product->productID();
-        else if (key == QLatin1String("productDiscontinued"))
-            readBack = product->productDiscontinued();
+        set(VMSingleProductItem::initWithDict({}), [](const VMSingleProductItem& r) {
+            return QVariantMap{{"title", r.title()},
+                               {"versionItems", QVariant::fromValue(r.versionItems())},
+                               {"productDownloadURL", r.productDownloadURL()},
+                               {"productID", r.productID()},
+                               {"productDiscontinued", r.productDiscontinued()}};
+        });
     } else if (record == QLatin1String("bundle")) {
-        auto bundle = VMBundleProductItem::initWithDict({});
-        node = bundle;
-        recognised = bundle->setValue(value, key);
-        readBack = key == QLatin1String("title") ? bundle->title() : bundle->bundleIncludedProductIDs();
+        set(VMBundleProductItem::initWithDict({}), [](const VMBundleProductItem& r) {
+            return QVariantMap{{"title", r.title()}, {"bundleIncludedProductIDs", r.bundleIncludedProductIDs()}};
+        });
+    } else if (record == QLatin1String("version")) {
+        set(VMVersionItem::initWithDict({}), [](const VMVersionItem& r) {
+            return QVariantMap{{"productVersion", r.productVersion()},
+                               {"internalComment", r.internalComment()},
+                               {"versionTags", r.versionTags()},
+                               {"releaseDate", r.releaseDate()}};
+        });
+    } else if (record == QLatin1String("news")) {
+        set(VMNewsItem::initWithDict({}), [](const VMNewsItem& r) {
+            return QVariantMap{{"title", r.title()},
+                               {"showDays", int(r.showDays())},
+                               {"newsImageURL", r.newsImageURL()},
+                               {"headlineText", r.headlineText()}};
+        });
+    } else if (record == QLatin1String("help")) {
+        set(VMHelpItem::initWithDict({}), [](const VMHelpItem& r) {
+            return QVariantMap{{"title", r.title()}, {"helpURL", r.helpURL()}};
+        });
+    } else if (record == QLatin1String("products")) {
+        set(std::make_shared<VMProductsCollection>(), [](const VMProductsCollection& r) {
+            return QVariantMap{{"productItems", QVariant::fromValue(r.productItems())}};
+        });
+    } else if (record == QLatin1String("newsCollection")) {
+        set(std::make_shared<VMNewsCollection>(), [](const VMNewsCollection& r) {
+            return QVariantMap{{"newsItems", QVariant::fromValue(r.newsItems())}};
+        });
     } else {
-        auto item = VMVersionItem::initWithDict({});
-        node = item;
-        recognised = item->setValue(value, key);
-        if (key == QLatin1String("productVersion"))
-            readBack = item->productVersion();
-        else if (key == QLatin1String("internalComment"))
-            readBack = item->internalComment();
-        else if (key == QLatin1String("versionTags"))
-            readBack = item->versionTags();
-        else
-            readBack = item->releaseDate();
+        set(std::make_shared<VMHelpItemsCollection>(), [](const VMHelpItemsCollection& r) {
+            return QVariantMap{{"helpItems", QVariant::fromValue(r.helpItems())}};
+        });
+    }
+    if (notification == QLatin1String("-")) {
+        QVERIFY(!recognised);
+        QCOMPARE(_env->systemLog->lines(), QStringList{QStringLiteral("setValue: key '%1' not recognized").arg(key)});
+        QVERIFY(received.isEmpty());
+        QVERIFY(node->children().isEmpty());
+        return;
     }
     QVERIFY(recognised);
+    QVERIFY(_env->systemLog->lines().isEmpty());
     // The value is in place before anyone hears of it.
     QCOMPARE(readBack, value);
     if (notification.isNull()) {
@@ -554,19 +592,6 @@ void tst_VMProductRecords::setValuePostsNotifications()
         QCOMPARE(received.first().name, notification);
         QCOMPARE(received.first().object.value<VMNodePtr>(), node);
     }
-}
-
-void tst_VMProductRecords::unknownKeyGoesToSystemLog()
-{
-    auto product = VMSingleProductItem::initWithDict({});
-    auto bundle = VMBundleProductItem::initWithDict({});
-    QVERIFY(!product->setValue(1, QStringLiteral("colour")));
-    QVERIFY(!bundle->setValue(1, QStringLiteral("bundleVersions")));
-    // A bundle has no download URL of its own.
-    QVERIFY(!bundle->setValue(QStringLiteral("x"), QStringLiteral("productDownloadURL")));
-    QCOMPARE(_env->systemLog->lines(),
-             QStringList({"setValue: key 'colour' not recognized", "setValue: key 'bundleVersions' not recognized",
-                          "setValue: key 'productDownloadURL' not recognized"}));
 }
 
 void tst_VMProductRecords::versionBackReferences()
@@ -591,25 +616,6 @@ void tst_VMProductRecords::versionBackReferences()
     QCOMPARE(first.at(1)->productItem(), other.get());
     other.reset();
     QCOMPARE(first.at(1)->productItem(), nullptr);
-}
-
-void tst_VMProductRecords::productPropertyTable()
-{
-    auto product = VMSingleProductItem::initWithDict(
-        {{QStringLiteral("Properties"), QVariantMap{{QStringLiteral("temporaryVersionStr"), QStringLiteral("1.2")}}}});
-    QCOMPARE(product->propertyForKey(QStringLiteral("temporaryVersionStr")).toString(), QStringLiteral("1.2"));
-    product->setProperty(QStringLiteral("2.0"), QStringLiteral("temporaryVersionStr"));
-    QCOMPARE(product->propertyForKey(QStringLiteral("temporaryVersionStr")).toString(), QStringLiteral("2.0"));
-    product->setProperty(QVariant(), QStringLiteral("temporaryVersionStr"));
-    QVERIFY(!product->propertyForKey(QStringLiteral("temporaryVersionStr")).isValid());
-
-    LogCapture log;
-    product->setProperty(1, QString());
-    QVERIFY(!product->propertyForKey(QString()).isValid());
-    QCOMPARE(log.lines.size(), 2);
-    QVERIFY(log.lines.at(0).contains(QStringLiteral("'key = nil' in ")));
-    QVERIFY(log.lines.at(1).contains(QStringLiteral("'key = nil' in ")));
-    QVERIFY(product->properties().isEmpty());
 }
 
 namespace {

@@ -104,26 +104,17 @@ private slots:
         QTest::addColumn<QString>("a");
         QTest::addColumn<QString>("b");
         QTest::addColumn<int>("result");
-        QTest::newRow("2.0 = 2") << "2.0"
-                                 << "2" << 0;
-        QTest::newRow("1.2 = 1.2.0") << "1.2"
-                                     << "1.2.0" << 0;
-        QTest::newRow("2.0.1 > 2.0") << "2.0.1"
-                                     << "2.0" << 1;
-        QTest::newRow("1.9 < 1.10") << "1.9"
-                                    << "1.10" << -1;
-        QTest::newRow("1.0.100 = 1.1") << "1.0.100"
-                                       << "1.1" << 0;
-        QTest::newRow("1.100 = 2.0") << "1.100"
-                                     << "2.0" << 0;
+        QTest::newRow("2.0 = 2") << QStringLiteral("2.0") << "2" << 0;
+        QTest::newRow("1.2 = 1.2.0") << QStringLiteral("1.2") << "1.2.0" << 0;
+        QTest::newRow("2.0.1 > 2.0") << QStringLiteral("2.0.1") << "2.0" << 1;
+        QTest::newRow("1.9 < 1.10") << QStringLiteral("1.9") << "1.10" << -1;
+        QTest::newRow("1.0.100 = 1.1") << QStringLiteral("1.0.100") << "1.1" << 0;
+        QTest::newRow("1.100 = 2.0") << QStringLiteral("1.100") << "2.0" << 0;
         QTest::newRow("nil = 0") << QString() << "0" << 0;
         QTest::newRow("nil < 0.0.1") << QString() << "0.0.1" << -1;
-        QTest::newRow("beta = 0") << "beta"
-                                  << "0" << 0;
-        QTest::newRow("major wins") << "3.0"
-                                    << "2.99.99" << 1;
-        QTest::newRow("fourth part ignored") << "4.2.1.9"
-                                             << "4.2.1.1" << 0;
+        QTest::newRow("beta = 0") << QStringLiteral("beta") << "0" << 0;
+        QTest::newRow("major wins") << QStringLiteral("3.0") << "2.99.99" << 1;
+        QTest::newRow("fourth part ignored") << QStringLiteral("4.2.1.9") << "4.2.1.1" << 0;
     }
     void comparing()
     {
@@ -204,16 +195,13 @@ private slots:
     {
         QTest::addColumn<QString>("plugin");
         QTest::addColumn<QString>("wrapper");
-        QTest::newRow("XPC suffix") << "com.quarnet.FxPlug.GlowXPC"
-                                    << "com.quarnet.FxPlug.Glow";
-        QTest::newRow("XPC inside") << "com.quarnet.XPC.GrainXPC"
-                                    << "com.quarnet..Grain";
-        QTest::newRow("case sensitive") << "com.quarnet.FxPlug.Xpc"
-                                        << "com.quarnet.FxPlug.Xpc";
-        QTest::newRow("no XPC maps to itself") << "com.quarnet.FxPlug.Shimmer"
-                                               << "com.quarnet.FxPlug.Shimmer";
-        QTest::newRow("the one mapped by name") << "com.quarnet.FxPlug.Oskelo.pluginkit"
-                                                << "com.quarnet.FxPlug.Oskelo.app";
+        QTest::newRow("XPC suffix") << QStringLiteral("com.quarnet.FxPlug.GlowXPC") << "com.quarnet.FxPlug.Glow";
+        QTest::newRow("XPC inside") << QStringLiteral("com.quarnet.XPC.GrainXPC") << "com.quarnet..Grain";
+        QTest::newRow("case sensitive") << QStringLiteral("com.quarnet.FxPlug.Xpc") << "com.quarnet.FxPlug.Xpc";
+        QTest::newRow("no XPC maps to itself")
+            << QStringLiteral("com.quarnet.FxPlug.Shimmer") << "com.quarnet.FxPlug.Shimmer";
+        QTest::newRow("the one mapped by name")
+            << QStringLiteral("com.quarnet.FxPlug.Oskelo.pluginkit") << "com.quarnet.FxPlug.Oskelo.app";
         QTest::newRow("nil") << QString() << QString();
     }
     void wrapperMapping()
@@ -286,19 +274,6 @@ private slots:
             QTRY_VERIFY_WITH_TIMEOUT(::kill(pid_t(pid), 0) != 0, 5000);
         }
         Q_UNUSED(app);
-    }
-
-    void launchingAMissingWrapperLogsOnlyWithExtendedLogging()
-    {
-        QSignalSpy lines(VMLogger::sharedLogger(), &VMLogger::lineLogged);
-        const QVariantMap options{{VMUtils::optionBundleIdentifier, QStringLiteral("com.quarnet.FxPlug.NoneXPC")}};
-        VMUtils::launchWrapperApp(options);
-        QCOMPARE(lines.size(), 0);
-        LVPreferences::sharedPreferences()->useExtendedLogging(true);
-        VMUtils::launchWrapperApp(options);
-        QCOMPARE(lines.size(), 1);
-        QVERIFY(lines.first().first().toString().endsWith("Wrapper app not found: 'com.quarnet.FxPlug.NoneXPC'\n"));
-        QCOMPARE(lines.first().at(1).value<VMLogger::Severity>(), VMLogger::Error);
     }
 };
 

@@ -1,12 +1,11 @@
-#include "EngineRecorder.h"
 #include "LocalHttpServer.h"
 #include "TestAlertPresenter.h"
 #include "TestEnvironment.h"
 #include "TestInstallItem.h"
 #include "TestMain.h"
 #include "TestPrivilegedExecution.h"
+#include "support/ProductShelf.h"
 
-#include "PackageBuilder.h"
 #include "catalogue/LVServers.h"
 #include "catalogue/VMInstalledVersions.h"
 #include "engines/LVPackageChecksum.h"
@@ -40,37 +39,53 @@ private slots:
 };
 
 namespace {
-const QString kPluginPath = QStringLiteral("/Applications/Lumivane/Glow.app/Contents/PlugIns/GlowXPC.pluginkit");
-
-QString buildPackage(const QString& folder, const QString& version)
+// Glow (the shelf's product A) with 1.0 installed for real and 2.0 on the local server, listed by
+// the install manager as single-product rows only.
+struct GlowFixture
 {
-    const QString payload = folder + QStringLiteral("/payload");
-    QDir().mkpath(payload + kPluginPath + QStringLiteral("/Contents"));
-    QFile info(payload + kPluginPath + QStringLiteral("/Contents/Info.plist"));
-    if (!info.open(QIODevice::WriteOnly))
-        return QString();
-    info.write(VMPropertyList::toXmlData(QVariantMap{{"CFBundleIdentifier", "com.quarnet.FxPlug.GlowXPC"},
-                                                     {"CFBundleVersion", version + " (7)"},
-                                                     {"Product Versions", QVariantMap{{"GLOW", version}}}}));
-    info.close();
-    // The wrapper app, which the confirmation finds the plug-in through.
-    QFile app(payload + QStringLiteral("/Applications/Lumivane/Glow.app/Contents/Info.plist"));
-    if (!app.open(QIODevice::WriteOnly))
-        return QString();
-    app.write(VMPropertyList::toXmlData(
-        QVariantMap{{"CFBundleIdentifier", "com.quarnet.FxPlug.Glow"}, {"CFBundleShortVersionString", version}}));
-    app.close();
-    PackageBuilder builder;
-    builder.root = payload;
-    builder.identifier = QStringLiteral("com.quarnet.pkg.Glow");
-    builder.version = version;
-    const QString output = QStringLiteral("%1/packages/Glow-%2.pkg").arg(folder, version);
-    QDir().mkpath(QFileInfo(output).absolutePath());
-    QString error;
-    const bool built = builder.build(output, &error);
-    QDir(payload).removeRecursively();
-    return built ? output : QString();
-}
+    TestEnvironment env;
+    std::shared_ptr<TestPrivilegedExecution> privileged = std::make_shared<TestPrivilegedExecution>();
+    LocalHttpServer server;
+    ProductShelf shelf{env, server};
+    std::shared_ptr<TestAlertPresenter> alerts = std::make_shared<TestAlertPresenter>();
+    const QString installed = env.systemRoot() + ProductShelf::appPath("A");
+
+    ~GlowFixture() { LVInstallManager::releaseSharedInstallManager(); }
+
+    bool setUp()
+    {
+        VMInstalledVersions::clearBundleIdentifierCache();
+        Platform::setPrivilegedExecution(privileged);
+        if (!shelf.publish("A", "1.0") || !shelf.publish("A", "2.0"))
+            return false;
+        shelf.install(*privileged, {"A"}, "1.0");
+        server.setRoute("/Glow.bash", "rm -rf '" + installed.toUtf8() + "'\necho $?\n");
+        LVInstallManager* manager = LVInstallManager::sharedInstallManager();
+        manager->setInstallItemFactory(
+            std::make_shared<TestSingleItemFactory>([](const VMSingleProductItemPtr& product) -> LVInstallItem* {
+                return LVSingleInstallItem::installItemWithSingleProductItem(product);
+            }));
+        manager->setAlertPresenter(alerts);
+        manager->setAttachedToStatusItem(false);
+        return !QTest::currentTestFailed();
+    }
+
+    // The catalogue with Glow's record; `newer` goes into its version 2.0.
+    QByteArray catalogue(const QVariantMap& newer = {}) const
+    {
+        QVariantList versions = shelf.versions("A");
+        QVariantMap latest = versions.last().toMap();
+        latest.insert(newer);
+        versions.last() = latest;
+        const QVariantMap glow{{"Product ID", "A"},
+                               {"Title", "Glow"},
+                               {"Identifier", ProductShelf::pluginIdentifier("A")},
+                               {"Check Installed Directory", ProductShelf::appPath("A")},
+                               {"Uninstall Script", server.url("/Glow.bash").toString()},
+                               {"Versions", versions}};
+        return VMPropertyList::toXmlData(QVariantMap{{"Products", QVariantMap{{"Products", QVariantList{glow}}}}});
+    }
+};
 
 QAccessibleInterface* findAccessible(QAccessibleInterface* root, QAccessible::Role role, const QString& name)
 {
@@ -96,65 +111,27 @@ QString spokenStatus(QAccessibleInterface* row)
 
 void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
 {
-    TestEnvironment env;
-    VMInstalledVersions::clearBundleIdentifierCache();
-    auto privileged = std::make_shared<TestPrivilegedExecution>();
-    Platform::setPrivilegedExecution(privileged);
+    GlowFixture glow;
+    QVERIFY(glow.setUp());
     // The consent prompt, answered as the user would.
     std::atomic<int> consents{0};
-    privileged->setConsentProvider([&consents](const QString& right) {
+    glow.privileged->setConsentProvider([&consents](const QString& right) {
         if (right != QLatin1String("system.privilege.admin"))
             return int(PrivilegedExecution::Denied);
         ++consents;
         return int(PrivilegedExecution::Success);
     });
-
-    // An older version is installed already, so the row offers the update.
-    const QString older = buildPackage(env.path(), QStringLiteral("1.0"));
-    const QString newer = buildPackage(env.path(), QStringLiteral("1.1"));
-    QVERIFY(!older.isNull() && !newer.isNull());
-    {
-        EngineRecorder recorder;
-        QSignalSpy finished(&recorder, &EngineRecorder::finished);
-        recorder.installerHeld = LVInstaller::installerWithFilePath(older, {{"requiresAuthentication", true}});
-        recorder.installerHeld->setDelegate(&recorder);
-        recorder.installerHeld->setDeleteFileAfterInstallation(true);
-        recorder.installerHeld->startInBackground();
-        QVERIFY(finished.wait(20000));
-    }
-    const int consentsBefore = consents.load();
-
-    LocalHttpServer server;
+    LocalHttpServer& server = glow.server;
     QUrl base = server.url(QStringLiteral("/"));
     base.setPath(QString());
     LVServers::setOverrideURL(base);
     // At first the server sends something else than the package the catalogue gives the digest of.
-    server.setRoute("/VM_installers/Glow-1.1.pkg", "<html><body>Not Found</body></html>", 404);
-    const QString installed = env.systemRoot() + QStringLiteral("/Applications/Lumivane/Glow.app");
-    server.setRoute("/VM_installers/uninstallers/Glow.bash", "rm -rf '" + installed.toUtf8() + "'\necho $?\n");
-    const QVariantMap glow{
-        {"Product ID", "GLOW"},
-        {"Title", "Glow"},
-        {"Identifier", "com.quarnet.FxPlug.GlowXPC"},
-        {"Check Installed Directory", "/Applications/Lumivane/Glow.app"},
-        {"Uninstall Script", server.url("/VM_installers/uninstallers/Glow.bash").toString()},
-        {"Versions", QVariantList{QVariantMap{{"Product Version", "1.0"}, {"Release Date", "20.01.01"}},
-                                  QVariantMap{{"Product Version", "1.1"},
-                                              {"Release Date", "20.02.01"},
-                                              {"Download URL", server.url("/VM_installers/Glow-1.1.pkg").toString()},
-                                              {"Download SHA256", LVPackageChecksum::sha256OfFile(newer)}}}}};
+    server.setRoute("/pkg/A-2.0.pkg", "<html><body>Not Found</body></html>", 404);
     server.setRoute(
         "/VM_installers/Product+Versions.plist",
-        VMPropertyList::toXmlData(QVariantMap{{"Products", QVariantMap{{"Products", QVariantList{glow}}}}}));
+        glow.catalogue({{"Download SHA256", LVPackageChecksum::sha256OfFile(glow.shelf.packagePath("A", "2.0"))}}));
 
-    auto alerts = std::make_shared<TestAlertPresenter>();
     LVInstallManager* manager = LVInstallManager::sharedInstallManager();
-    manager->setInstallItemFactory(
-        std::make_shared<TestSingleItemFactory>([](const VMSingleProductItemPtr& product) -> LVInstallItem* {
-            return LVSingleInstallItem::installItemWithSingleProductItem(product);
-        }));
-    manager->setAlertPresenter(alerts);
-    manager->setAttachedToStatusItem(false);
     manager->show();
     QTRY_VERIFY_WITH_TIMEOUT(!manager->singleProductInstallItems().isEmpty(), 20000);
     manager->selectInstallsTabViewAtIndex(LVInstallManager::SingleProductsTab);
@@ -169,20 +146,21 @@ void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
     QAccessibleInterface* install = findAccessible(row, QAccessible::Button, QStringLiteral("Download & Install"));
     QVERIFY(install && install->actionInterface());
     install->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    TestAlertPresenter* alerts = glow.alerts.get();
     QTRY_COMPARE_WITH_TIMEOUT(alerts->pendingCount(), 1, 30000);
     QCOMPARE(alerts->alerts().last().informativeText(),
              QStringLiteral("The installer of 'Glow' did not match its checksum and was deleted."));
     QVERIFY(alerts->answer(LVAlert::alertFirstButtonReturn));
     QCOMPARE(spokenStatus(row), QStringLiteral("Update available"));
-    QCOMPARE(consents.load(), consentsBefore); // nothing was offered to the installer
-    QTRY_VERIFY(env.temporaryFiles().isEmpty());
+    QCOMPARE(consents.load(), 0); // nothing was offered to the installer
+    QTRY_VERIFY(glow.env.temporaryFiles().isEmpty());
 
     LocalHttpServer::Response package;
-    package.filePath = newer;
-    server.setRoute("/VM_installers/Glow-1.1.pkg", package);
+    package.filePath = glow.shelf.packagePath("A", "2.0");
+    server.setRoute("/pkg/A-2.0.pkg", package);
     install->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     QTRY_COMPARE_WITH_TIMEOUT(spokenStatus(row), QStringLiteral("Latest version installed"), 30000);
-    QCOMPARE(consents.load(), consentsBefore + 1);
+    QCOMPARE(consents.load(), 1);
     QTRY_COMPARE(alerts->pendingCount(), 1);
     QCOMPARE(alerts->alerts().last().messageText(), QStringLiteral("Installation Completed"));
     QVERIFY(alerts->answer(LVAlert::alertFirstButtonReturn));
@@ -214,77 +192,38 @@ void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
     QTRY_COMPARE_WITH_TIMEOUT(alerts->pendingCount(), 1, 30000);
     QCOMPARE(alerts->alerts().last().messageText(), QStringLiteral("Uninstallation Completed"));
     QVERIFY(alerts->answer(LVAlert::alertFirstButtonReturn));
-    QCOMPARE(consents.load(), consentsBefore + 2);
+    QCOMPARE(consents.load(), 2);
     QTRY_COMPARE(spokenStatus(row), QStringLiteral("Not yet installed"));
-    QVERIFY(!QDir(installed).exists());
+    QVERIFY(!QDir(glow.installed).exists());
 
     LVInstallManager::releaseSharedInstallManager();
     LVServers::setOverrideURL(QUrl());
-    QTRY_VERIFY(env.temporaryFiles().isEmpty());
+    QTRY_VERIFY(glow.env.temporaryFiles().isEmpty());
 }
 
 // A catalogue refresh makes new rows while the product downloads, installs and uninstalls: the
 // product's operation goes on, the new row shows it and the confirmation happens once.
 void tst_LVSingleInstallItemAccessible::refreshesDuringTheWorkKeepItAndItsConfirmation()
 {
-    TestEnvironment env;
-    VMInstalledVersions::clearBundleIdentifierCache();
-    auto privileged = std::make_shared<TestPrivilegedExecution>();
-    Platform::setPrivilegedExecution(privileged);
+    GlowFixture glow;
+    QVERIFY(glow.setUp());
     // The consent prompt holds the administrator step until the test has refreshed.
     std::atomic<int> asked{0};
     QSemaphore gate;
-    privileged->setConsentProvider([&](const QString&) {
+    glow.privileged->setConsentProvider([&](const QString&) {
         ++asked;
         gate.acquire();
         return int(PrivilegedExecution::Success);
     });
-
-    const QString older = buildPackage(env.path(), QStringLiteral("1.0"));
-    const QString newer = buildPackage(env.path(), QStringLiteral("1.1"));
-    QVERIFY(!older.isNull() && !newer.isNull());
-    {
-        gate.release();
-        EngineRecorder recorder;
-        QSignalSpy finished(&recorder, &EngineRecorder::finished);
-        recorder.installerHeld = LVInstaller::installerWithFilePath(older, {{"requiresAuthentication", true}});
-        recorder.installerHeld->setDelegate(&recorder);
-        recorder.installerHeld->setDeleteFileAfterInstallation(true);
-        recorder.installerHeld->startInBackground();
-        QVERIFY(finished.wait(20000));
-        asked = 0;
-    }
-
-    LocalHttpServer server;
     // Slow enough for a refresh to happen mid-download.
     LocalHttpServer::Response package;
-    package.filePath = newer;
-    package.chunkSize = qMax<qint64>(1, QFileInfo(newer).size() / 10);
+    package.filePath = glow.shelf.packagePath("A", "2.0");
+    package.chunkSize = qMax<qint64>(1, QFileInfo(package.filePath).size() / 10);
     package.chunkIntervalMs = 100;
-    server.setRoute("/Glow-1.1.pkg", package);
-    const QString installed = env.systemRoot() + QStringLiteral("/Applications/Lumivane/Glow.app");
-    server.setRoute("/Glow.bash", "rm -rf '" + installed.toUtf8() + "'\necho $?\n");
-    const QVariantMap glow{
-        {"Product ID", "GLOW"},
-        {"Title", "Glow"},
-        {"Identifier", "com.quarnet.FxPlug.GlowXPC"},
-        {"Check Installed Directory", "/Applications/Lumivane/Glow.app"},
-        {"Uninstall Script", server.url("/Glow.bash").toString()},
-        {"Versions", QVariantList{QVariantMap{{"Product Version", "1.0"}, {"Release Date", "20.01.01"}},
-                                  QVariantMap{{"Product Version", "1.1"},
-                                              {"Release Date", "20.02.01"},
-                                              {"Download URL", server.url("/Glow-1.1.pkg").toString()}}}}};
-    const QByteArray catalogue =
-        VMPropertyList::toXmlData(QVariantMap{{"Products", QVariantMap{{"Products", QVariantList{glow}}}}});
+    glow.server.setRoute("/pkg/A-2.0.pkg", package);
+    const QByteArray catalogue = glow.catalogue();
 
-    auto alerts = std::make_shared<TestAlertPresenter>();
     LVInstallManager* manager = LVInstallManager::sharedInstallManager();
-    manager->setInstallItemFactory(
-        std::make_shared<TestSingleItemFactory>([](const VMSingleProductItemPtr& product) -> LVInstallItem* {
-            return LVSingleInstallItem::installItemWithSingleProductItem(product);
-        }));
-    manager->setAlertPresenter(alerts);
-    manager->setAttachedToStatusItem(false);
     manager->selectInstallsTabViewAtIndex(LVInstallManager::SingleProductsTab);
     QObject observer;
     QStringList posted;
@@ -326,15 +265,15 @@ void tst_LVSingleInstallItemAccessible::refreshesDuringTheWorkKeepItAndItsConfir
     gate.release();
     QTRY_COMPARE_WITH_TIMEOUT(row->installStatus(), uint(LVInstallItem::StatusLatestInstalled), 30000);
     QCOMPARE(row->statusTextField()->text(), QStringLiteral("Latest version installed"));
+    TestAlertPresenter* alerts = glow.alerts.get();
     QTRY_COMPARE(alerts->pendingCount(), 1);
     QCOMPARE(alerts->alerts().size(), 1);
     QCOMPARE(alerts->alerts().last().messageText(), QStringLiteral("Installation Completed"));
     QVERIFY(alerts->answer(LVAlert::alertFirstButtonReturn));
     QCOMPARE(posted, QStringList{"productInstallCompleted"});
-    QVERIFY(!VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QStringLiteral("com.quarnet.FxPlug.GlowXPC"))
-                 .isEmpty());
+    QVERIFY(!VMInstalledVersions::filePathToXPCBundleUsingPluginKit(ProductShelf::pluginIdentifier("A")).isEmpty());
 
-    row->downloadRunUninstaller({server.url("/Glow.bash").toString()});
+    row->downloadRunUninstaller({glow.server.url("/Glow.bash").toString()});
     QTRY_COMPARE_WITH_TIMEOUT(asked.load(), 2, 20000);
     refresh();
     if (QTest::currentTestFailed())
@@ -346,10 +285,10 @@ void tst_LVSingleInstallItemAccessible::refreshesDuringTheWorkKeepItAndItsConfir
     QVERIFY(alerts->answer(LVAlert::alertFirstButtonReturn));
     QCOMPARE(posted, (QStringList{"productInstallCompleted", "productUninstallCompleted"}));
     QTRY_COMPARE(row->installStatus(), uint(LVInstallItem::StatusNotInstalled));
-    QVERIFY(!QDir(installed).exists());
+    QVERIFY(!QDir(glow.installed).exists());
 
     LVInstallManager::releaseSharedInstallManager();
-    QTRY_VERIFY(env.temporaryFiles().isEmpty());
+    QTRY_VERIFY(glow.env.temporaryFiles().isEmpty());
 }
 
 LV_TEST_MAIN(tst_LVSingleInstallItemAccessible)

@@ -30,6 +30,11 @@ QByteArray pngBytes(const QSize& size)
     return bytes;
 }
 
+std::unique_ptr<LVNewsItem> newsRow(const QVariantMap& record)
+{
+    return std::unique_ptr<LVNewsItem>(LVNewsItem::newsItemWithVMNewsItem(VMNewsItem::initWithDict(record)));
+}
+
 void sendMouse(QWidget* widget, QEvent::Type type, const QPoint& at, Qt::MouseButtons buttons)
 {
     QMouseEvent event(type, QPointF(at), widget->mapToGlobal(QPointF(at)), Qt::LeftButton, buttons, Qt::NoModifier);
@@ -104,9 +109,8 @@ void tst_LVNewsHelpRows::nilRecordsGiveNoRow()
 
 void tst_LVNewsHelpRows::newsRowShowsTheHeadlineAndItsChild()
 {
-    auto record = VMNewsItem::initWithDict(QVariantMap{
-        {"Title", "Sale"}, {"Headline", "Thirty percent off"}, {"Show Days", 5}, {"Release Date", "26.11.01"}});
-    std::unique_ptr<LVNewsItem> row(LVNewsItem::newsItemWithVMNewsItem(record));
+    const auto row = newsRow(
+        {{"Title", "Sale"}, {"Headline", "Thirty percent off"}, {"Show Days", 5}, {"Release Date", "26.11.01"}});
     QVERIFY(row);
     QVERIFY(row->view());
     QCOMPARE(row->headlineTextField()->text(), QStringLiteral("Thirty percent off"));
@@ -118,22 +122,19 @@ void tst_LVNewsHelpRows::newsRowShowsTheHeadlineAndItsChild()
     QVERIFY(row->shouldCollapse());
     QVERIFY(row->shouldSelect());
     // No headline: an empty label.
-    std::unique_ptr<LVNewsItem> bare(LVNewsItem::newsItemWithVMNewsItem(std::make_shared<VMNewsItem>()));
+    const auto bare = newsRow({});
     bare->view();
     QCOMPARE(bare->headlineTextField()->text(), QString());
 }
 
 void tst_LVNewsHelpRows::moreInfoViewTakesTheStoredImageHeight()
 {
-    auto plain = VMNewsItem::initWithDict(QVariantMap{{"Title", "A"}});
-    std::unique_ptr<LVNewsItem> row(LVNewsItem::newsItemWithVMNewsItem(plain));
+    const auto row = newsRow({{"Title", "A"}});
     row->view();
     const int panelHeight = row->moreInfoView()->height();
     QVERIFY(panelHeight > 0);
 
-    auto sized = VMNewsItem::initWithDict(QVariantMap{{"Title", "B"}});
-    sized->setProperty(333.0, QString::fromLatin1(VMNewsItem::imageHeight));
-    std::unique_ptr<LVNewsItem> sizedRow(LVNewsItem::newsItemWithVMNewsItem(sized));
+    const auto sizedRow = newsRow({{"Title", "B"}, {"Properties", QVariantMap{{VMNewsItem::imageHeight, 333.0}}}});
     sizedRow->view();
     QCOMPARE(sizedRow->moreInfoView()->height(), 333);
     QCOMPARE(sizedRow->moreInfoView()->width(), row->moreInfoView()->width());
@@ -146,9 +147,7 @@ void tst_LVNewsHelpRows::imageIsDownloadedOnFirstExpansionOnly()
     slow.headers = {{"Content-Type", "image/png"}};
     slow.headerDelayMs = 150;
     _server->setRoute("/news.png", slow);
-    auto record =
-        VMNewsItem::initWithDict(QVariantMap{{"Title", "A"}, {"News Image URL", _server->url("/news.png").toString()}});
-    std::unique_ptr<LVNewsItem> row(LVNewsItem::newsItemWithVMNewsItem(record));
+    const auto row = newsRow({{"Title", "A"}, {"News Image URL", _server->url("/news.png").toString()}});
     QCOMPARE(row->newsImageURL(), _server->url("/news.png").toString());
     // Twice before the image arrives: two downloads.
     QVERIFY(row->shouldExpand());
@@ -165,9 +164,7 @@ void tst_LVNewsHelpRows::imageIsDownloadedOnFirstExpansionOnly()
 void tst_LVNewsHelpRows::failedImageIsRetriedOnTheNextExpansion()
 {
     _server->setRoute("/broken.png", QByteArray("not an image"));
-    auto record = VMNewsItem::initWithDict(
-        QVariantMap{{"Title", "A"}, {"News Image URL", _server->url("/broken.png").toString()}});
-    std::unique_ptr<LVNewsItem> row(LVNewsItem::newsItemWithVMNewsItem(record));
+    const auto row = newsRow({{"Title", "A"}, {"News Image URL", _server->url("/broken.png").toString()}});
     QVERIFY(row->shouldExpand());
     QTRY_COMPARE(_server->requests().size(), 1);
     QTest::qWait(50);
@@ -178,7 +175,7 @@ void tst_LVNewsHelpRows::failedImageIsRetriedOnTheNextExpansion()
     QCOMPARE(_server->requests().size(), 2);
 
     // No image URL: expanding asks nobody.
-    std::unique_ptr<LVNewsItem> noImage(LVNewsItem::newsItemWithVMNewsItem(VMNewsItem::initWithDict({{"Title", "B"}})));
+    const auto noImage = newsRow({{"Title", "B"}});
     QVERIFY(noImage->shouldExpand());
     QTest::qWait(30);
     QCOMPARE(_server->requests().size(), 2);
@@ -186,7 +183,7 @@ void tst_LVNewsHelpRows::failedImageIsRetriedOnTheNextExpansion()
 
 void tst_LVNewsHelpRows::doubleClickOnTheHeadlineAsksForToggling()
 {
-    std::unique_ptr<LVNewsItem> row(LVNewsItem::newsItemWithVMNewsItem(VMNewsItem::initWithDict({{"Title", "A"}})));
+    const auto row = newsRow({{"Title", "A"}});
     QObject observer;
     QList<QObject*> posted;
     VMNotificationCenter::defaultCenter().addObserver(
@@ -217,7 +214,7 @@ void tst_LVNewsHelpRows::moreInfoOpensTheLink()
     QVariantMap dict{{"Title", "A"}};
     if (!moreInfoURL.isNull())
         dict.insert("More Info URL", moreInfoURL);
-    std::unique_ptr<LVNewsItem> row(LVNewsItem::newsItemWithVMNewsItem(VMNewsItem::initWithDict(dict)));
+    const auto row = newsRow(dict);
     row->view();
     row->moreInfoButtonAction();
     QCOMPARE(_workspace->opened.size(), opens ? 1 : 0);

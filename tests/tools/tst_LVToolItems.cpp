@@ -163,10 +163,8 @@ void tst_LVToolItems::knowledgeBaseSearch_data()
 {
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QString>("opened"); // after the server's address; null when nothing opens
-    QTest::newRow("one word") << "lut"
-                              << "/hc/en-gb/search?utf8=&query=lut";
-    QTest::newRow("not encoded") << "a&b=c"
-                                 << "/hc/en-gb/search?utf8=&query=a&b=c";
+    QTest::newRow("one word") << QStringLiteral("lut") << "/hc/en-gb/search?utf8=&query=lut";
+    QTest::newRow("not encoded") << QStringLiteral("a&b=c") << "/hc/en-gb/search?utf8=&query=a&b=c";
     QTest::newRow("two words") << "lut import" << QString();
     QTest::newRow("bad escape") << "100%zz" << QString();
     QTest::newRow("empty") << "" << QString();

@@ -24,7 +24,6 @@ private slots:
     void cleanup();
 
     void searchListsOnlyStrayCopies();
-    void checkBoxesEnableDelete();
     void deleteMovesCheckedFiles();
     void vanishedFileIsSkipped();
     void failureAlert();
@@ -125,11 +124,8 @@ void tst_LVToolSearchAndDelete::searchListsOnlyStrayCopies()
     QCOMPARE(_tool->searchResultInfo()->text(), QStringLiteral("3 files / applications found"));
     QCOMPARE(_tool->tableView()->model()->index(0, 1).data().toString(), QStringLiteral("Hollin.app"));
     QVERIFY(!_tool->deleteFilesButton()->isEnabled());
-}
 
-void tst_LVToolSearchAndDelete::checkBoxesEnableDelete()
-{
-    _tool->searchButtonAction();
+    // A checked row enables the deletion; a selected one, showing it in the Finder.
     QAbstractItemModel* model = _tool->tableView()->model();
     QVERIFY(model->setData(model->index(1, 0), Qt::Checked, Qt::CheckStateRole));
     QVERIFY(_tool->deleteFilesButton()->isEnabled());
