@@ -7,55 +7,20 @@
 #include "catalogue/VMInstalledVersions.h"
 #include "catalogue/VMUtils.h"
 #include "catalogue/VMVersionItem.h"
-#include "engines/LVDownloadProgress.h"
 #include "engines/LVDownloader.h"
 #include "engines/LVInstaller.h"
-#include "engines/LVPackageChecksum.h"
 #include "engines/LVProductBatch.h"
 #include "foundation/VMDispatch.h"
-#include "foundation/VMLog.h"
 #include "foundation/VMNotificationCenter.h"
 
-#include <QFile>
-#include <QFileInfo>
 #include <QMutexLocker>
-#include <cmath>
-
-namespace {
-// The settings as a property-list style description, one key per line.
-QString settingsDescription(const QVariantMap& settings)
-{
-    QString text = QStringLiteral("{\n");
-    for (auto it = settings.begin(); it != settings.end(); ++it) {
-        const QVariant& value = it.value();
-        const QString shown = value.typeId() == QMetaType::Bool ? QString::number(int(value.toBool()))
-                                                                : QStringLiteral("\"%1\"").arg(value.toString());
-        text += QStringLiteral("    %1 = %2;\n").arg(it.key(), shown);
-    }
-    return text + QLatin1Char('}');
-}
-
-} // namespace
 
 LVProductOperation::LVProductOperation(const VMSingleProductItemPtr& product, QObject* parent)
     : QObject(parent), _productItem(product),
       _installedVersion(product ? product->checkInstalledPluginVersion() : QString())
 {
+    connectDownload();
     connectUninstall();
-}
-
-LVProductOperation::~LVProductOperation()
-{
-    // Children: deleting a downloader cancels it without a callback and removes its file when asked to.
-    if (_installerDownloader)
-        _installerDownloader->setDeleteDownloadFile(true);
-    // The user's chosen file stays, whatever became of the download.
-    if (_manualDownloader)
-        _manualDownloader->setDeleteDownloadFile(false);
-    QMutexLocker locker(&_packageLock);
-    if (!_packagePath.isEmpty())
-        QFile::remove(_packagePath);
-    // Running installers and uninstallers finish on their own; their delegates are gone then.
 }
 
 void LVProductOperation::setPhase(Phase phase)
@@ -91,8 +56,10 @@ void LVProductOperation::startActionClock()
 
 void LVProductOperation::setProductItem(const VMSingleProductItemPtr& product)
 {
-    if (product)
-        _productItem = product;
+    if (!product)
+        return;
+    _productItem = product;
+    _download.setProductItem(product);
 }
 
 void LVProductOperation::setInstalledVersion(const QString& version)
@@ -135,10 +102,12 @@ QString LVProductOperation::refusal(RowAction action) const
     const LVProductBatch* run = holder();
     switch (action) {
     case RowAction::ManualDownload:
-        return _manualDownloader ? QStringLiteral("A manual download of this installer is under way.") : QString();
+        return _download.manualDownloader() ? QStringLiteral("A manual download of this installer is under way.")
+                                            : QString();
     case RowAction::Cancel:
         if (!run)
-            return _installerDownloader || _manualDownloader ? QString() : QStringLiteral("Nothing is downloading.");
+            return _download.downloader() || _download.manualDownloader() ? QString()
+                                                                          : QStringLiteral("Nothing is downloading.");
         if (!run->policy().rowsMayCancel)
             return QStringLiteral("Part of \"%1\", which cannot be cancelled here.").arg(run->policy().holderTitle);
         return run->isCancellable() ? QString()
@@ -165,10 +134,10 @@ void LVProductOperation::cancelFromRow()
         run->cancel();
         return;
     }
-    if (_installerDownloader)
-        cancelDownload();
-    else if (_manualDownloader)
-        _manualDownloader->cancel();
+    if (_download.downloader())
+        _download.cancel();
+    else if (LVDownloader* manual = _download.manualDownloader())
+        manual->cancel();
 }
 
 bool LVProductOperation::requestInstallation(const VMVersionItemPtr& version)
@@ -211,7 +180,7 @@ bool LVProductOperation::isInstalling() const
 VMInstallStatus::Status LVProductOperation::busyStatus() const
 {
     const bool held = holder() != nullptr;
-    if (_installerDownloader || (_manualDownloader && !held))
+    if (_download.downloader() || (_download.manualDownloader() && !held))
         return VMInstallStatus::Downloading;
     switch (_phase) {
     case Phase::Downloaded:
@@ -232,17 +201,12 @@ bool LVProductOperation::isUninstalling() const
 
 QString LVProductOperation::packagePath() const
 {
-    QMutexLocker locker(&_packageLock);
-    return _packagePath;
+    return _download.packagePath();
 }
 
 QString LVProductOperation::takePackage()
 {
-    QString package;
-    {
-        QMutexLocker locker(&_packageLock);
-        package = std::exchange(_packagePath, QString());
-    }
+    const QString package = _download.takePackage();
     if (_phase == Phase::Downloaded)
         setPhase(Phase::Idle);
     return package;
@@ -250,8 +214,7 @@ QString LVProductOperation::takePackage()
 
 QVariantMap LVProductOperation::installerSettings() const
 {
-    QMutexLocker locker(&_packageLock);
-    return _installerSettings;
+    return _download.installerSettings();
 }
 
 QStringList LVProductOperation::uninstallScriptURLs(const VMSingleProductItem& product)
@@ -261,262 +224,124 @@ QStringList LVProductOperation::uninstallScriptURLs(const VMSingleProductItem& p
 
 // Downloads
 
+// Observers hear the download's steps as the operation's own, after its phase has changed.
+void LVProductOperation::connectDownload()
+{
+    _download.setProductItem(_productItem);
+    _download.setHeldQuery([this] { return holder() != nullptr; });
+    connect(&_download, &LVProductDownload::installerDownloadStarted, this, [this] {
+        startActionClock();
+        setPhase(Phase::Downloading);
+        emit progressChanged();
+    });
+    connect(&_download, &LVProductDownload::cleanedUp, this, [this] {
+        if (_phase == Phase::Downloaded && packagePath().isEmpty())
+            setPhase(Phase::Idle);
+    });
+    connect(&_download, &LVProductDownload::progressChanged, this, &LVProductOperation::progressChanged);
+    connect(&_download, &LVProductDownload::began, this, [this](bool manual) { emit downloadBegan(kindOf(manual)); });
+    connect(&_download, &LVProductDownload::advanced, this,
+            [this](bool manual, double percent) { emit downloadAdvanced(kindOf(manual), percent); });
+    connect(&_download, &LVProductDownload::installerDownloaded, this, &LVProductOperation::endInstallerDownload);
+    connect(&_download, &LVProductDownload::installerDownloadFailed, this,
+            [this](const VMVersionItemPtr& version, bool cancelled, const VMError& error) {
+                record(QStringLiteral("download"), cancelled ? QStringLiteral("cancelled") : QStringLiteral("failed"),
+                       version ? version->productVersion() : QString(), cancelled ? QString() : error.description());
+                _installRequested = false;
+                setPhase(Phase::Idle);
+                emit progressChanged();
+                emit downloadEnded(Download::Installer, false, error);
+            });
+    connect(&_download, &LVProductDownload::manualDownloadEnded, this, [this](bool succeeded, const VMError& error) {
+        emit phaseChanged(_phase);
+        emit progressChanged();
+        emit downloadEnded(Download::Manual, succeeded, error);
+    });
+}
+
 bool LVProductOperation::startDownload(const VMVersionItemPtr& version)
 {
-    if (!version || !_productItem || _installerDownloader)
-        return false;
-    const std::optional<QVariantMap> settings = _productItem->installerSettingsForVersionItem(version.get());
-    if (!settings)
-        return false;
-    const QUrl url(settings->value(QStringLiteral("downloadURL")).toString());
-    if (url.isEmpty())
-        return false;
-    if (!startDownload(url, *settings, QVariant::fromValue(version)))
-        return false;
-    VM_LOG_MESSAGE(QStringLiteral("Installer settings: %1").arg(settingsDescription(*settings)));
-    return true;
-}
-
-bool LVProductOperation::startManualDownload(const QUrl& url, const QString& filePath)
-{
-    if (_manualDownloader || filePath.isEmpty())
-        return false;
-    LVDownloader* downloader = LVDownloader::downloaderWithURL(url, this);
-    if (!downloader)
-        return false;
-    downloader->setIdentifier(manualDownload);
-    downloader->setDelegate(this);
-    if (!downloader->startWithDownloadFilePath(filePath)) {
-        delete downloader;
-        return false;
-    }
-    // The row's own: no package, settings or phase of the product's other work changes.
-    _manualDownloader = downloader;
-    emit phaseChanged(_phase);
-    emit progressChanged();
-    return true;
-}
-
-LVDownloader* LVProductOperation::manualDownloader() const
-{
-    return _manualDownloader.data();
+    return _phase != Phase::Installing && _phase != Phase::Uninstalling && _download.start(version);
 }
 
 bool LVProductOperation::startDownload(const QUrl& url, const QVariantMap& installerSettings,
                                        const QVariant& representedObject, const QString& filePath)
 {
-    const qint64 identifier = installerDownload;
-    if (_installerDownloader || _phase == Phase::Installing || _phase == Phase::Uninstalling)
+    return _phase != Phase::Installing && _phase != Phase::Uninstalling &&
+           _download.start(url, installerSettings, representedObject, filePath);
+}
+
+bool LVProductOperation::startManualDownload(const QUrl& url, const QString& filePath)
+{
+    if (!_download.startManual(url, filePath))
         return false;
-    const QString path =
-        filePath.isEmpty() ? LVDownloader::downloadFilePathWithSuggestedFileName(url.fileName()) : filePath;
-    if (path.isEmpty())
-        return false;
-    LVDownloader* downloader = LVDownloader::downloaderWithURL(url, this);
-    if (!downloader)
-        return false;
-    downloader->setIdentifier(identifier);
-    downloader->setDelegate(this);
-    downloader->setRepresentedObject(representedObject);
-    if (!downloader->startWithDownloadFilePath(path)) {
-        downloader->setDeleteDownloadFile(true);
-        delete downloader;
-        return false;
-    }
-    // A package from an earlier download that was never installed is no longer wanted.
-    cleanUp();
-    _installerDownloader = downloader;
-    {
-        QMutexLocker locker(&_packageLock);
-        if (identifier == installerDownload)
-            _installerSettings = installerSettings;
-    }
-    _downloadClock.invalidate();
-    _downloadCancelled = false;
-    startActionClock();
-    setPhase(Phase::Downloading);
+    // The row's own: no package, settings or phase of the product's other work changes.
+    emit phaseChanged(_phase);
     emit progressChanged();
     return true;
 }
 
 LVDownloader* LVProductOperation::downloader() const
 {
-    return _installerDownloader.data();
+    return _download.downloader();
 }
 
-void LVProductOperation::cancelDownload()
+LVDownloader* LVProductOperation::manualDownloader() const
 {
-    if (!_installerDownloader)
-        return;
-    const QString path = _installerDownloader->downloadFilePath();
-    _downloadCancelled = true;
-    _installerDownloader->cancel();
-    // Gone at once, not only when the cancelled transfer has wound down.
-    if (!path.isEmpty())
-        QFile::remove(path);
-}
-
-void LVProductOperation::cleanUp()
-{
-    cancelDownload();
-    QString package;
-    {
-        QMutexLocker locker(&_packageLock);
-        package = _packagePath;
-        if (!package.isEmpty() && (!QFileInfo::exists(package) || QFile::remove(package)))
-            _packagePath.clear();
-    }
-    if (_phase == Phase::Downloaded && packagePath().isEmpty())
-        setPhase(Phase::Idle);
-}
-
-void LVProductOperation::forgetInstallerDownloader(LVDownloader* downloader)
-{
-    if (_installerDownloader != downloader)
-        return;
-    _installerDownloader = nullptr;
-    downloader->setParent(nullptr);
-    downloader->deleteLater();
+    return _download.manualDownloader();
 }
 
 LVDownloader* LVProductOperation::shownDownloader() const
 {
-    if (_installerDownloader)
-        return _installerDownloader;
-    return holder() ? nullptr : _manualDownloader.data();
+    return _download.shownDownloader();
 }
 
 bool LVProductOperation::isShownDownload(Download download) const
 {
-    const LVDownloader* shown = shownDownloader();
-    return shown && kindOf(shown) == download;
+    const LVDownloader* shown = _download.shownDownloader();
+    return shown && kindOf(shown == _download.manualDownloader()) == download;
 }
 
-LVProductOperation::Download LVProductOperation::kindOf(const LVDownloader* downloader)
+void LVProductOperation::cancelDownload()
 {
-    switch (downloader->identifier()) {
-    case manualDownload:
-        return Download::Manual;
-    default:
-        return Download::Installer;
-    }
+    _download.cancel();
+}
+
+void LVProductOperation::cleanUp()
+{
+    _download.cleanUp();
 }
 
 LVDownloadProgress LVProductOperation::progress() const
 {
-    LVDownloadProgress progress;
-    if (const LVDownloader* downloader = shownDownloader()) {
-        progress.receivedBytes = qint64(downloader->currentDownloadDataSize());
-        progress.expectedBytes = downloader->expectedDataSize();
-        progress.elapsedMs = _downloadClock.isValid() ? _downloadClock.elapsed() : -1;
-    }
-    return progress;
+    return _download.progress();
 }
 
 qint64 LVProductOperation::expectedBytes() const
 {
-    return progress().expectedBytes;
+    return _download.progress().expectedBytes;
 }
 
 qint64 LVProductOperation::receivedBytes() const
 {
-    return progress().receivedBytes;
+    return _download.progress().receivedBytes;
 }
 
 QString LVProductOperation::progressDescription() const
 {
-    return shownDownloader() ? progress().description() : QString();
+    return _download.progressDescription();
 }
 
-void LVProductOperation::downloadStarted(LVDownloader* downloader)
+void LVProductOperation::endInstallerDownload(bool packaged)
 {
-    if (downloader == shownDownloader()) {
-        _downloadClock.start();
-        emit progressChanged();
-    }
-    emit downloadBegan(kindOf(downloader));
-}
-
-void LVProductOperation::downloadProgress(double progress, LVDownloader* downloader)
-{
-    if (downloader == shownDownloader())
-        emit progressChanged();
-    emit downloadAdvanced(kindOf(downloader), progress);
-}
-
-void LVProductOperation::endManualDownload(LVDownloader* downloader, bool succeeded)
-{
-    _manualDownloader = nullptr;
-    // The user's chosen file is theirs, whatever became of the download.
-    downloader->setDeleteDownloadFile(false);
-    downloader->setParent(nullptr);
-    downloader->deleteLater();
-    emit phaseChanged(_phase);
+    setPhase(packaged ? Phase::Downloaded : Phase::Idle);
     emit progressChanged();
-    emit downloadEnded(kindOf(downloader), succeeded, succeeded ? VMError() : downloader->error());
-}
-
-void LVProductOperation::downloadCompleted(LVDownloader* downloader)
-{
-    if (downloader == _manualDownloader) {
-        endManualDownload(downloader, true);
-        return;
-    }
-    if (downloader == _installerDownloader) {
-        forgetInstallerDownloader(downloader);
-        if (downloader->identifier() == installerDownload && !downloader->downloadFilePath().isEmpty()) {
-            {
-                QMutexLocker locker(&_packageLock);
-                _packagePath = downloader->downloadFilePath();
-                _installingVersionItem = downloader->representedObject().value<VMVersionItemPtr>();
-                if (_productItem)
-                    LVPackageChecksum::addExpectation(_installerSettings, *_productItem, _installingVersionItem.get());
-            }
-            setPhase(Phase::Downloaded);
-        } else {
-            setPhase(Phase::Idle);
-        }
-        emit progressChanged();
-    }
     QPointer<LVProductOperation> self(this);
-    emit downloadEnded(kindOf(downloader), true, VMError());
+    emit downloadEnded(Download::Installer, true, VMError());
     if (!self)
         return;
-    if (_installRequested && !holder() && downloader->identifier() == installerDownload &&
-        _phase == Phase::Downloaded && !install())
+    if (_installRequested && !holder() && _phase == Phase::Downloaded && !install())
         _installRequested = false;
-}
-
-void LVProductOperation::downloadFailed(LVDownloader* downloader)
-{
-    if (downloader == _manualDownloader) {
-        endManualDownload(downloader, false);
-        return;
-    }
-    if (downloader == _installerDownloader) {
-        if (downloader->identifier() == installerDownload) {
-            const auto version = downloader->representedObject().value<VMVersionItemPtr>();
-            record(QStringLiteral("download"),
-                   _downloadCancelled ? QStringLiteral("cancelled") : QStringLiteral("failed"),
-                   version ? version->productVersion() : QString(),
-                   _downloadCancelled ? QString() : downloader->error().description());
-        }
-        // A cancelled download's file goes; a failed one's stays where the downloader put it.
-        downloader->setDeleteDownloadFile(_downloadCancelled);
-        if (_downloadCancelled)
-            downloader->cleanUp();
-        _downloadCancelled = false;
-        forgetInstallerDownloader(downloader);
-        if (downloader->identifier() == installerDownload) {
-            QMutexLocker locker(&_packageLock);
-            _installerSettings.clear();
-        }
-        if (downloader->identifier() == installerDownload)
-            _installRequested = false;
-        setPhase(Phase::Idle);
-        emit progressChanged();
-    }
-    emit downloadEnded(kindOf(downloader), false, downloader->error());
 }
 
 // Installation
@@ -524,28 +349,26 @@ void LVProductOperation::downloadFailed(LVDownloader* downloader)
 bool LVProductOperation::install(const PrivilegedExecution::AuthorizationRef& authorization, Execution execution,
                                  const QVariantMap& extraOptions)
 {
-    QString package;
-    QVariantMap options;
-    VMVersionItemPtr version;
+    std::optional<LVProductDownload::Package> package;
     {
-        QMutexLocker locker(&_packageLock);
-        if (_runningInstallers > 0 || _packagePath.isEmpty())
+        QMutexLocker locker(&_installLock);
+        if (_runningInstallers > 0)
             return false;
-        package = _packagePath;
         // From here on the installer owns the package and deletes it after its run.
-        _packagePath.clear();
-        options = _installerSettings;
-        version = _installingVersionItem;
+        package = _download.handOverPackage();
+        if (!package)
+            return false;
         ++_runningInstallers;
     }
+    QVariantMap options = package->settings;
     for (auto it = extraOptions.begin(); it != extraOptions.end(); ++it)
         options.insert(it.key(), it.value());
     if (authorization)
         options.insert(QLatin1String(LVInstaller::optionAuthorizationRef), QVariant::fromValue(authorization));
 
-    const std::shared_ptr<LVInstaller> installer = LVInstaller::installerWithFilePath(package, options);
+    const std::shared_ptr<LVInstaller> installer = LVInstaller::installerWithFilePath(package->path, options);
     installer->setDeleteFileAfterInstallation(true);
-    installer->setRepresentedObject(QVariant::fromValue(version));
+    installer->setRepresentedObject(QVariant::fromValue(package->version));
     if (execution == Execution::Background) {
         adoptInstaller(installer);
         installer->startInBackground();
@@ -621,9 +444,9 @@ void LVProductOperation::endInstallation(LVInstaller* installer, bool succeeded)
     const bool confirm = succeeded && _installRequested;
     _installRequested = false;
     {
-        QMutexLocker locker(&_packageLock);
+        QMutexLocker locker(&_installLock);
         _runningInstallers = qMax(0, _runningInstallers - 1);
-        _installerSettings.clear();
+        _download.clearInstallerSettings();
     }
     if (_installer.get() == installer)
         _installer.reset();
@@ -634,10 +457,8 @@ void LVProductOperation::endInstallation(LVInstaller* installer, bool succeeded)
         return;
     if (confirm)
         confirmInstallation(version, Confirmation::Row);
-    if (_installingVersionItem == version && !_installer) {
-        QMutexLocker locker(&_packageLock);
-        _installingVersionItem.reset();
-    }
+    if (!_installer)
+        _download.forgetPackageVersion(version);
 }
 
 void LVProductOperation::confirmInstallation(const VMVersionItemPtr& version, Confirmation confirmation,

@@ -3,8 +3,8 @@
 #include "catalogue/VMInstallStatus.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "engines/LVDownloadProgress.h"
-#include "engines/LVDownloaderDelegate.h"
 #include "engines/LVInstallerDelegate.h"
+#include "engines/LVProductDownload.h"
 #include "engines/LVProductUninstall.h"
 #include "foundation/VMError.h"
 #include "platform/PrivilegedExecution.h"
@@ -27,10 +27,10 @@ class LVUninstaller;
 
 // Carries one product through download -> package installer -> confirmation: the one mechanism
 // behind the single-product row, the bundle's product rows, the update-all tool and the command
-// line. It owns the downloader, the downloaded package, the installer settings and the installer
-// of its product, and deletes packages it no longer needs — never one that a run holds. Its
-// LVProductUninstall removes the product; the operation keeps the phase, history and
-// confirmation of that too, so that observers see one product. It also holds what every view shows of the product:
+// line. Its LVProductDownload fetches the installer and holds the package (deleting packages
+// nobody needs, never one that a run holds); its LVProductUninstall removes the product. The
+// operation runs the installer and keeps the phase, history and confirmation of all of it, so
+// that observers see one product. It also holds what every view shows of the product:
 // the installed version (detected here, once), the status of the work and which run holds it.
 // Policy (alerts, queues, the 2.0 s waits, what a failure means) stays with the owner.
 //
@@ -45,7 +45,7 @@ class LVUninstaller;
 // LVProductOperations offers to rows; LVProductBatch drives the steps of several products itself. Everything here runs
 // on the main thread except install(..., Synchronous) and runUninstallSynchronously(), which block the calling
 // background thread.
-class LVProductOperation : public QObject, public LVDownloaderDelegate, public LVInstallerDelegate
+class LVProductOperation : public QObject, public LVInstallerDelegate
 {
     Q_OBJECT
 public:
@@ -68,10 +68,9 @@ public:
     // before the announcement; a bundle's product announces only, after its wait.
     enum class Confirmation { Row, Bundle };
 
+    // Deleting it cancels a running download and deletes a package that was downloaded but not
+    // installed. A running installer or uninstaller finishes on its own and no longer calls back.
     explicit LVProductOperation(const VMSingleProductItemPtr& product, QObject* parent = nullptr);
-    // Cancels a running download and deletes a package that was downloaded but not installed. A
-    // running installer or uninstaller finishes on its own and no longer calls back.
-    ~LVProductOperation() override;
 
     VMSingleProductItemPtr productItem() const { return _productItem; }
     // A newer record of the same product (a refreshed catalogue).
@@ -152,7 +151,7 @@ public:
     QString takePackage();
     QVariantMap installerSettings() const;
     // The version being installed (the represented object of the installer download), or null.
-    VMVersionItemPtr installingVersionItem() const { return _installingVersionItem; }
+    VMVersionItemPtr installingVersionItem() const { return _download.packageVersion(); }
 
     // Installs packagePath() with the kept settings plus `extraOptions` (e.g. "requiresAuthentication")
     // and, when given, "optionAuthorizationRef" -> `authorization`. The installer deletes the package
@@ -195,10 +194,6 @@ public:
     QString progressDescription() const;
 
     // Engine callbacks: update the phase, then tell the observers.
-    void downloadStarted(LVDownloader* downloader) override;
-    void downloadProgress(double progress, LVDownloader* downloader) override;
-    void downloadCompleted(LVDownloader* downloader) override;
-    void downloadFailed(LVDownloader* downloader) override;
     void installStarted(LVInstaller* installer) override;
     void installCompleted(LVInstaller* installer) override;
     void installFailed(LVInstaller* installer) override;
@@ -226,10 +221,6 @@ signals:
     void authorizationRefused(int status);
 
 private:
-    // Downloader identifiers, which the history and the log know.
-    static constexpr qint64 installerDownload = 2;
-    static constexpr qint64 manualDownload = 3;
-
     void beginConfirmation(const VMVersionItemPtr& version);
     void announceInstallation();
     void setPhase(Phase phase);
@@ -242,36 +233,30 @@ private:
     void endInstallation(LVInstaller* installer, bool succeeded);
     // The failed installation's version is found installed all the same.
     bool outcomeIsInstalled() const;
+    void connectDownload();
+    void endInstallerDownload(bool packaged);
     void connectUninstall();
     void endUninstallation(bool succeeded, const VMError& error, bool settled, bool confirm);
-    void forgetInstallerDownloader(LVDownloader* downloader);
-    static Download kindOf(const LVDownloader* downloader);
-    void endManualDownload(LVDownloader* downloader, bool succeeded);
+    static Download kindOf(bool manual) { return manual ? Download::Manual : Download::Installer; }
     // Main thread: takes over a runner made on a background thread before it starts.
     void adoptInstaller(const std::shared_ptr<LVInstaller>& installer);
 
     VMSingleProductItemPtr _productItem;
     Phase _phase = Phase::Idle;
 
-    QPointer<LVDownloader> _installerDownloader;
-    QPointer<LVDownloader> _manualDownloader;
     // The run (an LVProductBatch) that took the product.
     QPointer<QObject> _holder;
     QString _installedVersion;
-    QString _packagePath;
-    QVariantMap _installerSettings;
-    VMVersionItemPtr _installingVersionItem;
     std::shared_ptr<LVInstaller> _installer;
-    QElapsedTimer _downloadClock;
     QDateTime _actionStarted;
     QElapsedTimer _actionClock;
-    bool _downloadCancelled = false;
     // A requested pipeline is under way: install when downloaded, confirm when installed.
     bool _installRequested = false;
     bool _judgesByOutcome = false;
-    // Guards the package path, settings and version, which a synchronous install reads on its
-    // background thread.
-    mutable QMutex _packageLock;
+    // Taken before the download's own lock: an install on a background thread checks for a running
+    // installer and takes the package as one step.
+    QMutex _installLock;
     int _runningInstallers = 0;
+    LVProductDownload _download;
     LVProductUninstall _uninstall;
 };
