@@ -13,16 +13,9 @@
 #include <QTimer>
 #include <cmath>
 
-static void initImageResources()
-{
-    Q_INIT_RESOURCE(LVImages);
-}
-
 namespace {
 QIcon statusImage(const char* name)
 {
-    static const bool resources = (initImageResources(), true);
-    Q_UNUSED(resources);
     return LVStatusImages::named(QLatin1String(name));
 }
 } // namespace

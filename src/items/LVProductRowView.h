@@ -78,7 +78,6 @@ public:
     // the first pages the user turns find their views made.
     std::unique_ptr<LVProductRowView> lend();
     void giveBack(std::unique_ptr<LVProductRowView> view);
-    int spareCount() const { return int(_spare.size()); }
 
 private:
     void makeSparesWhenIdle();

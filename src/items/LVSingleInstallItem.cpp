@@ -114,18 +114,15 @@ void LVSingleInstallItem::loadView()
     LVRowHost* host = installManager();
     _rowView = host ? host->productRowViews().lend() : std::make_unique<LVProductRowView>();
     Ui::LVSingleInstallItem& ui = _rowView->ui();
-    _headlineView = _rowView->headline();
-    _moreInfoView = _rowView->details();
-    _menu = _rowView->menu();
+    QMenu* menu = _rowView->menu();
 
     _rowView->nameFor(title());
     ui._titleField->setDelegate(this);
 
     // The menu is filled each time it opens and emptied only after a chosen entry has run.
-    connect(_menu, &QMenu::aboutToShow, this, [this] { menuWillOpen(_menu); });
-    connect(_menu, &QMenu::aboutToHide, this, [this] {
-        QPointer<QMenu> menu = _menu;
-        QTimer::singleShot(0, this, [this, menu] { menuDidClose(menu); });
+    connect(menu, &QMenu::aboutToShow, this, [this, menu] { menuWillOpen(menu); });
+    connect(menu, &QMenu::aboutToHide, this, [this, menu] {
+        QTimer::singleShot(0, this, [this, guarded = QPointer<QMenu>(menu)] { menuDidClose(guarded); });
     });
     connect(ui._downloadButton, &QToolButton::clicked, this, &LVSingleInstallItem::downloadButtonAction);
     connect(ui._moreInfoButton, &QPushButton::clicked, this, &LVSingleInstallItem::showMoreInfo);
@@ -144,7 +141,7 @@ QWidget* LVSingleInstallItem::view()
 {
     if (!_rowView)
         loadView();
-    return _headlineView;
+    return _rowView->headline();
 }
 
 QWidget* LVSingleInstallItem::detailsView()
@@ -154,7 +151,7 @@ QWidget* LVSingleInstallItem::detailsView()
         _descriptionWritten = true;
         updateDescription();
     }
-    return _moreInfoView;
+    return _rowView->details();
 }
 
 bool LVSingleInstallItem::canReleaseView() const
@@ -162,10 +159,10 @@ bool LVSingleInstallItem::canReleaseView() const
     if (!_rowView)
         return false;
     // Not while the user works in it, nor while its details are still listed.
-    if (_menu && _menu->isVisible())
+    if (_rowView->menu() && _rowView->menu()->isVisible())
         return false;
     const QWidget* focus = QApplication::focusWidget();
-    if (focus && (_headlineView->isAncestorOf(focus) || _moreInfoView->isAncestorOf(focus)))
+    if (focus && (_rowView->headline()->isAncestorOf(focus) || _rowView->details()->isAncestorOf(focus)))
         return false;
     return !_rowView->isDetailsListed();
 }
@@ -178,14 +175,15 @@ void LVSingleInstallItem::releaseView()
     // it, or this one when it comes back into sight, shows its own.
     Ui::LVSingleInstallItem& ui = _rowView->ui();
     for (QObject* sender :
-         std::initializer_list<QObject*>{_menu, ui._downloadButton, ui._moreInfoButton, ui._buyButton})
+         std::initializer_list<QObject*>{_rowView->menu(), ui._downloadButton, ui._moreInfoButton, ui._buyButton})
         disconnect(sender, nullptr, this, nullptr);
     ui._titleField->setDelegate(nullptr);
-    _headlineView->hide();
-    _moreInfoView->hide();
+    _rowView->headline()->hide();
+    _rowView->details()->hide();
     if (LVRowHost* host = installManager())
         host->productRowViews().giveBack(std::move(_rowView));
-    _rowView.reset();
+    else
+        _rowView.reset();
 }
 
 QWidget* LVMoreInfoSingleInstallItem::view()
@@ -200,8 +198,8 @@ QList<LVOutlineItem*> LVSingleInstallItem::childItems()
 
 QSize LVSingleInstallItem::viewSizeHint()
 {
-    if (_headlineView)
-        return _headlineView->size();
+    if (_rowView)
+        return _rowView->headline()->size();
     // Every headline has the size of the interface file's: measured once, without making a row's view.
     static const QSize headlineSize = [] {
         QWidget panel;
@@ -522,12 +520,12 @@ void LVSingleInstallItem::populateContextMenu(QMenu* menu, QEvent*)
 
 QWidget* LVSingleInstallItem::headlineView() const
 {
-    return _headlineView;
+    return _rowView ? _rowView->headline() : nullptr;
 }
 
 QWidget* LVSingleInstallItem::moreInfoView() const
 {
-    return _moreInfoView;
+    return _rowView ? _rowView->details() : nullptr;
 }
 
 LVInstallItemTitleField* LVSingleInstallItem::titleField() const

@@ -124,8 +124,5 @@ private:
 
     // Lent by the list's host while the row is in sight.
     std::unique_ptr<LVProductRowView> _rowView;
-    QPointer<QWidget> _headlineView;
-    QPointer<QWidget> _moreInfoView;
-    QPointer<QMenu> _menu;
     QPointer<LVFetch> _iconFetch;
 };

@@ -48,8 +48,16 @@ QPixmap drawn(const QString& name)
 }
 } // namespace
 
+static void initImageResources()
+{
+    Q_INIT_RESOURCE(LVImages);
+}
+
 QIcon LVStatusImages::named(const QString& name)
 {
+    // The images live in this library's resources, which a static library must register itself.
+    static const bool resources = (initImageResources(), true);
+    Q_UNUSED(resources);
     // Made once per name: every row shows them, and an icon keeps the pixmaps it has rendered.
     static QHash<QString, QIcon> icons;
     const auto known = icons.constFind(name);
