@@ -1,7 +1,15 @@
 #include "VMCollection.h"
 
 #include "catalogue/VMCatalogueReader.h"
+#include "foundation/LVPreferences.h"
+#include "foundation/VMDispatch.h"
+#include "foundation/VMLogger.h"
 #include "platform/Platform.h"
+
+#include <QThread>
+
+#include <algorithm>
+#include <vector>
 
 namespace {
 QString notADictionary(const char* section, const QString& typeName)
@@ -19,7 +27,7 @@ QString VMCollectionBase::sectionProblem(const QVariant& section, const VMCollec
     return notADictionary(names.section, VMCatalogueReader::typeName(section));
 }
 
-QStringList VMCollectionBase::readSection(plist_t section, const EntryReader& readEntry)
+QStringList VMCollectionBase::readSection(plist_t section, const EntryReader& readEntry, QList<VMNodePtr>* items)
 {
     if (!VMCatalogueReader::isDictionary(section))
         return {notADictionary(_names.section, VMCatalogueReader::typeName(section))};
@@ -27,13 +35,41 @@ QStringList VMCollectionBase::readSection(plist_t section, const EntryReader& re
     const bool fallback = _names.fallbackArrayKey && !reader.contains(_names.arrayKey);
     const std::vector<plist_t> entries = reader.readArray(fallback ? _names.fallbackArrayKey : _names.arrayKey);
     // A bad entry ends the walk: what was built before it is kept, and nothing after it is read.
-    for (plist_t entry : entries) {
-        if (!VMCatalogueReader::isDictionary(entry)) {
-            reader.fail(QStringLiteral("%1 entry is %2, not a dictionary")
-                            .arg(QLatin1String(_names.entry), VMCatalogueReader::typeName(entry)));
-            return reader.problems();
+    const auto bad = std::find_if_not(entries.begin(), entries.end(), VMCatalogueReader::isDictionary);
+    const size_t count = static_cast<size_t>(bad - entries.begin());
+
+    // The preferences' settings object is not shared across threads, so it is read here once.
+    const bool extendedLogging = LVPreferences::sharedPreferences()->usesExtendedLogging();
+    constexpr size_t kEntriesPerPiece = 128;
+    const int pieces =
+        static_cast<int>(std::clamp<size_t>(count / kEntriesPerPiece, 1, std::max(QThread::idealThreadCount(), 1)));
+    struct Piece
+    {
+        QList<VMNodePtr> items;
+        QStringList problems;
+        VMLogger::HeldLines lines;
+    };
+    std::vector<Piece> built(static_cast<size_t>(pieces));
+    VMDispatch::performConcurrently(pieces, [&](int index) {
+        Piece& piece = built[static_cast<size_t>(index)];
+        const VMLogger::Hold hold(&piece.lines);
+        const size_t end = count * static_cast<size_t>(index + 1) / static_cast<size_t>(pieces);
+        for (size_t i = count * static_cast<size_t>(index) / static_cast<size_t>(pieces); i < end; ++i) {
+            if (VMNodePtr item = readEntry(entries[i], extendedLogging, piece.problems))
+                piece.items.append(std::move(item));
         }
-        readEntry(entry, reader);
+    });
+    for (const Piece& piece : built) {
+        VMLogger::logHeld(piece.lines);
+        items->append(piece.items);
+        for (const QString& problem : piece.problems)
+            reader.fail(problem);
+    }
+
+    if (bad != entries.end()) {
+        reader.fail(QStringLiteral("%1 entry is %2, not a dictionary")
+                        .arg(QLatin1String(_names.entry), VMCatalogueReader::typeName(*bad)));
+        return reader.problems();
     }
     QVariantMap properties;
     reader.readDictionary("Properties", properties);

@@ -33,16 +33,19 @@ public:
     bool isExpandable() const override { return true; }
 
 protected:
-    using EntryReader = std::function<void(plist_t entry, VMCatalogueReader& reader)>;
+    // One entry made an item (null for none). It may run on any thread: what it needs of the
+    // preferences comes in `extendedLogging`, and what is wrong goes to `problems`.
+    using EntryReader = std::function<VMNodePtr(plist_t entry, bool extendedLogging, QStringList& problems)>;
 
     explicit VMCollectionBase(const VMCollectionNames& names);
 
     // Null when `section` is a dictionary; otherwise what is wrong with it.
     static QString sectionProblem(const QVariant& section, const VMCollectionNames& names);
-    // Hands each entry of the section's item array to `readEntry` until one that is not a
-    // dictionary ends the walk; when the walk got through, copies the section's "Properties"
-    // into the property table. Answers what was wrong on the way.
-    QStringList readSection(plist_t section, const EntryReader& readEntry);
+    // Makes an item of each entry of the section's item array, in order, until one that is not a
+    // dictionary ends the walk; when the walk got through, copies the section's "Properties" into
+    // the property table. Answers what was wrong on the way. A long array is made in pieces side
+    // by side; the items, their log lines and the problems still come out in catalogue order.
+    QStringList readSection(plist_t section, const EntryReader& readEntry, QList<VMNodePtr>* items);
     // Whether `key` is the items' key-value key; any other goes to the system log.
     bool isItemsKey(const QString& key) const;
 
@@ -78,12 +81,17 @@ public:
     static std::shared_ptr<Kind> initWithNode(plist_t section)
     {
         auto collection = std::make_shared<Kind>();
+        QList<VMNodePtr> nodes;
+        const QStringList problems = collection->readSection(
+            section,
+            [](plist_t entry, bool extendedLogging, QStringList& problems) -> VMNodePtr {
+                return Kind::itemWithNode(entry, extendedLogging, problems);
+            },
+            &nodes);
         QList<ItemPtr> items;
-        const QStringList problems =
-            collection->readSection(section, [&items](plist_t entry, VMCatalogueReader& reader) {
-                if (ItemPtr item = Kind::itemWithNode(entry, reader))
-                    items.append(std::move(item));
-            });
+        items.reserve(nodes.size());
+        for (VMNodePtr& node : nodes)
+            items.append(std::static_pointer_cast<Item>(std::move(node)));
         collection->setItems(items);
         for (const QString& problem : problems)
             VM_LOG_MESSAGE(problem);

@@ -27,7 +27,7 @@ private:
                                              .arrayKey = "Help Items",
                                              .fallbackArrayKey = nullptr,
                                              .itemsKey = "helpItems"};
-    static VMHelpItemPtr itemWithNode(plist_t entry, VMCatalogueReader&) { return VMHelpItem::initWithNode(entry); }
+    static VMHelpItemPtr itemWithNode(plist_t entry, bool, QStringList&) { return VMHelpItem::initWithNode(entry); }
 };
 
 Q_DECLARE_METATYPE(VMHelpItemsCollectionPtr)

@@ -32,7 +32,7 @@ private:
                                              .arrayKey = "News",
                                              .fallbackArrayKey = "Announcements",
                                              .itemsKey = "newsItems"};
-    static VMNewsItemPtr itemWithNode(plist_t entry, VMCatalogueReader&) { return VMNewsItem::initWithNode(entry); }
+    static VMNewsItemPtr itemWithNode(plist_t entry, bool, QStringList&) { return VMNewsItem::initWithNode(entry); }
 };
 
 Q_DECLARE_METATYPE(VMNewsCollectionPtr)

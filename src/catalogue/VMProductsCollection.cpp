@@ -5,7 +5,7 @@
 #include "catalogue/VMSingleProductItem.h"
 #include "platform/PlistApi.h"
 
-VMProductItemPtr VMProductsCollection::itemWithNode(plist_t entry, VMCatalogueReader& reader)
+VMProductItemPtr VMProductsCollection::itemWithNode(plist_t entry, bool extendedLogging, QStringList& problems)
 {
     bool bundle = false;
     if (const plist_t bundleValue = plist_dict_get_item(entry, "Bundle")) {
@@ -13,12 +13,12 @@ VMProductItemPtr VMProductsCollection::itemWithNode(plist_t entry, VMCatalogueRe
         bundle = VMCatalogueReader::boolValue(bundleValue, &valid);
         // A bad flag is lost alone: the entry is read as a single product.
         if (!valid)
-            reader.fail(QStringLiteral("Value for key \"Bundle\" is %1, not a boolean")
-                            .arg(VMCatalogueReader::typeName(bundleValue)));
+            problems.append(QStringLiteral("Value for key \"Bundle\" is %1, not a boolean")
+                                .arg(VMCatalogueReader::typeName(bundleValue)));
     }
     if (bundle)
         return VMBundleProductItem::initWithNode(entry);
-    return VMSingleProductItem::initWithNode(entry);
+    return VMSingleProductItem::initWithNode(entry, extendedLogging);
 }
 
 QList<VMProductItemPtr> VMProductsCollection::productItemsWithProductIDs(const QStringList& productIDs) const

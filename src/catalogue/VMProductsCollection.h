@@ -39,7 +39,7 @@ private:
                                              .arrayKey = "Products",
                                              .fallbackArrayKey = nullptr,
                                              .itemsKey = "productItems"};
-    static VMProductItemPtr itemWithNode(plist_t entry, VMCatalogueReader& reader);
+    static VMProductItemPtr itemWithNode(plist_t entry, bool extendedLogging, QStringList& problems);
 };
 
 Q_DECLARE_METATYPE(VMProductsCollectionPtr)

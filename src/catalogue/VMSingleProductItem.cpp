@@ -71,6 +71,11 @@ VMSingleProductItemPtr VMSingleProductItem::initWithDict(const QVariantMap& dict
 
 VMSingleProductItemPtr VMSingleProductItem::initWithNode(plist_t dict)
 {
+    return initWithNode(dict, LVPreferences::sharedPreferences()->usesExtendedLogging());
+}
+
+VMSingleProductItemPtr VMSingleProductItem::initWithNode(plist_t dict, bool extendedLogging)
+{
     VMSingleProductItemPtr item(new VMSingleProductItem(Empty{}));
     VMCatalogueReader reader(dict, kKeys);
     item->readBase(reader);
@@ -92,7 +97,7 @@ VMSingleProductItemPtr VMSingleProductItem::initWithNode(plist_t dict)
     QList<VMVersionItemPtr> versions;
     versions.reserve(static_cast<qsizetype>(versionDicts.size()));
     VMVersionItem::Reading reading;
-    reading.extendedLogging = LVPreferences::sharedPreferences()->usesExtendedLogging();
+    reading.extendedLogging = extendedLogging;
     for (plist_t versionDict : versionDicts) {
         if (!VMCatalogueReader::isDictionary(versionDict)) {
             reader.fail(

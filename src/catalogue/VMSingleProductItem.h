@@ -25,6 +25,8 @@ public:
     static VMSingleProductItemPtr initWithDict(const QVariantMap& dict);
     // The same from a dictionary node of a parsed catalogue.
     static VMSingleProductItemPtr initWithNode(plist_t dict);
+    // The same from any thread, with the extended-logging preference read beforehand.
+    static VMSingleProductItemPtr initWithNode(plist_t dict, bool extendedLogging);
 
     QList<VMVersionItemPtr> versionItems() const { return _versionItems; }
     // Lets the old versions go (their productItem cleared) and takes the new ones as given.

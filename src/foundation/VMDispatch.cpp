@@ -6,7 +6,11 @@
 #include <QThread>
 #include <QThreadPool>
 #include <QTimer>
+#include <QtConcurrent/QtConcurrentRun>
 
+#include <vector>
+
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 
@@ -68,6 +72,19 @@ void performAfterDelay(QObject* context, double seconds, std::function<void()> w
 void performInBackground(std::function<void()> work)
 {
     backgroundPool()->start(std::move(work));
+}
+
+void performConcurrently(int count, const std::function<void(int piece)>& piece)
+{
+    std::vector<QFuture<void>> others;
+    others.reserve(static_cast<size_t>(std::max(count - 1, 0)));
+    for (int i = 1; i < count; ++i)
+        others.push_back(QtConcurrent::run([&piece, i] { piece(i); }));
+    if (count > 0)
+        piece(0);
+    // Waiting takes a piece not yet started off the pool and runs it here.
+    for (QFuture<void>& other : others)
+        other.waitForFinished();
 }
 
 bool isMainThread()

@@ -11,7 +11,24 @@
 namespace {
 QMutex g_creationLock;
 VMLogger* g_sharedLogger = nullptr;
+thread_local VMLogger::Hold* t_hold = nullptr;
 } // namespace
+
+VMLogger::Hold::Hold(HeldLines* into) : _outer(t_hold), _into(into)
+{
+    t_hold = this;
+}
+
+VMLogger::Hold::~Hold()
+{
+    t_hold = _outer;
+}
+
+void VMLogger::logHeld(const HeldLines& lines)
+{
+    for (const auto& [severity, message] : lines)
+        dispatch(severity, message);
+}
 
 VMLogger::VMLogger(QObject* parent) : QObject(parent) {}
 
@@ -52,6 +69,10 @@ void VMLogger::dispatch(Severity severity, const QString& message)
 {
     if (!QCoreApplication::instance())
         return;
+    if (t_hold) {
+        t_hold->_into->append({severity, message});
+        return;
+    }
     if (!VMDispatch::isMainThread()) {
         // Queued in call order: lines from one thread keep their order.
         VMDispatch::performOnMainThread([severity, message] { dispatch(severity, message); });

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <QColor>
+#include <QList>
 #include <QObject>
 #include <QString>
+
+#include <utility>
 
 // Where the log's lines are shown. The log window implements it; without a visible view each
 // line also goes to the system log.
@@ -44,6 +47,25 @@ public:
     void hide();
     bool isVisible() const;
     void clearText();
+
+    // While a hold lives, the lines logged on the thread that made it go into `into` instead of
+    // being written; `logHeld()` writes them later. For one job split over threads whose lines must
+    // read as if its pieces ran one after another.
+    using HeldLines = QList<std::pair<Severity, QString>>;
+    class Hold
+    {
+    public:
+        explicit Hold(HeldLines* into);
+        ~Hold();
+        Hold(const Hold&) = delete;
+        Hold& operator=(const Hold&) = delete;
+
+    private:
+        friend class VMLogger;
+        Hold* _outer;
+        HeldLines* _into;
+    };
+    static void logHeld(const HeldLines& lines);
 
     // Main thread only.
     void _logMessage(const QString& message);

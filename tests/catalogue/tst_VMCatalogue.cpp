@@ -80,6 +80,7 @@ private slots:
     void malformedData_data();
     void malformedData();
     void wrongTypesKeepWhatWasRead();
+    void longProductListKeepsCatalogueOrder();
     void nulBytes();
     void productItemsWithProductIDs_data();
     void productItemsWithProductIDs();
@@ -383,6 +384,36 @@ void tst_VMCatalogue::wrongTypesKeepWhatWasRead()
     QVERIFY(catalogue.licenseAgreementURL().isNull());
     QVERIFY(anyLineContains(lines,
                             QStringLiteral("'Value for key \"License Agreement URL\" is a number, not a string' in ")));
+}
+
+// A long list is built in pieces side by side; items and log lines still come in catalogue order.
+void tst_VMCatalogue::longProductListKeepsCatalogueOrder()
+{
+    QVariantList entries;
+    QStringList expectedIDs;
+    QStringList titleProblems;
+    QStringList bundleProblems;
+    for (int i = 0; i < 1200; ++i) {
+        const QString id = QStringLiteral("P%1").arg(i);
+        QVariantMap product{{QStringLiteral("Product ID"), id}, {QStringLiteral("Title"), id}};
+        if (i % 97 == 0) {
+            product.insert(QStringLiteral("Title"), i);
+            titleProblems.append(QStringLiteral("Value for key \"Title\" is a number, not a string"));
+        }
+        if (i % 101 == 0) {
+            product.insert(QStringLiteral("Bundle"), QVariantList{});
+            bundleProblems.append(QStringLiteral("Value for key \"Bundle\" is an array, not a boolean"));
+        }
+        entries.append(product);
+        expectedIDs.append(id);
+    }
+    entries.append(7);
+    entries.append(QVariantMap{{QStringLiteral("Product ID"), QStringLiteral("never read")}});
+    LogCapture log;
+    const auto products = VMProductsCollection::initWithDict(QVariantMap{{QStringLiteral("Products"), entries}});
+    QCOMPARE(productIDs(products->productItems()), expectedIDs);
+    QCOMPARE(log.messages(), titleProblems + bundleProblems +
+                                 QStringList{QStringLiteral("Product entry is a number, not a dictionary")});
 }
 
 // Inputs that used to abort the process inside the property-list library: a NUL byte in XML
