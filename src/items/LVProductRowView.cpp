@@ -6,7 +6,6 @@
 #include "LVProductDescription.h"
 #include "LVStatusImages.h"
 
-#include <QAbstractTextDocumentLayout>
 #include <QElapsedTimer>
 #include <QMenu>
 #include <QPainter>
@@ -201,12 +200,15 @@ bool LVProductRowView::showDetails(const VMSingleProductItem& product, const QSt
     QTextDocument* document = _ui->_descriptionTextView->document();
     LVProductDescription::write(document, product, installedVersion);
 
-    // As high as the text at the row's width, within bounds; the buttons' line below it.
+    // As high as the text at the row's width, within bounds; the buttons' line below it. Measured
+    // on a copy: the text view lays its own document out at the width it has, which it gets only
+    // once it is shown.
     const QMargins margins = _details->layout()->contentsMargins();
     const int textWidth = qMax(100, _details->width() - margins.left() - margins.right());
-    document->setTextWidth(textWidth - 2 * document->documentMargin());
+    const std::unique_ptr<QTextDocument> measured(document->clone());
+    measured->setTextWidth(textWidth);
     const bool empty = document->isEmpty();
-    const int used = int(std::ceil(document->documentLayout()->documentSize().height()));
+    const int used = int(std::ceil(measured->size().height()));
     const int height = empty ? 40 : qMin(used, 280);
     _ui->_descriptionTextView->setFixedHeight(height);
     _ui->_moreInfoButton->setEnabled(!product.productInfoURL().isEmpty());
