@@ -20,8 +20,8 @@ public:
     ~VMSingleProductItem() override;
 
     // Built from an empty product, so absent keys stay null. A value of the wrong type is logged
-    // and ends the reading; the product read so far (with the versions read so far) is returned.
-    // Never null.
+    // and read as absent; the other keys are still read. A version entry that is not a dictionary
+    // ends the versions: those before it are kept. Never null.
     static VMSingleProductItemPtr initWithDict(const QVariantMap& dict);
     // The same from a dictionary node of a parsed catalogue.
     static VMSingleProductItemPtr initWithNode(plist_t dict);

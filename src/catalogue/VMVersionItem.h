@@ -25,8 +25,8 @@ public:
     ~VMVersionItem() override;
 
     // Starts from the defaults above, then every key overwrites its field, absent or not (only the
-    // release date keeps its default). A value of the wrong type is logged and ends the reading;
-    // the version read so far is returned. Never null.
+    // release date keeps its default). A value of the wrong type is logged and read as absent; the
+    // other keys are still read. Never null.
     static VMVersionItemPtr initWithDict(const QVariantMap& dict);
     // The same from a dictionary node of a parsed catalogue.
     static VMVersionItemPtr initWithNode(plist_t dict);
