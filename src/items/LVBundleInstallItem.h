@@ -3,6 +3,7 @@
 #include "catalogue/VMBundleProductItem.h"
 #include "engines/LVProductBatch.h"
 #include "items/LVInstallItem.h"
+#include "items/LVRowIcon.h"
 
 #include <QList>
 #include <QPointer>
@@ -10,7 +11,6 @@
 #include <initializer_list>
 #include <memory>
 
-class LVFetch;
 namespace Ui {
 class LVBundleInstallItem;
 }
@@ -125,7 +125,7 @@ private:
     bool _downloadCancelled = false;
     int _downloadProgressValue = 0;
     bool _computingStatus = false;
-    QPointer<LVFetch> _iconFetch;
+    LVRowIcon::Fetch _iconFetch;
 
     std::unique_ptr<Ui::LVBundleInstallItem> _ui;
     QPointer<QWidget> _headlineView;

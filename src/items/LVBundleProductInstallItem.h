@@ -3,6 +3,7 @@
 #include "catalogue/VMSingleProductItem.h"
 #include "engines/LVProductOperation.h"
 #include "items/LVInstallItem.h"
+#include "items/LVRowIcon.h"
 
 #include <QPointer>
 #include <QString>
@@ -12,7 +13,7 @@ namespace Ui {
 class LVBundleProductInstallItem;
 }
 class LVBundleInstallItem;
-class LVFetch;
+
 class LVInstallItemTitleField;
 class QLabel;
 class QProgressBar;
@@ -83,7 +84,7 @@ private:
     VMSingleProductItemPtr _productItem;
     QPointer<LVBundleInstallItem> _installItem;
     QPointer<LVProductOperation> _operation;
-    QPointer<LVFetch> _iconFetch;
+    LVRowIcon::Fetch _iconFetch;
 
     std::unique_ptr<Ui::LVBundleProductInstallItem> _ui;
     QPointer<QWidget> _containerView;

@@ -3,13 +3,13 @@
 #include "LVInstallItem.h"
 #include "catalogue/VMSingleProductItem.h"
 #include "catalogue/VMVersionItem.h"
+#include "items/LVRowIcon.h"
 
 #include <QPointer>
 #include <QStringList>
 #include <functional>
 #include <memory>
 
-class LVFetch;
 namespace Ui {
 class LVSingleInstallItem;
 }
@@ -124,5 +124,5 @@ private:
 
     // Lent by the list's host while the row is in sight.
     std::unique_ptr<LVProductRowView> _rowView;
-    QPointer<LVFetch> _iconFetch;
+    LVRowIcon::Fetch _iconFetch;
 };

@@ -42,6 +42,7 @@ private slots:
     void fxPlug3VersionAsksFirstOnAppleSilicon();
     void installCompletionConcernsRowsSharingAnIdentifier_data();
     void installCompletionConcernsRowsSharingAnIdentifier();
+    void iconThatCannotBeHadIsAskedForOnce();
 
 private:
     VMSingleProductItemPtr product(const QVariantList& versions, const QVariantMap& extra = {}) const;
@@ -391,4 +392,25 @@ void tst_LVSingleInstallItem::installCompletionConcernsRowsSharingAnIdentifier()
 }
 
 LV_TEST_MAIN(tst_LVSingleInstallItem)
+// A row whose view comes back into sight does not ask again for an icon it could not have.
+void tst_LVSingleInstallItem::iconThatCannotBeHadIsAskedForOnce()
+{
+    _server->setRoute("/missing.png", QByteArray("no such icon"), 404);
+    const auto asked = [this] {
+        int count = 0;
+        for (const LocalHttpServer::Request& request : _server->requests())
+            count += request.path == "/missing.png";
+        return count;
+    };
+    auto item = row(product({version("1.0")}, {{"Icon URL", _server->url("/missing.png").toString()}}), QString());
+    QTRY_COMPARE(asked(), 1);
+    for (int shown = 0; shown < 2; ++shown) {
+        QVERIFY(item->canReleaseView());
+        item->releaseView();
+        item->view();
+        QTest::qWait(100);
+    }
+    QCOMPARE(asked(), 1);
+}
+
 #include "tst_LVSingleInstallItem.moc"
