@@ -78,16 +78,6 @@ void tst_VMNewsHelpRecords::newsExpiry()
 
 void tst_VMNewsHelpRecords::newsDefaults()
 {
-    VMNewsItem item;
-    QCOMPARE(item.title(), QStringLiteral("Untitled News"));
-    QCOMPARE(item.releaseDate(), kParseTime);
-    QCOMPARE(item.showDays(), 0);
-    QVERIFY(item.properties().isEmpty());
-    QVERIFY(item.titleEditable());
-    QVERIFY(!item.isExpandable());
-    QVERIFY(item.children().isEmpty());
-    QCOMPARE(item.contentView(), nullptr);
-
     // From the catalogue the title is always read, so an item without one has none.
     const VMNewsItemPtr parsed = VMNewsItem::initWithDict({{QStringLiteral("Headline"), QStringLiteral("h")}});
     QVERIFY(parsed->title().isNull());
