@@ -303,12 +303,10 @@ void tst_LVInstallManager::optionHeldRefreshesAndEmptiesTheIconCache()
 void tst_LVInstallManager::localOverrideFileIsUsedWithoutNetwork()
 {
     auto manager = makeManager();
-    QFile file(LVInstallManager::localVersionsFilePath());
-    QCOMPARE(QFileInfo(file).fileName(), QStringLiteral("Product Versions.plist"));
-    QCOMPARE(QFileInfo(file).absolutePath(), QDir(_environment->home()).absolutePath());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(catalogueData(fullCatalogue()));
-    file.close();
+    const QString path = LVInstallManager::localVersionsFilePath();
+    QCOMPARE(QFileInfo(path).fileName(), QStringLiteral("Product Versions.plist"));
+    QCOMPARE(QFileInfo(path).absolutePath(), QDir(_environment->home()).absolutePath());
+    QVERIFY(TestEnvironment::writeFile(path, catalogueData(fullCatalogue())));
     _server->setRoute(cataloguePath, catalogueData(QVariantMap{
                                          {"Products", QVariantMap{{"Products", QVariantList{product("REMOTE")}}}}}));
 
@@ -320,7 +318,7 @@ void tst_LVInstallManager::localOverrideFileIsUsedWithoutNetwork()
     QTest::qWait(50);
     QCOMPARE(_server->requests().size(), 0);
 
-    QVERIFY(file.remove());
+    QVERIFY(QFile::remove(path));
     manager->update();
     QVERIFY(!part<QWidget>(*manager, "_usingLocalConfig")->isVisibleTo(manager->containerView()));
     QTRY_COMPARE(_delegate.loads.size(), 2);

@@ -161,9 +161,7 @@ void tst_LVPortableSelfUpdater::archiveIsCheckedAgainstItsSignature()
     if (installed) {
         QCOMPARE(_workspace->revealed, QStringList{pathOrReason});
         QCOMPARE(downloads, QStringList{"Lumivane-Manager-9.0.zip"});
-        QFile file(pathOrReason);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), _archive);
+        QCOMPARE(TestEnvironment::readFile(pathOrReason), _archive);
     } else {
         QVERIFY2(pathOrReason.contains(reason), qPrintable(pathOrReason));
         QVERIFY(window->statusLabel()->text().contains(reason));

@@ -206,10 +206,7 @@ void tst_LVToolItems::diagnosticDownload()
     _server->setRoute("/VM_installers/LV_GatherDiagnostics.app.zip", response);
     const QString target =
         Platform::systemInfo().downloadsDirectory() + QStringLiteral("/LV_GatherDiagnostics.app.zip");
-    QDir().mkpath(QFileInfo(target).absolutePath());
-    QFile old(target);
-    QVERIFY(old.open(QIODevice::WriteOnly) && old.write("an older download, longer than the new one") > 0);
-    old.close();
+    QVERIFY(TestEnvironment::writeFile(target, "an older download, longer than the new one"));
 
     LVToolDiagnosticItem* tool = LVToolDiagnosticItem::tool();
     tool->view();
@@ -227,9 +224,7 @@ void tst_LVToolItems::diagnosticDownload()
     }
     QVERIFY(tool->infoText()->text().isEmpty());
     QCOMPARE(tool->downloadFilePath(), target);
-    QFile file(target);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), body);
+    QCOMPARE(TestEnvironment::readFile(target), body);
     QCOMPARE(_alerts->alerts().size(), 1);
     const LVAlert alert = _alerts->alerts().first();
     QCOMPARE(alert.messageText(), QStringLiteral("Tool download completed"));
