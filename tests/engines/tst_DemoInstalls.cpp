@@ -81,8 +81,7 @@ void tst_DemoInstalls::init()
     VMInstalledVersions::clearBundleIdentifierCache();
     Platform::setPrivilegedExecution(std::make_shared<TestPrivilegedExecution>());
     _server = std::make_unique<LocalHttpServer>();
-    _base = _server->url(QStringLiteral("/"));
-    _base.setPath(QString());
+    _base = _server->origin();
     const QString site = _env->path() + QStringLiteral("/site");
     QString error;
     QVERIFY2(DemoPackages::writePackages(site, &error, 4096), qPrintable(error));

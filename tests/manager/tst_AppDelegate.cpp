@@ -129,9 +129,7 @@ void tst_AppDelegate::init()
 {
     _env = std::make_unique<TestEnvironment>(0.01);
     _server = std::make_unique<LocalHttpServer>();
-    QUrl base = _server->url(QStringLiteral("/"));
-    base.setPath(QString());
-    LVServers::setOverrideURL(base);
+    LVServers::setOverrideURL(_server->origin());
     _server->setRoute(agreementPath, agreementRtf);
     _alerts = std::make_shared<TestAlertPresenter>();
     _updater = std::make_shared<RecordingSelfUpdater>();

@@ -200,9 +200,7 @@ void tst_LVInstallManager::init()
 {
     _environment = std::make_unique<TestEnvironment>(0.01);
     _server = std::make_unique<LocalHttpServer>();
-    QUrl base = _server->url(QStringLiteral("/"));
-    base.setPath(QString());
-    LVServers::setOverrideURL(base);
+    LVServers::setOverrideURL(_server->origin());
     _alerts = std::make_shared<TestAlertPresenter>();
     _delegate = RecordingDelegate();
     _statusForProduct.clear();

@@ -82,9 +82,7 @@ void tst_LVPortableSelfUpdater::init()
 {
     _env = std::make_unique<TestEnvironment>(0.01);
     _server = std::make_unique<LocalHttpServer>();
-    QUrl base = _server->url(QStringLiteral("/"));
-    base.setPath(QString());
-    LVServers::setOverrideURL(base);
+    LVServers::setOverrideURL(_server->origin());
     _workspace = std::make_shared<RecordingWorkspace>();
     Platform::setWorkspace(_workspace);
     QVERIFY(LVUpdateSignature::generateKeyPair(&_privateKey, &_publicKey));

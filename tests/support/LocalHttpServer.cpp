@@ -86,6 +86,13 @@ QUrl LocalHttpServer::url(const QString& path) const
     return url;
 }
 
+QUrl LocalHttpServer::origin() const
+{
+    QUrl base = url();
+    base.setPath(QString());
+    return base;
+}
+
 void LocalHttpServer::setRoute(const QByteArray& path, const Response& response)
 {
     QMutexLocker locker(&_lock);

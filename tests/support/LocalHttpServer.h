@@ -60,6 +60,8 @@ public:
     bool isListening() const { return _port != 0; }
     quint16 port() const { return _port; }
     QUrl url(const QString& path = QStringLiteral("/")) const;
+    // The server's address without a path, as a server override takes it.
+    QUrl origin() const;
 
     void setRoute(const QByteArray& path, const Response& response);
     void setRoute(const QByteArray& path, const QByteArray& body, int status = 200);

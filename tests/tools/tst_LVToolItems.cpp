@@ -59,9 +59,7 @@ void tst_LVToolItems::init()
     _workspace = std::make_shared<RecordingWorkspace>();
     Platform::setWorkspace(_workspace);
     _server = std::make_unique<LocalHttpServer>();
-    QUrl base = _server->url();
-    base.setPath(QString());
-    LVServers::setOverrideURL(base);
+    LVServers::setOverrideURL(_server->origin());
     _host = std::make_unique<TestRowHost>();
     _alerts = _host->alerts;
     for (LVToolItem* tool : LVToolsTab::makeApplicationTools())
@@ -182,7 +180,7 @@ void tst_LVToolItems::knowledgeBaseSearch()
     QStringList urls;
     for (const QUrl& url : std::as_const(_workspace->opened))
         urls.append(url.toString());
-    QCOMPARE(urls, opened.isNull() ? QStringList() : QStringList{_server->url().toString().chopped(1) + opened});
+    QCOMPARE(urls, opened.isNull() ? QStringList() : QStringList{_server->origin().toString() + opened});
 }
 
 void tst_LVToolItems::diagnosticDownload_data()
