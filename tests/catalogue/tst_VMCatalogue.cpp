@@ -113,9 +113,6 @@ void tst_VMCatalogue::loadsWholeCatalogue()
     const VMProductsCollectionPtr products = catalogue.productsCollection();
     QVERIFY(products);
     QCOMPARE(products->title(), QStringLiteral("Root"));
-    QVERIFY(!products->titleEditable());
-    QVERIFY(products->isExpandable());
-    QCOMPARE(products->contentView(), nullptr);
     // Catalogue order, unsorted.
     QCOMPARE(productIDs(products->productItems()), QStringList({QStringLiteral("LVGlow"), QStringLiteral("LVBlur"),
                                                                 QStringLiteral("LVStudio"), QStringLiteral("LVEcho")}));
@@ -181,7 +178,6 @@ void tst_VMCatalogue::loadsWholeCatalogue()
     QVERIFY(!studio->bundleDiscontinued());
     QVERIFY(studio->productIdentifier().isNull());
     QVERIFY(studio->productCheckInstalledDirectory().isNull());
-    QVERIFY(!studio->isExpandable());
     QVERIFY(studio->children().isEmpty());
 
     // A catalogue product has no "Untitled Product" default, no versions and no settings.

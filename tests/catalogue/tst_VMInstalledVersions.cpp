@@ -21,17 +21,14 @@ QString makePlugin(const QString& root, const QString& app, const QString& plugi
 {
     const QString contents =
         QStringLiteral("%1/Applications/Lumivane/%2/Contents/PlugIns/%3/Contents").arg(root, app, plugin);
-    QDir().mkpath(contents);
     QVariantMap info{{QStringLiteral("CFBundleIdentifier"), identifier}};
     if (bundleVersion.isValid())
         info.insert(QStringLiteral("CFBundleVersion"), bundleVersion);
     if (productVersions.isValid())
         info.insert(QStringLiteral("Product Versions"), productVersions);
-    QFile file(contents + QStringLiteral("/Info.plist"));
-    if (!file.open(QIODevice::WriteOnly))
-        return QString();
-    file.write(VMPropertyList::toXmlData(info));
-    return QFileInfo(contents).absolutePath();
+    return TestEnvironment::writeFile(contents + QStringLiteral("/Info.plist"), VMPropertyList::toXmlData(info))
+               ? QFileInfo(contents).absolutePath()
+               : QString();
 }
 
 } // namespace
@@ -233,9 +230,7 @@ void tst_VMInstalledVersions::findsPluginOnlyByExtensionAndIdentifier()
     const QString expected =
         makePlugin(root(), "C.app", "Target.pluginkit", "com.quarnet.Target", QStringLiteral("1.0"));
     // Stray files beside the wrappers are skipped.
-    QFile stray(folder + QStringLiteral("/README"));
-    QVERIFY(stray.open(QIODevice::WriteOnly));
-    stray.close();
+    QVERIFY(TestEnvironment::writeFile(folder + QStringLiteral("/README")));
     QCOMPARE(
         QFileInfo(VMInstalledVersions::findXPCBunde(QStringLiteral("com.quarnet.Target"), folder)).canonicalFilePath(),
         QFileInfo(expected).canonicalFilePath());
@@ -430,18 +425,16 @@ void tst_VMInstalledVersions::pluginkitOutput()
     // A stand-in registry tool: records its arguments, answers like the verbose listing.
     const QString tool = _env->path() + QStringLiteral("/pluginkit");
     const QString calls = _env->path() + QStringLiteral("/calls");
-    QFile script(tool);
-    QVERIFY(script.open(QIODevice::WriteOnly));
-    script.write("#!/bin/sh\n"
-                 "echo \"$*\" >> '" +
-                 calls.toUtf8() +
-                 "'\n"
-                 "if [ \"$1\" = -m ]; then\n"
-                 "  printf '     %s(2.0)\\tE2F1-77\\t2026-01-01 10:00:00 "
-                 "+0000\\t/Applications/Lumivane/G\\\\u00e9.app/X.pluginkit\\n' \"$4\"\n"
-                 "fi\n");
-    script.close();
-    script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QVERIFY(
+        TestEnvironment::writeFile(tool, "#!/bin/sh\n"
+                                         "echo \"$*\" >> '" +
+                                             calls.toUtf8() +
+                                             "'\n"
+                                             "if [ \"$1\" = -m ]; then\n"
+                                             "  printf '     %s(2.0)\\tE2F1-77\\t2026-01-01 10:00:00 "
+                                             "+0000\\t/Applications/Lumivane/G\\\\u00e9.app/X.pluginkit\\n' \"$4\"\n"
+                                             "fi\n"));
+    QVERIFY(QFile::setPermissions(tool, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     Platform::setCommandLineTools(std::make_shared<ToolsAt>(tool));
 
     LogCapture log;
@@ -453,9 +446,7 @@ void tst_VMInstalledVersions::pluginkitOutput()
     QVERIFY(VMInstalledVersions::filePathToXPCBundleUsingPluginKit(QString()).isNull());
     QCOMPARE(VMInstalledVersions::registerPluginkitBundle(QString()), false);
 
-    QFile recorded(calls);
-    QVERIFY(recorded.open(QIODevice::ReadOnly));
-    QCOMPARE(recorded.readAll(),
+    QCOMPARE(TestEnvironment::readFile(calls),
              QByteArray("-m -v -i com.quarnet.GXPC\n-a /Applications/Lumivane/G.app/X.pluginkit\n"));
     QCOMPARE(log.lines.size(), 2);
     QVERIFY2(log.lines.at(0).startsWith(

@@ -69,7 +69,6 @@ private slots:
         _env.reset();
     }
 
-    void newRecordDefaults();
     void catalogueVersionDefaults();
     void versionOrder_data();
     void versionOrder();
@@ -99,37 +98,6 @@ private slots:
 private:
     std::unique_ptr<TestEnvironment> _env;
 };
-
-void tst_VMProductRecords::newRecordDefaults()
-{
-    VMSingleProductItem product;
-    QCOMPARE(product.title(), QStringLiteral("Untitled Product"));
-    QVERIFY(product.productInstallerRequiresAuthentication());
-    QVERIFY(!product.productDiscontinued());
-    QCOMPARE(product.versionItems().size(), 1);
-    QCOMPARE(product.versionItems().first()->productItem(), &product);
-    QVERIFY(product.titleEditable());
-    QVERIFY(product.isExpandable());
-    QCOMPARE(product.contentView(), nullptr);
-
-    const VMVersionItemPtr version = product.versionItems().first();
-    QCOMPARE(version->productVersion(), QStringLiteral("1.0"));
-    QCOMPARE(version->osXVersion(), QStringLiteral("10.15"));
-    QCOMPARE(version->hostVersions(), QVariantMap({{QStringLiteral("FCP X"), QStringLiteral("10.1")},
-                                                   {QStringLiteral("Motion"), QStringLiteral("5.5")}}));
-    QCOMPARE(version->releaseDate(), kParseTime);
-    QCOMPARE(version->newFeatures(), 0);
-    QCOMPARE(version->bugFixes(), 0);
-    QVERIFY(version->versionInstallerRequiresAuthentication());
-    QVERIFY(!version->titleEditable());
-    QVERIFY(!version->isExpandable());
-
-    VMBundleProductItem bundle;
-    QCOMPARE(bundle.title(), QStringLiteral("Untitled Bundle"));
-    QVERIFY(!bundle.bundleDiscontinued());
-    QVERIFY(bundle.titleEditable());
-    QVERIFY(!bundle.isExpandable());
-}
 
 void tst_VMProductRecords::catalogueVersionDefaults()
 {

@@ -22,10 +22,7 @@ namespace {
 
 void writePlist(const QString& path, const QVariantMap& values)
 {
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(VMPropertyList::toXmlData(values));
+    QVERIFY(TestEnvironment::writeFile(path, VMPropertyList::toXmlData(values)));
 }
 
 // A Mac-style application bundle whose executable writes its arguments and then waits to be ended.
@@ -36,17 +33,13 @@ QString makeApplication(const QString& folder, const QString& name, const QStrin
     writePlist(app + QStringLiteral("/Contents/Info.plist"), {{"CFBundleIdentifier", identifier},
                                                               {"CFBundleShortVersionString", QStringLiteral("10.6.2")},
                                                               {"CFBundleExecutable", name}});
-    QDir().mkpath(app + QStringLiteral("/Contents/MacOS"));
-    QFile exe(app + QStringLiteral("/Contents/MacOS/") + name);
-    if (exe.open(QIODevice::WriteOnly)) {
-        exe.write(
-            QStringLiteral(
-                "#!/bin/sh\necho $$ > '%1.pid'\necho \"$@\" > '%1'\ntrap 'kill $!; exit 0' TERM\nsleep 30 &\nwait\n")
-                .arg(argsFile)
-                .toUtf8());
-        exe.close();
-        exe.setPermissions(exe.permissions() | QFile::ExeOwner);
-    }
+    const QString exe = app + QStringLiteral("/Contents/MacOS/") + name;
+    TestEnvironment::writeFile(
+        exe, QStringLiteral(
+                 "#!/bin/sh\necho $$ > '%1.pid'\necho \"$@\" > '%1'\ntrap 'kill $!; exit 0' TERM\nsleep 30 &\nwait\n")
+                 .arg(argsFile)
+                 .toUtf8());
+    QFile::setPermissions(exe, QFile::permissions(exe) | QFile::ExeOwner);
     return app;
 }
 
@@ -169,10 +162,8 @@ private slots:
         QVERIFY(!VMUtils::checkInstallDirectory(QString()));
         QVERIFY(!VMUtils::checkInstallDirectory(env->path() + "/missing"));
         QVERIFY(VMUtils::checkInstallDirectory(env->path()));
-        QFile file(env->path() + "/plain file");
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
-        QVERIFY(VMUtils::checkInstallDirectory(file.fileName()));
+        QVERIFY(TestEnvironment::writeFile(env->path() + "/plain file"));
+        QVERIFY(VMUtils::checkInstallDirectory(env->path() + "/plain file"));
     }
 
     void temporaryFiles()
@@ -184,9 +175,7 @@ private slots:
         QVERIFY(script.endsWith(".sh"));
         QVERIFY(!QFileInfo(bare).fileName().contains('.'));
         QVERIFY(QUuid::fromString(QFileInfo(bare).fileName()).isNull() == false);
-        QFile file(script);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), QByteArray("echo 0\n"));
+        QCOMPARE(TestEnvironment::readFile(script), QByteArray("echo 0\n"));
         QCOMPARE(QFileInfo(bare).size(), 0);
         QVERIFY(QFile::remove(script) && QFile::remove(bare));
     }
@@ -248,10 +237,7 @@ private slots:
         QSignalSpy lines(VMLogger::sharedLogger(), &VMLogger::lineLogged);
 
         VMUtils::launchWrapperApp({{VMUtils::optionBundleIdentifier, QStringLiteral("com.quarnet.FxPlug.GlowXPC")}});
-        const auto contents = [](const QString& path) {
-            QFile file(path);
-            return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
-        };
+        const auto contents = [](const QString& path) { return TestEnvironment::readFile(path).trimmed(); };
         const QString launched = QStringLiteral("Launched application: 'com.quarnet.FxPlug.GlowXPC' successfully");
         const bool logged = std::any_of(lines.begin(), lines.end(), [&](const QList<QVariant>& l) {
             return l.first().toString().contains(launched);

@@ -140,9 +140,7 @@ void tst_LVApplyPlan::readsOnlyWellFormedFiles()
     } else if (data == "<fifo>") {
         QCOMPARE(QProcess::execute(QStringLiteral("mkfifo"), {path}), 0);
     } else {
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(data);
+        QVERIFY(TestEnvironment::writeFile(path, data));
     }
     QString error;
     const QVariantMap read = LVApplyPlan::readFile(path, &error);

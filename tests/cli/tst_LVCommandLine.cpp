@@ -335,9 +335,7 @@ void tst_LVCommandLine::interruptedDownloadLeavesNothing()
     QFETCH(bool, leftUntilNextStart);
     // Someone else's file in the temporary folder, which no start-up may touch.
     const QString foreign = _env->temporaryDirectory() + QStringLiteral("/someone else.dat");
-    QFile other(foreign);
-    QVERIFY(other.open(QIODevice::WriteOnly));
-    other.close();
+    QVERIFY(TestEnvironment::writeFile(foreign));
     QProcess install;
     install.setProgram(qEnvironmentVariable("LV_TEST_BINARY_DIR") + QStringLiteral("/src/lumivane-manager"));
     install.setArguments({QStringLiteral("--install"), kSlowProduct, QStringLiteral("--yes")});

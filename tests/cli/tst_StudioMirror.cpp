@@ -161,23 +161,22 @@ void tst_StudioMirror::mirrorServeAndApply()
         QVERIFY(probe.listen(QHostAddress::LocalHost, 0));
         port = probe.serverPort();
     }
-    QFile config(prefix + QStringLiteral("/nginx.conf"));
-    QVERIFY(config.open(QIODevice::WriteOnly));
-    config.write(QStringLiteral("daemon off;\nmaster_process off;\nworker_processes 1;\npid \"%1/nginx.pid\";\n"
-                                "error_log \"%1/error.log\";\nevents { worker_connections 64; }\nhttp {\n"
-                                "    access_log \"%1/access.log\";\n    client_body_temp_path \"%1/temp/body\";\n"
-                                "    proxy_temp_path \"%1/temp/proxy\";\n    fastcgi_temp_path \"%1/temp/fastcgi\";\n"
-                                "    uwsgi_temp_path \"%1/temp/uwsgi\";\n    scgi_temp_path \"%1/temp/scgi\";\n"
-                                "    default_type application/octet-stream;\n"
-                                "    server { listen 127.0.0.1:%2; root \"%3\"; }\n}\n")
-                     .arg(prefix)
-                     .arg(port)
-                     .arg(mirror)
-                     .toUtf8());
-    config.close();
+    const QString config = prefix + QStringLiteral("/nginx.conf");
+    QVERIFY(TestEnvironment::writeFile(
+        config, QStringLiteral("daemon off;\nmaster_process off;\nworker_processes 1;\npid \"%1/nginx.pid\";\n"
+                               "error_log \"%1/error.log\";\nevents { worker_connections 64; }\nhttp {\n"
+                               "    access_log \"%1/access.log\";\n    client_body_temp_path \"%1/temp/body\";\n"
+                               "    proxy_temp_path \"%1/temp/proxy\";\n    fastcgi_temp_path \"%1/temp/fastcgi\";\n"
+                               "    uwsgi_temp_path \"%1/temp/uwsgi\";\n    scgi_temp_path \"%1/temp/scgi\";\n"
+                               "    default_type application/octet-stream;\n"
+                               "    server { listen 127.0.0.1:%2; root \"%3\"; }\n}\n")
+                    .arg(prefix)
+                    .arg(port)
+                    .arg(mirror)
+                    .toUtf8()));
     QProcess server;
     server.setProgram(nginx);
-    server.setArguments({"-p", prefix, "-c", config.fileName(), "-e", prefix + QStringLiteral("/error.log")});
+    server.setArguments({"-p", prefix, "-c", config, "-e", prefix + QStringLiteral("/error.log")});
     server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     server.start();
     QVERIFY(server.waitForStarted());
@@ -230,9 +229,7 @@ void tst_StudioMirror::mirrorServeAndApply()
     // Every package came from nginx.
     server.terminate();
     QVERIFY(server.waitForFinished());
-    QFile access(prefix + QStringLiteral("/access.log"));
-    QVERIFY(access.open(QIODevice::ReadOnly));
-    const QByteArray log = access.readAll();
+    const QByteArray log = TestEnvironment::readFile(prefix + QStringLiteral("/access.log"));
     for (const char* path : {"/VM_installers/Product+Versions.plist", "/VM_installers/LV-PRISM-2.0.1.pkg",
                              "/VM_installers/LV-PRISM-1.2.0.pkg", "/VM_installers/LV-DRIFT-1.4.2.pkg",
                              "/VM_installers/uninstallers/LV-DRIFT.bash"})

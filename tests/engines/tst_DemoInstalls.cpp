@@ -81,8 +81,7 @@ void tst_DemoInstalls::init()
     VMInstalledVersions::clearBundleIdentifierCache();
     Platform::setPrivilegedExecution(std::make_shared<TestPrivilegedExecution>());
     _server = std::make_unique<LocalHttpServer>();
-    _base = _server->url(QStringLiteral("/"));
-    _base.setPath(QString());
+    _base = _server->origin();
     const QString site = _env->path() + QStringLiteral("/site");
     QString error;
     QVERIFY2(DemoPackages::writePackages(site, &error, 4096), qPrintable(error));
@@ -157,9 +156,9 @@ void tst_DemoInstalls::installUpdateUninstall()
     QCOMPARE(record->checkInstalledPluginVersion(), after);
     if (!after.isNull()) // found where the row looks for it after an installation
         QVERIFY(!VMUtils::xpcPathForBundleIndentifier(record->productIdentifier()).isEmpty());
-    QFile noted(_env->systemRoot() +
-                QStringLiteral("/Library/Application Support/Lumivane/PrismaticGlow/Installed Version"));
-    QCOMPARE(noted.open(QIODevice::ReadOnly) ? QString::fromUtf8(noted.readAll()).trimmed() : QString(), postinstalled);
+    const QByteArray noted = TestEnvironment::readFile(
+        _env->systemRoot() + QStringLiteral("/Library/Application Support/Lumivane/PrismaticGlow/Installed Version"));
+    QCOMPARE(QString::fromUtf8(noted).trimmed(), postinstalled);
 
     // Later runs of the demo leave the system root as the user left it.
     QString error;
@@ -206,14 +205,13 @@ void tst_DemoInstalls::packagesAreCheckedAgainstTheCatalogue()
 
     QVariantMap dict;
     if (shape.endsWith(QLatin1String("digests"))) {
-        QFile catalogue(site + QStringLiteral("/VM_installers/Product+Versions.plist"));
-        QVERIFY(catalogue.open(QIODevice::WriteOnly));
-        catalogue.write(VMPropertyList::toXmlData(DemoCatalogue::catalogue(_base, QDateTime::currentDateTime())));
-        catalogue.close();
+        const QString catalogue = site + QStringLiteral("/VM_installers/Product+Versions.plist");
+        QVERIFY(TestEnvironment::writeFile(
+            catalogue, VMPropertyList::toXmlData(DemoCatalogue::catalogue(_base, QDateTime::currentDateTime()))));
         QString error;
         if (shape == QLatin1String("demo's digests"))
             QVERIFY2(DemoPackages::addChecksums(site, &error), qPrintable(error));
-        dict = entryOf(VMPropertyList::fromFile(catalogue.fileName()).toMap(), QStringLiteral("LV-PRISM"));
+        dict = entryOf(VMPropertyList::fromFile(catalogue).toMap(), QStringLiteral("LV-PRISM"));
     } else {
         LVServers::setOverrideURL(_base);
         dict = entryOf(DemoCatalogue::catalogue(_base, QDateTime::currentDateTime()), QStringLiteral("LV-PRISM"));
@@ -243,9 +241,7 @@ void tst_DemoInstalls::packagesAreCheckedAgainstTheCatalogue()
     QVERIFY(record);
     QCOMPARE(LVPackageChecksum::isVerifiable(*record), shape != QLatin1String("no digests"));
 
-    QFile package(site + path);
-    QVERIFY(package.open(QIODevice::ReadOnly));
-    const QByteArray real = package.readAll();
+    const QByteArray real = TestEnvironment::readFile(site + path);
     if (served == QLatin1String("another body"))
         _server->setRoute(path.toUtf8(), QByteArray(real).replace(real.size() / 2, 4, "XXXX"));
     else if (served == QLatin1String("truncated"))

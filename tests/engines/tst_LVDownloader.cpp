@@ -170,12 +170,6 @@ bool logContains(const TestEnvironment& env, const QString& text)
     return false;
 }
 
-QByteArray fileContents(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 LocalHttpServer::Response slowResponse(qint64 size, qint64 chunkSize, int intervalMs)
 {
     LocalHttpServer::Response response;
@@ -446,8 +440,7 @@ void tst_LVDownloader::suggestedFileNames()
     for (const QString& expectedName : expected) {
         const QString path = LVDownloader::downloadFilePathWithSuggestedFileName(name);
         QCOMPARE(path, LVDownloadFolder::path() + QLatin1Char('/') + expectedName);
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(TestEnvironment::writeFile(path));
     }
     QVERIFY(LVDownloader::downloadFilePathWithSuggestedFileName(QString()).isNull());
 }
@@ -738,7 +731,7 @@ void tst_LVDownloader::slowMainThreadPausesTheTransfer()
     QCOMPARE(delegate.finalEvent(), QStringLiteral("completed"));
     QVERIFY(downloader->data().isNull());
     QCOMPARE(downloader->currentDownloadDataSize(), quint64(size));
-    QVERIFY(fileContents(path) == LocalHttpServer::generatedBody(0, size));
+    QVERIFY(TestEnvironment::readFile(path) == LocalHttpServer::generatedBody(0, size));
     // Kept after release unless marked for deletion.
     downloader.reset();
     QVERIFY(QFileInfo::exists(path));
@@ -859,10 +852,7 @@ void tst_LVDownloader::downloadFolderIsTheUsersOwn()
     QVERIFY(QDir(folder).removeRecursively());
     // Someone else's files, which nothing may remove.
     const QString outside = _env->path() + QStringLiteral("/outside");
-    QVERIFY(QDir().mkpath(outside));
-    QFile precious(outside + QStringLiteral("/precious"));
-    QVERIFY(precious.open(QIODevice::WriteOnly));
-    precious.close();
+    QVERIFY(TestEnvironment::writeFile(outside + QStringLiteral("/precious")));
 
     if (found == QLatin1String("link")) {
         QVERIFY(QFile::link(outside, folder));

@@ -67,12 +67,7 @@ std::shared_ptr<LVInstaller> tst_LVInstaller::run(const QString& package, Engine
 QString tst_LVInstaller::writeFile(const QString& name, const QByteArray& content)
 {
     const QString path = _env->path() + QLatin1Char('/') + name;
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return QString();
-    file.write(content);
-    return path;
+    return TestEnvironment::writeFile(path, content) ? path : QString();
 }
 
 void tst_LVInstaller::setInstallerOutput(const QByteArray& output)
@@ -89,10 +84,8 @@ void tst_LVInstaller::useSlowInstaller(const QByteArray& seconds)
 
 QStringList tst_LVInstaller::installerCalls() const
 {
-    QFile file(_env->path() + QStringLiteral("/tools/calls"));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return QString::fromUtf8(TestEnvironment::readFile(_env->path() + QStringLiteral("/tools/calls")))
+        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
 void tst_LVInstaller::init()
@@ -365,14 +358,10 @@ void tst_LVInstaller::finalCallbackComesLaterAndClearsDetectionCache()
     QVERIFY(!VMInstalledVersions::checkProductVersionsInBundle(id)->contains(QStringLiteral("XPC_")));
 
     // What the package would lay down; the stand-in installer only reports success.
-    const QString contents =
+    QVERIFY(TestEnvironment::writeFile(
         _env->systemRoot() +
-        QStringLiteral("/Applications/Lumivane/Glow.app/Contents/PlugIns/GlowXPC.pluginkit/Contents");
-    QDir().mkpath(contents);
-    QFile info(contents + QStringLiteral("/Info.plist"));
-    QVERIFY(info.open(QIODevice::WriteOnly));
-    info.write(VMPropertyList::toXmlData(QVariantMap{{"CFBundleIdentifier", id}, {"CFBundleVersion", "1.2 (7)"}}));
-    info.close();
+            QStringLiteral("/Applications/Lumivane/Glow.app/Contents/PlugIns/GlowXPC.pluginkit/Contents/Info.plist"),
+        VMPropertyList::toXmlData(QVariantMap{{"CFBundleIdentifier", id}, {"CFBundleVersion", "1.2 (7)"}})));
     QVERIFY(!VMInstalledVersions::checkProductVersionsInBundle(id)->contains(QStringLiteral("XPC_")));
 
     EngineRecorder recorder;

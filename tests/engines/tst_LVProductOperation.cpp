@@ -182,10 +182,8 @@ QString tst_LVProductOperation::installedPluginVersion(const QString& base) cons
 
 QStringList tst_LVProductOperation::ran() const
 {
-    QFile file(_env->path() + QStringLiteral("/ran"));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return QString::fromUtf8(TestEnvironment::readFile(_env->path() + QStringLiteral("/ran")))
+        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
 void tst_LVProductOperation::init()

@@ -54,10 +54,8 @@ QByteArray tst_LVUninstaller::script(const QString& name, const QByteArray& outp
 
 QStringList tst_LVUninstaller::ran() const
 {
-    QFile file(_env->path() + QStringLiteral("/ran"));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return QString::fromUtf8(TestEnvironment::readFile(_env->path() + QStringLiteral("/ran")))
+        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
 std::shared_ptr<LVUninstaller> tst_LVUninstaller::runToEnd(const QByteArrayList& scripts, EngineRecorder& recorder,
@@ -108,9 +106,7 @@ void tst_LVUninstaller::creation()
         QStringList contents;
         for (const QString& path : paths) {
             QVERIFY(path.startsWith(_env->temporaryDirectory()));
-            QFile file(path);
-            QVERIFY(file.open(QIODevice::ReadOnly));
-            contents.append(QString::fromUtf8(file.readAll()));
+            contents.append(QString::fromUtf8(TestEnvironment::readFile(path)));
         }
         QCOMPARE(contents, (QStringList{"echo a", "", "echo c"}));
         QCOMPARE(_env->temporaryFiles().size(), 3);

@@ -374,10 +374,8 @@ void tst_LVBundleInstallItem::demoBundleSurvivesRefreshes()
         slow.chunkIntervalMs = 40;
         _server->setRoute("/VM_installers/" + packages.fileName().toUtf8(), slow);
     }
-    QUrl base = _server->url(QStringLiteral("/"));
-    base.setPath(QString());
     const QByteArray catalogue =
-        VMPropertyList::toXmlData(DemoCatalogue::catalogue(base, QDateTime::currentDateTime()));
+        VMPropertyList::toXmlData(DemoCatalogue::catalogue(_server->origin(), QDateTime::currentDateTime()));
     // The consent prompt holds each administrator step until the test has refreshed.
     std::atomic<int> asked{0};
     QSemaphore gate;

@@ -122,9 +122,7 @@ void tst_LVSingleInstallItemAccessible::updateAndUninstallThroughAccessibility()
         return int(PrivilegedExecution::Success);
     });
     LocalHttpServer& server = glow.server;
-    QUrl base = server.url(QStringLiteral("/"));
-    base.setPath(QString());
-    LVServers::setOverrideURL(base);
+    LVServers::setOverrideURL(server.origin());
     // At first the server sends something else than the package the catalogue gives the digest of.
     server.setRoute("/pkg/A-2.0.pkg", "<html><body>Not Found</body></html>", 404);
     server.setRoute(

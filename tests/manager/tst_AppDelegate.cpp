@@ -76,12 +76,10 @@ QVariantMap catalogue(const QString& agreementURL, bool withOlderVersion = false
 // The FxPlug 3 plug-in of the catalogue above, installed in the system root.
 void installOlderPlugin(const QString& root)
 {
-    const QString contents = root + "/Applications/Lumivane/Blur3.app/Contents/PlugIns/Blur3XPC.pluginkit/Contents";
-    QDir().mkpath(contents);
-    QFile file(contents + "/Info.plist");
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(VMPropertyList::toXmlData(
-        QVariantMap{{"CFBundleIdentifier", "com.quarnet.FxPlug.Blur3XPC"}, {"CFBundleVersion", "3.0"}}));
+    QVERIFY(TestEnvironment::writeFile(
+        root + "/Applications/Lumivane/Blur3.app/Contents/PlugIns/Blur3XPC.pluginkit/Contents/Info.plist",
+        VMPropertyList::toXmlData(
+            QVariantMap{{"CFBundleIdentifier", "com.quarnet.FxPlug.Blur3XPC"}, {"CFBundleVersion", "3.0"}})));
 }
 
 } // namespace
@@ -131,9 +129,7 @@ void tst_AppDelegate::init()
 {
     _env = std::make_unique<TestEnvironment>(0.01);
     _server = std::make_unique<LocalHttpServer>();
-    QUrl base = _server->url(QStringLiteral("/"));
-    base.setPath(QString());
-    LVServers::setOverrideURL(base);
+    LVServers::setOverrideURL(_server->origin());
     _server->setRoute(agreementPath, agreementRtf);
     _alerts = std::make_shared<TestAlertPresenter>();
     _updater = std::make_shared<RecordingSelfUpdater>();
@@ -241,11 +237,7 @@ void tst_AppDelegate::launchAgentSettingsNameThisExecutable()
     QVERIFY(path.startsWith(Platform::systemInfo().userLibraryDirectory() + "/LaunchAgents/"));
     QVERIFY(path.endsWith("/com.quarnet.Lumivane-Manager.plist"));
     // Unreadable content is rewritten.
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile garbage(path);
-    QVERIFY(garbage.open(QIODevice::WriteOnly));
-    garbage.write("not a plist");
-    garbage.close();
+    QVERIFY(TestEnvironment::writeFile(path, "not a plist"));
     QVERIFY(AppDelegate::updateLaunchAgentSettings());
     const QVariantMap expected{{"Label", "com.quarnet.Lumivane-Manager"},
                                {"KeepAlive", QVariantMap{{"SuccessfulExit", true}}},

@@ -64,9 +64,8 @@ void tst_LVInstallManagerWindow::init()
 {
     _environment = std::make_unique<TestEnvironment>(0.01);
     // Showing loads the catalogue: a local file keeps the network out of these tests.
-    QFile file(LVInstallManager::localVersionsFilePath());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict/></plist>");
+    QVERIFY(TestEnvironment::writeFile(LVInstallManager::localVersionsFilePath(),
+                                       "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict/></plist>"));
     _workspace = std::make_shared<RecordingWorkspace>();
     Platform::setWorkspace(_workspace);
     _delegate = QuitRecorder();

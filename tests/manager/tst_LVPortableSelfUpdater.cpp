@@ -82,9 +82,7 @@ void tst_LVPortableSelfUpdater::init()
 {
     _env = std::make_unique<TestEnvironment>(0.01);
     _server = std::make_unique<LocalHttpServer>();
-    QUrl base = _server->url(QStringLiteral("/"));
-    base.setPath(QString());
-    LVServers::setOverrideURL(base);
+    LVServers::setOverrideURL(_server->origin());
     _workspace = std::make_shared<RecordingWorkspace>();
     Platform::setWorkspace(_workspace);
     QVERIFY(LVUpdateSignature::generateKeyPair(&_privateKey, &_publicKey));
@@ -161,9 +159,7 @@ void tst_LVPortableSelfUpdater::archiveIsCheckedAgainstItsSignature()
     if (installed) {
         QCOMPARE(_workspace->revealed, QStringList{pathOrReason});
         QCOMPARE(downloads, QStringList{"Lumivane-Manager-9.0.zip"});
-        QFile file(pathOrReason);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), _archive);
+        QCOMPARE(TestEnvironment::readFile(pathOrReason), _archive);
     } else {
         QVERIFY2(pathOrReason.contains(reason), qPrintable(pathOrReason));
         QVERIFY(window->statusLabel()->text().contains(reason));

@@ -11,7 +11,6 @@ class tst_LVServers : public QObject
 private slots:
     void builtInHostsAreUsedWithoutOverride();
     void overrideOrder();
-    void catalogueURLKeepsItsPlus();
 };
 
 void tst_LVServers::builtInHostsAreUsedWithoutOverride()
@@ -41,14 +40,6 @@ void tst_LVServers::overrideOrder()
     LVServers::setOverrideURL(QUrl());
     qunsetenv(LVServers::overrideEnvironmentVariable);
     LVPreferences::sharedPreferences()->removePropertyForKey(QLatin1String(LVServers::overrideDefaultsKey));
-}
-
-void tst_LVServers::catalogueURLKeepsItsPlus()
-{
-    LVServers::setOverrideURL(QUrl(QStringLiteral("http://127.0.0.1:4444")));
-    QCOMPARE(LVServers::remoteCatalogueURL().toEncoded(),
-             QByteArray("http://127.0.0.1:4444/VM_installers/Product+Versions.plist"));
-    LVServers::setOverrideURL(QUrl());
 }
 
 LV_TEST_GUILESS_MAIN(tst_LVServers)

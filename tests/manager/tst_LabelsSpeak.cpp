@@ -93,11 +93,9 @@ private slots:
 void tst_LabelsSpeak::everyWindowAndRow()
 {
     TestEnvironment environment;
-    QFile file(LVInstallManager::localVersionsFilePath());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(VMPropertyList::toXmlData(
-        DemoCatalogue::catalogue(QUrl(QStringLiteral("http://127.0.0.1:9")), QDateTime::currentDateTime())));
-    file.close();
+    QVERIFY(TestEnvironment::writeFile(LVInstallManager::localVersionsFilePath(),
+                                       VMPropertyList::toXmlData(DemoCatalogue::catalogue(
+                                           QUrl(QStringLiteral("http://127.0.0.1:9")), QDateTime::currentDateTime()))));
 
     LVInstallManager manager;
     manager.setInstallItemFactory(std::make_shared<LVApplicationItemFactory>());

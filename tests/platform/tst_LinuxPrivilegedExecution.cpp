@@ -18,23 +18,16 @@ private:
     static QString writeElevator(const QString& directory, const QByteArray& answer)
     {
         const QString path = directory + QStringLiteral("/fake-pkexec");
-        QFile script(path);
-        if (!script.open(QIODevice::WriteOnly))
-            return QString();
-        script.write("#!/bin/sh\n"
-                     "echo \"$@\" >> \"$(dirname \"$0\")/calls\"\n"
-                     "case \"$(cat \"$(dirname \"$0\")/answer\")\" in\n"
-                     "  cancel) exit 126 ;;\n"
-                     "  refuse) exit 127 ;;\n"
-                     "esac\n"
-                     "exec \"$@\"\n");
-        script.close();
-        script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        QFile answerFile(directory + QStringLiteral("/answer"));
-        if (!answerFile.open(QIODevice::WriteOnly))
-            return QString();
-        answerFile.write(answer);
-        return path;
+        const bool written = TestEnvironment::writeFile(path, "#!/bin/sh\n"
+                                                              "echo \"$@\" >> \"$(dirname \"$0\")/calls\"\n"
+                                                              "case \"$(cat \"$(dirname \"$0\")/answer\")\" in\n"
+                                                              "  cancel) exit 126 ;;\n"
+                                                              "  refuse) exit 127 ;;\n"
+                                                              "esac\n"
+                                                              "exec \"$@\"\n") &&
+                             QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner) &&
+                             TestEnvironment::writeFile(directory + QStringLiteral("/answer"), answer);
+        return written ? path : QString();
     }
 
 private slots:
@@ -73,9 +66,8 @@ private slots:
         QCOMPARE(status, expected);
         QCOMPARE(printed, output);
 
-        QFile calls(environment.path() + QStringLiteral("/calls"));
-        QVERIFY(calls.open(QIODevice::ReadOnly));
-        const QList<QByteArray> lines = calls.readAll().split('\n');
+        const QList<QByteArray> lines =
+            TestEnvironment::readFile(environment.path() + QStringLiteral("/calls")).split('\n');
         QCOMPARE(lines.value(0), QByteArray("/bin/true"));
         if (expected == PrivilegedExecution::Success)
             QVERIFY(lines.value(1).startsWith("/usr/bin/env LV_SYSTEM_ROOT=/ /bin/sh -c"));

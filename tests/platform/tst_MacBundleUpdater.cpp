@@ -29,30 +29,16 @@ private:
     {
         const QString bundle = folder + QStringLiteral("/Lumivane Manager.app");
         QDir().mkpath(bundle + QStringLiteral("/Contents/MacOS"));
-        QDir().mkpath(bundle + QStringLiteral("/Contents/Resources"));
-        write(bundle + QStringLiteral("/Contents/Info.plist"),
-              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
-              "<key>CFBundleIdentifier</key><string>" +
-                  spec.identifier + "</string></dict></plist>\n");
-        write(bundle + QStringLiteral("/Contents/Resources/version"), spec.version);
+        QVERIFY(TestEnvironment::writeFile(bundle + QStringLiteral("/Contents/Info.plist"),
+                                           "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+                                           "<key>CFBundleIdentifier</key><string>" +
+                                               spec.identifier + "</string></dict></plist>\n"));
+        QVERIFY(TestEnvironment::writeFile(bundle + QStringLiteral("/Contents/Resources/version"), spec.version));
         if (spec.signedBundle) {
-            QDir().mkpath(bundle + QStringLiteral("/Contents/_CodeSignature"));
-            write(bundle + QStringLiteral("/Contents/_CodeSignature/CodeResources"), "<plist/>");
-            write(bundle + QStringLiteral("/Contents/_CodeSignature/team"), spec.team);
+            QVERIFY(TestEnvironment::writeFile(bundle + QStringLiteral("/Contents/_CodeSignature/CodeResources"),
+                                               "<plist/>"));
+            QVERIFY(TestEnvironment::writeFile(bundle + QStringLiteral("/Contents/_CodeSignature/team"), spec.team));
         }
-    }
-
-    static void write(const QString& path, const QByteArray& data)
-    {
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(data);
-    }
-
-    static QByteArray read(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
     // A zip archive of what `folder` holds, made with CMake's tar as ditto -c -k would.
@@ -123,10 +109,10 @@ private slots:
         if (archive == QLatin1String("update"))
             makeBundle(source, update);
         else
-            write(source + QStringLiteral("/ReadMe.txt"), "no application here");
+            QVERIFY(TestEnvironment::writeFile(source + QStringLiteral("/ReadMe.txt"), "no application here"));
         QString archivePath = environment.path() + QStringLiteral("/update.zip");
         if (archive == QLatin1String("corrupt"))
-            write(archivePath, "PK\x03\x04 this is not a zip archive");
+            QVERIFY(TestEnvironment::writeFile(archivePath, "PK\x03\x04 this is not a zip archive"));
         else
             QCOMPARE(zip(source, archivePath), archivePath);
 
@@ -141,7 +127,7 @@ private slots:
 
         QCOMPARE(installed, reason.isEmpty());
         QCOMPARE(told, reason.isEmpty() ? QString() : QStringLiteral("The update was not installed. ") + reason);
-        QCOMPARE(read(running + QStringLiteral("/Contents/Resources/version")),
+        QCOMPARE(TestEnvironment::readFile(running + QStringLiteral("/Contents/Resources/version")),
                  QByteArray(reason.isEmpty() ? "new" : "old"));
         // Nothing but the application is left beside it: no staging folder, no old copy.
         QCOMPARE(leftovers(applications), QStringList{QStringLiteral("Lumivane Manager.app")});

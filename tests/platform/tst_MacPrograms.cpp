@@ -24,13 +24,12 @@ private:
     static QString makeBundle(const QString& path, const QString& executable)
     {
         QDir().mkpath(path + QStringLiteral("/Contents/MacOS"));
-        QFile info(path + QStringLiteral("/Contents/Info.plist"));
-        if (!info.open(QIODevice::WriteOnly))
-            return QString();
-        info.write("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
-                   "<key>CFBundleExecutable</key><string>" +
-                   executable.toUtf8() + "</string></dict></plist>\n");
-        return path;
+        return TestEnvironment::writeFile(path + QStringLiteral("/Contents/Info.plist"),
+                                          "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+                                          "<key>CFBundleExecutable</key><string>" +
+                                              executable.toUtf8() + "</string></dict></plist>\n")
+                   ? path
+                   : QString();
     }
 
 private slots:
@@ -74,11 +73,8 @@ private slots:
         TestEnvironment environment;
         MacStandIns standIns(environment.path());
         const QString file = environment.home() + QStringLiteral("/Downloads/Glow 2.pkg");
-        if (exists) {
-            QDir().mkpath(environment.home() + QStringLiteral("/Downloads"));
-            QFile created(file);
-            QVERIFY(created.open(QIODevice::WriteOnly));
-        }
+        if (exists)
+            QVERIFY(TestEnvironment::writeFile(file));
         QCOMPARE(workspace().revealFile(file), exists);
         QCOMPARE(standIns.calls(), QStringList{MacStandIns::call(QStringLiteral("open"), {"-R", file})});
     }

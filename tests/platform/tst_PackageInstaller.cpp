@@ -57,19 +57,6 @@ Run install(const QString& package, const QString& target = QStringLiteral("/"))
                    {QStringLiteral("-pkg"), package, QStringLiteral("-target"), target});
 }
 
-bool writeFile(const QString& path, const QByteArray& content)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 // Every path under `folder`, relative to it, links not followed.
 QStringList contents(const QString& folder)
 {
@@ -153,13 +140,15 @@ private:
     // A wrapper application with a plug-in, a nested folder, a link and an executable.
     static void makeContent(const QString& folder, const QByteArray& version)
     {
-        QVERIFY(writeFile(folder + QStringLiteral("/Glow.app/Contents/Info.plist"), "app " + version));
-        QVERIFY(writeFile(folder + QStringLiteral("/Glow.app/Contents/MacOS/Glow"), "#!/bin/sh\necho " + version));
+        QVERIFY(TestEnvironment::writeFile(folder + QStringLiteral("/Glow.app/Contents/Info.plist"), "app " + version));
+        QVERIFY(TestEnvironment::writeFile(folder + QStringLiteral("/Glow.app/Contents/MacOS/Glow"),
+                                           "#!/bin/sh\necho " + version));
         QFile::setPermissions(folder + QStringLiteral("/Glow.app/Contents/MacOS/Glow"),
                               QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup |
                                   QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther);
-        QVERIFY(writeFile(folder + QStringLiteral("/Glow.app/Contents/PlugIns/Glow.pluginkit/Contents/Info.plist"),
-                          "plugin " + version));
+        QVERIFY(TestEnvironment::writeFile(
+            folder + QStringLiteral("/Glow.app/Contents/PlugIns/Glow.pluginkit/Contents/Info.plist"),
+            "plugin " + version));
         QVERIFY(QFile::link(QStringLiteral("MacOS/Glow"), folder + QStringLiteral("/Glow.app/Contents/Launcher")));
     }
 
@@ -203,7 +192,7 @@ private slots:
         QCOMPARE(installed.exitCode, 0);
 
         const QString app = environment.systemRoot() + kLocation + QStringLiteral("/Glow.app/Contents");
-        QCOMPARE(readFile(app + QStringLiteral("/PlugIns/Glow.pluginkit/Contents/Info.plist")),
+        QCOMPARE(TestEnvironment::readFile(app + QStringLiteral("/PlugIns/Glow.pluginkit/Contents/Info.plist")),
                  QByteArray("plugin 1.0"));
         QVERIFY(QFileInfo(app + QStringLiteral("/MacOS/Glow")).isExecutable());
         QCOMPARE(QFileInfo(app + QStringLiteral("/Launcher")).symLinkTarget(), app + QStringLiteral("/MacOS/Glow"));
@@ -237,9 +226,9 @@ private slots:
                                                  "installer: Upgrading at base path /\n"
                                                  "installer: The upgrade was successful.\n"));
         QCOMPARE(upgraded.exitCode, 0);
-        QCOMPARE(readFile(app + QStringLiteral("/PlugIns/Glow.pluginkit/Contents/Info.plist")),
+        QCOMPARE(TestEnvironment::readFile(app + QStringLiteral("/PlugIns/Glow.pluginkit/Contents/Info.plist")),
                  QByteArray("plugin 2.0"));
-        QCOMPARE(readFile(app + QStringLiteral("/Launcher")), QByteArray("#!/bin/sh\necho 2.0"));
+        QCOMPARE(TestEnvironment::readFile(app + QStringLiteral("/Launcher")), QByteArray("#!/bin/sh\necho 2.0"));
         receipt = PlistFile::read(receiptPath);
         QCOMPARE(PlistFile::string(receipt.get(), "PackageVersion"), QStringLiteral("2.0"));
     }
@@ -310,7 +299,7 @@ private slots:
         TestEnvironment environment;
         const QString package = environment.path() + QStringLiteral("/Glow.pkg");
         if (!packageData.isEmpty())
-            QVERIFY(writeFile(package, packageData));
+            QVERIFY(TestEnvironment::writeFile(package, packageData));
         arguments.replaceInStrings(QStringLiteral("PKG"), package);
         expected.replace(QStringLiteral("PKG"), package);
         const Run run = runTool(Platform::commandLineTools().installerPath(), arguments);
@@ -485,12 +474,13 @@ private slots:
         for (const QString& name : {QStringLiteral("Looks"), QStringLiteral("Glow")}) {
             const QString content = work + QStringLiteral("/content-") + name;
             const QString scripts = work + QStringLiteral("/scripts-") + name;
-            QVERIFY(writeFile(content + QLatin1Char('/') + name + QStringLiteral(".txt"), name.toUtf8()));
+            QVERIFY(
+                TestEnvironment::writeFile(content + QLatin1Char('/') + name + QStringLiteral(".txt"), name.toUtf8()));
             // Each script leaves its name and its arguments in the target volume.
             QByteArray postinstall = "#!/bin/sh\necho \"" + name.toUtf8() + " $*\" >> \"$3/scripts.log\"\n";
-            QVERIFY(writeFile(scripts + QStringLiteral("/postinstall"), postinstall));
+            QVERIFY(TestEnvironment::writeFile(scripts + QStringLiteral("/postinstall"), postinstall));
             if (name == QLatin1String("Glow") && glowPreinstallFails)
-                QVERIFY(writeFile(scripts + QStringLiteral("/preinstall"), "#!/bin/sh\nexit 3\n"));
+                QVERIFY(TestEnvironment::writeFile(scripts + QStringLiteral("/preinstall"), "#!/bin/sh\nexit 3\n"));
             for (const QString& script : QDir(scripts).entryList(QDir::Files))
                 QFile::setPermissions(scripts + QLatin1Char('/') + script,
                                       QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
@@ -518,7 +508,7 @@ private slots:
             QVERIFY2(QFileInfo::exists(root + QStringLiteral("/var/db/receipts/com.quarnet.pkg.%1.plist").arg(name)),
                      qPrintable(name));
         }
-        QCOMPARE(QString::fromUtf8(readFile(root + QStringLiteral("/scripts.log")))
+        QCOMPARE(QString::fromUtf8(TestEnvironment::readFile(root + QStringLiteral("/scripts.log")))
                      .split(QLatin1Char('\n'), Qt::SkipEmptyParts),
                  logged);
         QCOMPARE(

@@ -43,16 +43,12 @@ QString makePlugin(const QString& root, const QString& app, const QString& ident
 {
     const QString plugin = root + QStringLiteral("/Applications/Lumivane/") + app +
                            QStringLiteral(".app/Contents/PlugIns/") + app + QStringLiteral(".pluginkit");
-    QDir().mkpath(plugin + QStringLiteral("/Contents"));
-    QFile info(plugin + QStringLiteral("/Contents/Info.plist"));
-    if (!info.open(QIODevice::WriteOnly))
-        return QString();
-    info.write(QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
-                              "<key>CFBundleIdentifier</key><string>%1</string>"
-                              "<key>CFBundleVersion</key><string>%2</string></dict></plist>\n")
-                   .arg(identifier, version)
-                   .toUtf8());
-    return plugin;
+    const QByteArray info = QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+                                           "<key>CFBundleIdentifier</key><string>%1</string>"
+                                           "<key>CFBundleVersion</key><string>%2</string></dict></plist>\n")
+                                .arg(identifier, version)
+                                .toUtf8();
+    return TestEnvironment::writeFile(plugin + QStringLiteral("/Contents/Info.plist"), info) ? plugin : QString();
 }
 
 } // namespace

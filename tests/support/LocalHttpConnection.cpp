@@ -206,7 +206,6 @@ void LocalHttpConnection::finishResponse()
         _socket->write("0\r\n\r\n");
     _file.reset();
     _responding = false;
-    _server->responseCompleted();
     if (_closeAfter) {
         _socket->disconnectFromHost();
         return;

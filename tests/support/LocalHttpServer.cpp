@@ -86,6 +86,13 @@ QUrl LocalHttpServer::url(const QString& path) const
     return url;
 }
 
+QUrl LocalHttpServer::origin() const
+{
+    QUrl base = url();
+    base.setPath(QString());
+    return base;
+}
+
 void LocalHttpServer::setRoute(const QByteArray& path, const Response& response)
 {
     QMutexLocker locker(&_lock);
@@ -134,12 +141,6 @@ qint64 LocalHttpServer::bodyBytesSent() const
 {
     QMutexLocker locker(&_lock);
     return _bodyBytesSent;
-}
-
-int LocalHttpServer::completedResponses() const
-{
-    QMutexLocker locker(&_lock);
-    return _completedResponses;
 }
 
 QByteArray LocalHttpServer::generatedBody(qint64 offset, qint64 length)
@@ -191,11 +192,8 @@ LocalHttpServer::Response LocalHttpServer::responseFor(const Request& request) c
 
 void LocalHttpServer::recordRequest(const Request& request)
 {
-    {
-        QMutexLocker locker(&_lock);
-        _requests.append(request);
-    }
-    emit requestReceived(request.method, request.target);
+    QMutexLocker locker(&_lock);
+    _requests.append(request);
 }
 
 void LocalHttpServer::connectionOpened()
@@ -215,10 +213,4 @@ void LocalHttpServer::addBodyBytesSent(qint64 count)
 {
     QMutexLocker locker(&_lock);
     _bodyBytesSent += count;
-}
-
-void LocalHttpServer::responseCompleted()
-{
-    QMutexLocker locker(&_lock);
-    ++_completedResponses;
 }

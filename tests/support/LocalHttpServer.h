@@ -60,6 +60,8 @@ public:
     bool isListening() const { return _port != 0; }
     quint16 port() const { return _port; }
     QUrl url(const QString& path = QStringLiteral("/")) const;
+    // The server's address without a path, as a server override takes it.
+    QUrl origin() const;
 
     void setRoute(const QByteArray& path, const Response& response);
     void setRoute(const QByteArray& path, const QByteArray& body, int status = 200);
@@ -72,7 +74,6 @@ public:
     int openConnections() const;
     int peakOpenConnections() const;
     qint64 bodyBytesSent() const;
-    int completedResponses() const;
 
     // Bytes [offset, offset + length) of the pattern behind generatedBodySize.
     static QByteArray generatedBody(qint64 offset, qint64 length);
@@ -84,11 +85,6 @@ public:
     void connectionOpened();
     void connectionClosed();
     void addBodyBytesSent(qint64 count);
-    void responseCompleted();
-
-signals:
-    // Emitted on the server thread for each request as it arrives.
-    void requestReceived(const QByteArray& method, const QByteArray& target);
 
 private:
     QThread _thread;
@@ -102,5 +98,4 @@ private:
     int _openConnections = 0;
     int _peakOpenConnections = 0;
     qint64 _bodyBytesSent = 0;
-    int _completedResponses = 0;
 };

@@ -6,6 +6,8 @@
 
 #include <QDir>
 #include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
 #include <QMutexLocker>
 
 void RecordingSystemLog::write(const QString& message)
@@ -117,4 +119,17 @@ QStringList TestEnvironment::temporaryFiles() const
     while (it.hasNext())
         files.append(it.next());
     return files;
+}
+
+bool TestEnvironment::writeFile(const QString& path, const QByteArray& data)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
+}
+
+QByteArray TestEnvironment::readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }

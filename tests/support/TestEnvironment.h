@@ -64,6 +64,11 @@ public:
     // The files left in the temporary folder (recursively), for no-leftover checks.
     QStringList temporaryFiles() const;
 
+    // Writes `data` to `path`, making the folders on the way; false when it could not.
+    static bool writeFile(const QString& path, const QByteArray& data = QByteArray());
+    // The file's bytes; empty when it cannot be read.
+    static QByteArray readFile(const QString& path);
+
     std::shared_ptr<RecordingSystemLog> systemLog;
     std::shared_ptr<TestSystemInfo> systemInfo;
 

@@ -59,9 +59,7 @@ void tst_LVToolItems::init()
     _workspace = std::make_shared<RecordingWorkspace>();
     Platform::setWorkspace(_workspace);
     _server = std::make_unique<LocalHttpServer>();
-    QUrl base = _server->url();
-    base.setPath(QString());
-    LVServers::setOverrideURL(base);
+    LVServers::setOverrideURL(_server->origin());
     _host = std::make_unique<TestRowHost>();
     _alerts = _host->alerts;
     for (LVToolItem* tool : LVToolsTab::makeApplicationTools())
@@ -182,7 +180,7 @@ void tst_LVToolItems::knowledgeBaseSearch()
     QStringList urls;
     for (const QUrl& url : std::as_const(_workspace->opened))
         urls.append(url.toString());
-    QCOMPARE(urls, opened.isNull() ? QStringList() : QStringList{_server->url().toString().chopped(1) + opened});
+    QCOMPARE(urls, opened.isNull() ? QStringList() : QStringList{_server->origin().toString() + opened});
 }
 
 void tst_LVToolItems::diagnosticDownload_data()
@@ -206,10 +204,7 @@ void tst_LVToolItems::diagnosticDownload()
     _server->setRoute("/VM_installers/LV_GatherDiagnostics.app.zip", response);
     const QString target =
         Platform::systemInfo().downloadsDirectory() + QStringLiteral("/LV_GatherDiagnostics.app.zip");
-    QDir().mkpath(QFileInfo(target).absolutePath());
-    QFile old(target);
-    QVERIFY(old.open(QIODevice::WriteOnly) && old.write("an older download, longer than the new one") > 0);
-    old.close();
+    QVERIFY(TestEnvironment::writeFile(target, "an older download, longer than the new one"));
 
     LVToolDiagnosticItem* tool = LVToolDiagnosticItem::tool();
     tool->view();
@@ -227,9 +222,7 @@ void tst_LVToolItems::diagnosticDownload()
     }
     QVERIFY(tool->infoText()->text().isEmpty());
     QCOMPARE(tool->downloadFilePath(), target);
-    QFile file(target);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), body);
+    QCOMPARE(TestEnvironment::readFile(target), body);
     QCOMPARE(_alerts->alerts().size(), 1);
     const LVAlert alert = _alerts->alerts().first();
     QCOMPARE(alert.messageText(), QStringLiteral("Tool download completed"));

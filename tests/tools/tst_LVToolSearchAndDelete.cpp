@@ -52,12 +52,10 @@ private:
 QString tst_LVToolSearchAndDelete::makeApp(const QString& relativePath, const QString& identifier)
 {
     const QString path = _env->path() + QLatin1Char('/') + relativePath;
-    QDir().mkpath(path + QStringLiteral("/Contents"));
-    QFile info(path + QStringLiteral("/Contents/Info.plist"));
-    if (!info.open(QIODevice::WriteOnly))
-        return QString();
-    info.write(VMPropertyList::toXmlData(QVariantMap{{"CFBundleIdentifier", identifier}}));
-    return path;
+    return TestEnvironment::writeFile(path + QStringLiteral("/Contents/Info.plist"),
+                                      VMPropertyList::toXmlData(QVariantMap{{"CFBundleIdentifier", identifier}}))
+               ? path
+               : QString();
 }
 
 void tst_LVToolSearchAndDelete::init()
@@ -295,10 +293,9 @@ void tst_LVToolSearchAndDelete::scriptMeansTheSameInABig5Locale()
     const QString folder = _env->path() + QStringLiteral("/cwd");
     QVERIFY(QDir().mkpath(folder + QStringLiteral("/from/") + name));
     QVERIFY(QDir().mkpath(trash()));
-    QFile script(_env->path() + QStringLiteral("/move.sh"));
-    QVERIFY(script.open(QIODevice::WriteOnly));
-    script.write(LVToolSearchAndDelete::moveItemsToTrashScript({folder + QStringLiteral("/from/") + name}));
-    script.close();
+    const QString script = _env->path() + QStringLiteral("/move.sh");
+    QVERIFY(TestEnvironment::writeFile(
+        script, LVToolSearchAndDelete::moveItemsToTrashScript({folder + QStringLiteral("/from/") + name})));
 
     QProcess shell;
     shell.setWorkingDirectory(folder);
@@ -306,7 +303,7 @@ void tst_LVToolSearchAndDelete::scriptMeansTheSameInABig5Locale()
     environment.insert(QStringLiteral("LOCPATH"), locales);
     environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("zh_TW.BIG5"));
     shell.setProcessEnvironment(environment);
-    shell.start(bash, {script.fileName()});
+    shell.start(bash, {script});
     QVERIFY(shell.waitForFinished(30000));
     QVERIFY2(!shell.readAllStandardError().contains("locale"), "bash did not take the Big5 locale");
     QCOMPARE(shell.readAllStandardOutput().trimmed(), QByteArray("0"));

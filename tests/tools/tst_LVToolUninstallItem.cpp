@@ -62,9 +62,7 @@ void tst_LVToolUninstallItem::init()
     _privileged = std::make_shared<TestPrivilegedExecution>();
     Platform::setPrivilegedExecution(_privileged);
     _server = std::make_unique<LocalHttpServer>();
-    QUrl base = _server->url();
-    base.setPath(QString());
-    LVServers::setOverrideURL(base);
+    LVServers::setOverrideURL(_server->origin());
     _host = std::make_unique<TestRowHost>();
     _alerts = _host->alerts;
     LVToolUninstallItem::tool()->setInstallManager(_host.get());
