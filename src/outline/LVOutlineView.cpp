@@ -11,10 +11,12 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QSet>
 #include <QStyledItemDelegate>
 #include <QTimer>
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -64,7 +66,9 @@ LVOutlineView::LVOutlineView(QWidget* parent) : QTreeView(parent)
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFrameShape(QFrame::NoFrame);
-    setFocusPolicy(Qt::NoFocus);
+    // The rows' views join the window's focus chain wherever they were lent, so the list itself is
+    // the Tab stop at its place and hands the focus on to the rows in sight (focusInEvent).
+    setFocusPolicy(Qt::TabFocus);
     for (auto signal : {&QTreeView::expanded, &QTreeView::collapsed}) {
         connect(this, signal, this, &LVOutlineView::placeVisibleViews);
     }
@@ -185,6 +189,11 @@ void LVOutlineView::placeView(const QModelIndex& index, const QRect& rect)
         view->setGeometry(rect);
     }
     view->show();
+    // Qt's own Tab walk meets the view's controls wherever the view sits in the focus chain.
+    for (QWidget* control : view->findChildren<QWidget*>()) {
+        if (control->focusPolicy() & Qt::TabFocus)
+            control->installEventFilter(this);
+    }
     _placed.append({QPersistentModelIndex(index), view});
 }
 
@@ -447,7 +456,7 @@ bool LVOutlineView::focusNextPrevChild(bool next)
     const qsizetype at = here.indexOf(focus);
     const qsizetype following = next ? at + 1 : at - 1;
     if (at >= 0 && following >= 0 && following < here.size()) {
-        here.at(following)->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+        tabTo(here.at(following), next);
         return true;
     }
     for (QModelIndex index = next ? indexBelow(current) : indexAbove(current); index.isValid();
@@ -457,16 +466,85 @@ bool LVOutlineView::focusNextPrevChild(bool next)
         const QList<QWidget*> stops = tabStops(rowView(index));
         if (stops.isEmpty())
             continue;
-        (next ? stops.first() : stops.last())->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+        tabTo(next ? stops.first() : stops.last(), next);
         return true;
     }
     // Past the last row (or before the first): on to the window's next control outside the list.
-    for (QWidget* candidate = next ? nextInFocusChain() : previousInFocusChain(); candidate && candidate != this;
+    return tabPastRows(this, next);
+}
+
+void LVOutlineView::tabTo(QWidget* control, bool next)
+{
+    const QScopedValueRollback steering(_steeringFocus, true);
+    control->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+}
+
+bool LVOutlineView::tabPastRows(QWidget* from, bool next)
+{
+    for (QWidget* candidate = next ? from->nextInFocusChain() : from->previousInFocusChain();
+         candidate && candidate != from;
          candidate = next ? candidate->nextInFocusChain() : candidate->previousInFocusChain()) {
         if (isAncestorOf(candidate) || !(candidate->focusPolicy() & Qt::TabFocus) || !candidate->isVisible() ||
             !candidate->isEnabled())
             continue;
-        candidate->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+        tabTo(candidate, next);
+        return true;
+    }
+    return false;
+}
+
+bool LVOutlineView::eventFilter(QObject* watched, QEvent* event)
+{
+    // Tabbed onto a row's control by Qt's own walk (from the window's last control around to its
+    // first, say): the rows are not there in the Tab order, so the walk goes on past them.
+    if (event->type() == QEvent::FocusIn && !_steeringFocus) {
+        const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
+        auto* control = qobject_cast<QWidget*>(watched);
+        if ((reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason) && control && isAncestorOf(control))
+            handFocusOnLater(control, reason == Qt::TabFocusReason);
+    }
+    return QTreeView::eventFilter(watched, event);
+}
+
+void LVOutlineView::focusInEvent(QFocusEvent* event)
+{
+    if (event->reason() != Qt::TabFocusReason && event->reason() != Qt::BacktabFocusReason) {
+        QTreeView::focusInEvent(event);
+        return;
+    }
+    handFocusOnLater(this, event->reason() == Qt::TabFocusReason);
+}
+
+void LVOutlineView::handFocusOnLater(QWidget* focused, bool next)
+{
+    // Qt tells a screen reader of the new focus once the FocusIn is handled: moved on from within
+    // it, the focus would be read as still on the widget passed by.
+    QMetaObject::invokeMethod(
+        this,
+        [this, focused = QPointer<QWidget>(focused), next] {
+            if (!focused || !focused->hasFocus())
+                return;
+            // With no control in sight, the list is no stop of its own.
+            if (focused != this || !focusRowInSight(next))
+                tabPastRows(focused, next);
+        },
+        Qt::QueuedConnection);
+}
+
+bool LVOutlineView::focusRowInSight(bool first)
+{
+    QList<RowPlace> rows = rowsAround(0);
+    if (!first)
+        std::reverse(rows.begin(), rows.end());
+    for (const RowPlace& row : std::as_const(rows)) {
+        if (!row.rect.intersects(viewport()->rect()))
+            continue;
+        placeView(row.index, row.rect);
+        const QList<QWidget*> stops = tabStops(rowView(row.index));
+        if (stops.isEmpty())
+            continue;
+        scrollTo(row.index);
+        tabTo(first ? stops.first() : stops.last(), first);
         return true;
     }
     return false;

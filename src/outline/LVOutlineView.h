@@ -63,6 +63,10 @@ protected:
     // Tab and Backtab walk the rows' controls in the rows' order, bringing each row into sight;
     // views are lent from row to row, so the order in which they were made says nothing.
     bool focusNextPrevChild(bool next) override;
+    // Tabbed into from outside: on to the first control of the first row in sight, or going back,
+    // to the last control of the last one.
+    void focusInEvent(QFocusEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void scrollContentsBy(int dx, int dy) override;
@@ -97,6 +101,16 @@ private:
     void releaseDistantViews(const QSet<QPersistentModelIndex>& keep);
     // Every view out of the list, back to its row (before a reset).
     void takeOutAllViews();
+    // Focuses the first (or last) control of the rows in sight; false when they have none.
+    bool focusRowInSight(bool first);
+    // Focuses `control` as Tab (or Backtab) does; the list's own moves, which eventFilter lets be.
+    void tabTo(QWidget* control, bool next);
+    // Focuses the next (or previous) control in the window's Tab order after `from`, the rows'
+    // controls left out; the list itself, met there, hands the focus on to its rows in sight.
+    bool tabPastRows(QWidget* from, bool next);
+    // Once Qt has focused `focused` (the list, or a row's control by its own walk), hands the
+    // focus on: to the rows in sight, or past the rows.
+    void handFocusOnLater(QWidget* focused, bool next);
     // The top-level row whose view holds `widget`.
     QModelIndex rowHolding(const QWidget* widget) const;
 
@@ -111,5 +125,6 @@ private:
 
     LVOutlineModel* _model = nullptr;
     QString _placeholderText;
+    bool _steeringFocus = false;
     OpenState _openState;
 };

@@ -18,6 +18,7 @@
 #include <QScrollBar>
 #include <QToolButton>
 #include <QtTest>
+#include <functional>
 
 // The main window as a screen reader meets it: everything below is found and used through
 // QAccessible alone, from the window's interface down.
@@ -239,6 +240,9 @@ void tst_WindowAccessibility::aLongListByKeyboardAndScreenReader()
     press(actions);
     QTRY_VERIFY(!entries.isEmpty());
     QVERIFY2(entries.contains(QStringLiteral("Install")), qPrintable(entries.join(QLatin1Char('|'))));
+    // The menu kept the activation; back in the window, as the user would be.
+    manager.window()->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(manager.window()));
     // Read once, given back when the list next moves: views stay about two pages' worth.
     table->verticalScrollBar()->setValue(table->verticalScrollBar()->pageStep());
     QVERIFY2(table->placedViewCount() < 40, qPrintable(QString::number(table->placedViewCount())));
@@ -253,7 +257,7 @@ void tst_WindowAccessibility::aLongListByKeyboardAndScreenReader()
             start = button;
     }
     QVERIFY(start);
-    start->setFocus(Qt::TabFocusReason);
+    start->setFocus(Qt::OtherFocusReason);
     QStringList visited;
     for (int press = 0; press < 60; ++press) {
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
@@ -268,6 +272,53 @@ void tst_WindowAccessibility::aLongListByKeyboardAndScreenReader()
     for (int i = 0; i < visited.size(); ++i)
         QCOMPARE(visited.at(i), outline->child(2 + i)->text(QAccessible::Name));
     QVERIFY(table->verticalScrollBar()->value() > 0);
+    // Tabbed into from the control before the list, or back from the one after, wherever the
+    // lent views sit in the window's focus chain: the first row in sight takes the focus at its
+    // first control, the last row in sight at its last. Around the window's ends, Tab passes the
+    // rows by.
+    QScrollBar* scroll = table->verticalScrollBar();
+    scroll->setValue(scroll->value() + 3 * scroll->pageStep());
+    // The window's controls by what a screen reader reads of them; walking the whole tree would
+    // make every row's view.
+    const auto control = [&manager](const std::function<bool(QAccessibleInterface*)>& matches) -> QWidget* {
+        for (auto* widget : manager.window()->findChildren<QWidget*>()) {
+            if (QAccessibleInterface* element = QAccessible::queryAccessibleInterface(widget);
+                element && matches(element))
+                return widget;
+        }
+        return nullptr;
+    };
+    const auto named = [&control](const QString& name) {
+        return control([&name](QAccessibleInterface* element) { return element->text(QAccessible::Name) == name; });
+    };
+    QWidget* before = control([](QAccessibleInterface* element) {
+        return element->role() == QAccessible::PageTabList && childNames(element).value(0).startsWith("Bundles");
+    });
+    QWidget* after = named(QStringLiteral("About Lumivane Manager"));
+    QWidget* firstControl = named(QStringLiteral("Visit the Lumivane web site"));
+    QWidget* lastControl = named(QStringLiteral("Quit Lumivane Manager"));
+    QVERIFY(before && after && firstControl && lastControl);
+    const auto focusName = [] {
+        return QApplication::focusWidget() ? QApplication::focusWidget()->accessibleName() : QString();
+    };
+    const auto actionsFor = [outline](const QModelIndex& row) {
+        return QStringLiteral("Actions for %1").arg(outline->child(row.row())->text(QAccessible::Name));
+    };
+    lastControl->setFocus(Qt::OtherFocusReason);
+    QTest::keyClick(lastControl, Qt::Key_Tab);
+    QTRY_COMPARE(QApplication::focusWidget(), firstControl);
+    QTest::keyClick(firstControl, Qt::Key_Backtab, Qt::ShiftModifier);
+    QTRY_COMPARE(QApplication::focusWidget(), lastControl);
+    const QModelIndex top = table->indexAt(QPoint(0, 0));
+    before->setFocus(Qt::OtherFocusReason);
+    QTest::keyClick(before, Qt::Key_Tab);
+    QTRY_VERIFY(table->rowView(top) && table->rowView(top)->isAncestorOf(QApplication::focusWidget()));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    QCOMPARE(focusName(), actionsFor(top));
+    const QModelIndex bottom = table->indexAt(QPoint(0, table->viewport()->height() - 1));
+    after->setFocus(Qt::OtherFocusReason);
+    QTest::keyClick(after, Qt::Key_Backtab, Qt::ShiftModifier);
+    QTRY_COMPARE(focusName(), actionsFor(bottom));
     manager.hide();
 }
 
