@@ -6,8 +6,6 @@
 #include "foundation/VMLogger.h"
 #include "platform/Platform.h"
 
-#include <QThread>
-
 #include <algorithm>
 #include <vector>
 
@@ -40,9 +38,9 @@ QStringList VMCollectionBase::readSection(plist_t section, const EntryReader& re
 
     // The preferences' settings object is not shared across threads, so it is read here once.
     const bool extendedLogging = LVPreferences::sharedPreferences()->usesExtendedLogging();
-    constexpr size_t kEntriesPerPiece = 128;
-    const int pieces =
-        static_cast<int>(std::clamp<size_t>(count / kEntriesPerPiece, 1, std::max(QThread::idealThreadCount(), 1)));
+    // Small pieces, taken in turn, keep the threads busy to the end.
+    constexpr size_t kEntriesPerPiece = 64;
+    const int pieces = static_cast<int>(std::max<size_t>((count + kEntriesPerPiece - 1) / kEntriesPerPiece, 1));
     struct Piece
     {
         QList<VMNodePtr> items;

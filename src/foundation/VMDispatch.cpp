@@ -76,13 +76,19 @@ void performInBackground(std::function<void()> work)
 
 void performConcurrently(int count, const std::function<void(int piece)>& piece)
 {
+    // Pieces are taken in turn, so a thread that runs slower (one still warming up) takes fewer.
+    std::atomic<int> next{0};
+    const auto work = [&next, &piece, count] {
+        for (int i = next++; i < count; i = next++)
+            piece(i);
+    };
+    const int helpers = std::min(count, std::max(QThread::idealThreadCount(), 1)) - 1;
     std::vector<QFuture<void>> others;
-    others.reserve(static_cast<size_t>(std::max(count - 1, 0)));
-    for (int i = 1; i < count; ++i)
-        others.push_back(QtConcurrent::run([&piece, i] { piece(i); }));
-    if (count > 0)
-        piece(0);
-    // Waiting takes a piece not yet started off the pool and runs it here.
+    others.reserve(static_cast<size_t>(std::max(helpers, 0)));
+    for (int i = 0; i < helpers; ++i)
+        others.push_back(QtConcurrent::run(work));
+    work();
+    // Waiting takes a helper not yet started off the pool and runs it here, where it finds nothing left.
     for (QFuture<void>& other : others)
         other.waitForFinished();
 }

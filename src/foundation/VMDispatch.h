@@ -18,9 +18,9 @@ void performAfterDelay(QObject* context, double seconds, std::function<void()> w
 // Runs `work` on a background thread of its own (long, blocking jobs such as an install).
 void performInBackground(std::function<void()> work);
 
-// Runs piece(0) … piece(count - 1) side by side, piece 0 on this thread and the rest on Qt's
-// global pool, and returns when all are done. A piece the pool has not started by then runs here,
-// so a busy pool slows the job down but never stalls it.
+// Runs piece(0) … piece(count - 1) side by side: this thread and up to one helper per further core
+// from Qt's global pool take the pieces in turn, and this returns when all are done. A busy pool
+// slows the job down but never stalls it.
 void performConcurrently(int count, const std::function<void(int piece)>& piece);
 
 bool isMainThread();
