@@ -8,11 +8,10 @@
 #include <QTimer>
 #include <QtConcurrent/QtConcurrentRun>
 
-#include <vector>
-
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <vector>
 
 namespace {
 
