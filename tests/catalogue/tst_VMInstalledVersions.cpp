@@ -284,7 +284,9 @@ void tst_VMInstalledVersions::coldPassReadsTheFolderOnce()
     const quint64 accesses = VMInstalledVersions::fileSystemAccessCount() - before;
     QVERIFY2(accesses <= 4 * count + 4, qPrintable(QString::number(accesses)));
 
-    QTest::qWait(5); // the folder's new modification time must differ from the one read
+    // The folder's new modification time must differ from the one read. File times follow a coarse
+    // clock (a few milliseconds a step, more on a busy virtual machine), so wait well past a step.
+    QTest::qWait(50);
     makePlugin(root(), "Late.app", "Late.pluginkit", "com.quarnet.Late", QStringLiteral("3.0"));
     QCOMPARE(VMInstalledVersions::installedVersionForProduct("P", QStringLiteral("com.quarnet.Late"), QString()),
              QStringLiteral("3.0"));
